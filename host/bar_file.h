@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sarvane::study {
+
+// The bars of a file of comma-separated values. Its first line names the columns in any letter case: `date` or `time`
+// first, then numbers in any order. An empty cell is an undefined value.
+class BarFile {
+public:
+    // Fails with file, line and column of the first fault.
+    explicit BarFile(const std::filesystem::path& file);
+
+    const std::string& Name() const { return name; }
+    std::size_t BarCount() const { return dateEnds.size(); }
+
+    // The heading of the dates.
+    const std::string& DateTitle() const { return dateTitle; }
+    std::string_view Date(std::size_t bar) const {
+        const std::size_t begin = bar == 0 ? 0 : dateEnds[bar - 1];
+        return std::string_view(dates).substr(begin, dateEnds[bar] - begin);
+    }
+
+    // Names of the columns of numbers, as the file has them.
+    const std::vector<std::string>& Columns() const { return titles; }
+    std::optional<std::size_t> FindColumn(std::string_view title) const;
+    double Value(std::size_t column, std::size_t bar) const { return values[column][bar]; }
+
+private:
+    friend class BarFileReader;
+
+    std::string name;
+    std::string dateTitle;
+    std::string dates;  // one behind the other
+    std::vector<std::size_t> dateEnds;
+    std::vector<std::string> titles;
+    std::vector<std::vector<double>> values;  // by column
+};
+
+}  // namespace sarvane::study

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "library.h"
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+namespace sarvane::study {
+
+// Which argument of the expression feeds an input, and which field of its bar: "open", "high", "low", "close", or
+// nothing for a plain value.
+struct InputDescription {
+    int argument = 0;
+    std::string field;
+    bool operator==(const InputDescription&) const = default;
+};
+
+struct OutputDescription {
+    std::string name;
+    int kind = 0;
+    bool operator==(const OutputDescription&) const = default;
+};
+
+// What an operator says of itself.
+struct Description {
+    std::string formula;
+    std::vector<InputDescription> inputs;
+    std::vector<OutputDescription> outputs;
+    std::vector<std::string> parameters;
+    unsigned lookback = 0;
+    bool operator==(const Description&) const = default;
+};
+
+Description Describe(const Library& library, IZelmorOp& op);
+
+// The commands `list` and `describe`. `arguments` are those from argument 1 on.
+std::string ListText(const Library& library);
+nlohmann::json ListJson(const Library& library);
+std::string DescribeText(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments);
+nlohmann::json DescribeJson(const Library& library, std::string_view keyword,
+                            const std::vector<std::string>& arguments);
+
+}  // namespace sarvane::study

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "sarvane/com_ptr.h"
+#include "sarvane/operator.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sarvane::study {
+
+// A class of operators as the registry tells of it.
+struct OperatorClass {
+    std::string keyword;
+    std::string name;
+    std::string id;  // in braces
+    GUID guid;
+};
+
+// The loaded operator library, reached through its exported functions.
+class Library {
+public:
+    // Without a path, the one beside the program or in the system's library folders.
+    explicit Library(std::filesystem::path file = {});
+    ~Library();
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    // Ordered by keyword.
+    const std::vector<OperatorClass>& Classes() const { return classes; }
+    // Letter case does not matter. Null if there is none.
+    const OperatorClass* Find(std::string_view keyword) const;
+    // The same, or a failure that names the nearest known ones.
+    const OperatorClass& FindOrFail(std::string_view keyword) const;
+    // The known keywords that look most like `keyword`, at most three.
+    std::vector<std::string> Nearest(std::string_view keyword) const;
+
+    ComPtr<IZelmorOp> Create(const OperatorClass& operatorClass) const;
+
+    // Hands over the text of an argument. An operator that refuses it gives a message, else there is none.
+    std::string SetArgument(IZelmorOp& op, int index, std::string_view text) const;
+
+    // Turns a text that an operator handed out into UTF-8 and frees it. Null is empty.
+    std::string Take(TextSlot text) const;
+
+private:
+    struct Functions;
+
+    std::string ReadValue(const std::string& key) const;
+    std::vector<std::string> ReadKeys(const std::string& key) const;
+
+    void* module = nullptr;
+    std::unique_ptr<Functions> functions;
+    std::vector<OperatorClass> classes;
+};
+
+std::u16string Utf16(std::string_view utf8);
+bool EqualIgnoringCase(std::string_view a, std::string_view b);
+
+}  // namespace sarvane::study

@@ -1,0 +1,110 @@
+// study: runs expressions over files of bars, through the binary interface of the operator library.
+
+#include "failure.h"
+#include "progress.h"
+#include "table.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+namespace sarvane::study {
+namespace {
+
+struct Options {
+    std::string library;
+    bool json = false;
+    std::string keyword;
+    std::vector<std::string> arguments;
+    std::string barFile;
+    std::vector<std::string> expressions;
+    std::string output;
+    std::optional<std::size_t> last;
+    RunSettings settings;
+};
+
+void List(const Options& options) {
+    const Library library(options.library);
+    if (options.json)
+        fmt::print("{}\n", ListJson(library).dump(2));
+    else
+        fmt::print("{}", ListText(library));
+}
+
+void DescribeOne(const Options& options) {
+    const Library library(options.library);
+    if (options.json)
+        fmt::print("{}\n", DescribeJson(library, options.keyword, options.arguments).dump(2));
+    else
+        fmt::print("{}", DescribeText(library, options.keyword, options.arguments));
+}
+
+void Run(const Options& options) {
+    const Library library(options.library);
+    const BarFile bars(options.barFile);
+    Study study(library, bars, options.settings);
+    for (const std::string& expression : options.expressions) study.Add(expression);
+
+    const std::size_t count = bars.BarCount();
+    const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
+    std::optional<CsvTable> file;
+    if (!options.output.empty()) file.emplace(options.output, bars, study);
+    ScreenTable screen(bars, study);
+    Progress progress("calculating", static_cast<double>(count));
+    study.Reset();
+    for (std::size_t bar = 0; bar < count; ++bar) {
+        study.Step(bar);
+        progress.Update(static_cast<double>(bar));
+        if (bar < firstShown) continue;
+        screen.WriteBar(bars.Date(bar), study);
+        if (file) file->WriteBar(bars.Date(bar), study);
+    }
+    if (file) file->Close();
+}
+
+int Main(int argc, char** argv) {
+    Options options;
+    CLI::App app("Runs technical-analysis expressions over files of bars.", "study");
+    app.require_subcommand(1);
+    app.add_option("--library", options.library, "the operator library, if not the one beside this program")
+        ->check(CLI::ExistingFile);
+
+    CLI::App* const list = app.add_subcommand("list", "all operators: keyword, class, inputs, parameters, outputs");
+    list->add_flag("--json", options.json, "for programs");
+    list->callback([&] { List(options); });
+
+    CLI::App* const describe = app.add_subcommand("describe", "what an operator says of itself with given arguments");
+    describe->add_option("keyword", options.keyword, "as in `study list`")->required();
+    describe->add_option("arguments", options.arguments, "from argument 1 on; '' leaves one at its default");
+    describe->add_flag("--json", options.json, "for programs");
+    describe->callback([&] { DescribeOne(options); });
+
+    CLI::App* const run = app.add_subcommand("run", "run expressions over a file of bars");
+    run->add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->required();
+    run->add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
+    run->add_option("-o,--output", options.output, "write the table to this file, too, with all digits");
+    run->add_option("--last", options.last, "show only the last N bars");
+    run->add_flag("--hold", options.settings.hold, "bar arithmetic repeats missing inputs");
+    run->add_option("--price-step", options.settings.priceStep, "the step that stops are rounded to");
+    run->callback([&] { Run(options); });
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error);
+    } catch (const Failure& failure) {
+        fmt::print(stderr, "study: {}\n", failure.what());
+        return 1;
+    } catch (const std::bad_alloc&) {
+        fmt::print(stderr, "study: out of memory\n");
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace
+}  // namespace sarvane::study
+
+int main(int argc, char** argv) { return sarvane::study::Main(argc, argv); }

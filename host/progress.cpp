@@ -1,0 +1,30 @@
+#include "progress.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace sarvane::study {
+
+Progress::Progress(std::string what, double whole)
+    : label(std::move(what)), total(whole), terminal(isatty(STDERR_FILENO) != 0),
+      nextDrawing(std::chrono::steady_clock::now() + std::chrono::seconds(1)) {}
+
+Progress::~Progress() {
+    if (shown) fmt::print(stderr, "\r\x1b[K");
+}
+
+void Progress::Look(double done) {
+    constexpr int Width = 40;
+    const auto now = std::chrono::steady_clock::now();
+    if (!terminal || total <= 0.0 || now < nextDrawing) return;
+    nextDrawing = now + std::chrono::milliseconds(100);
+    shown = true;
+    const double share = std::clamp(done / total, 0.0, 1.0);
+    const int filled = static_cast<int>(share * Width);
+    fmt::print(stderr, "\r{} [{:#<{}}{:<{}}] {:3.0f} %", label, "", filled, "", Width - filled, share * 100.0);
+    std::fflush(stderr);
+}
+
+}  // namespace sarvane::study

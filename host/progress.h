@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace sarvane::study {
+
+// A bar on standard error for work that takes longer than a second, if that is a terminal.
+class Progress {
+public:
+    // `total` is 0 where it is not known.
+    Progress(std::string label, double total);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void Update(double done) {
+        if (++calls % CallsPerLook == 0) Look(done);
+    }
+
+private:
+    static constexpr unsigned CallsPerLook = 1024;  // the clock costs more than most steps
+
+    void Look(double done);
+
+    std::string label;
+    double total;
+    unsigned calls = 0;
+    bool terminal;
+    bool shown = false;
+    std::chrono::steady_clock::time_point nextDrawing;
+};
+
+}  // namespace sarvane::study

@@ -1,0 +1,319 @@
+#include "study.h"
+
+#include "failure.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <map>
+
+namespace sarvane::study {
+namespace {
+
+constexpr std::array<std::string_view, 4> PriceNames = {"open", "high", "low", "close"};
+enum Price { Open, High, Low, Close };
+
+std::optional<std::size_t> PriceIndex(std::string_view name) {
+    const auto found =
+        std::ranges::find_if(PriceNames, [&](std::string_view known) { return EqualIgnoringCase(known, name); });
+    if (found == PriceNames.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - PriceNames.begin());
+}
+
+// Drives one operator.
+class OperatorNode : public Node {
+public:
+    OperatorNode(ComPtr<IZelmorOp> created, const Description& described, std::vector<const double*> sources,
+                 const RunSettings& settings)
+        : op(std::move(created)), inputs(std::move(sources)), in(inputs.size()),
+          out(described.outputs.size(), UndefinedValue), mode(settings.hold ? 1 : 0) {
+        op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
+        if (barOp && settings.priceStep) {
+            const double values[] = {*settings.priceStep, *settings.priceStep};
+            barOp->SetPriceStep(2, values);
+        }
+    }
+
+    const double* Output(std::size_t output) const { return &out[output]; }
+
+    void Reset(int lastBar) override {
+        const std::vector<double> seed(in.size(), UndefinedValue);
+        const int count = static_cast<int>(seed.size());
+        barOp ? barOp->ResetBar(mode, lastBar, count, seed.data()) : op->Reset(count, seed.data());
+    }
+
+    void Step(int bar) override {
+        std::ranges::transform(inputs, in.begin(), [](const double* source) { return *source; });
+        const int inCount = static_cast<int>(in.size()), outCount = static_cast<int>(out.size());
+        barOp ? barOp->CalculateBar(bar, inCount, in.data(), outCount, out.data())
+              : op->Calculate(inCount, in.data(), outCount, out.data());
+    }
+
+private:
+    ComPtr<IZelmorOp> op;
+    ComPtr<IZelmorOp2> barOp;
+    std::vector<const double*> inputs;
+    std::vector<double> in;
+    std::vector<double> out;
+    int mode;
+};
+
+// Arithmetic and comparisons between two plain values. A side that is undefined makes the result undefined.
+class PlainNode : public Node {
+public:
+    using Function = double (*)(double, double);
+
+    PlainNode(Function combine, const double* a, const double* b) : function(combine), left(a), right(b) {}
+
+    const double* Output() const { return &result; }
+    void Reset(int) override {}
+    void Step(int) override {
+        result = IsUndefined(*left) || IsUndefined(*right) ? UndefinedValue : function(*left, *right);
+    }
+
+private:
+    Function function;
+    const double* left;
+    const double* right;
+    double result = UndefinedValue;
+};
+
+struct Sign {
+    std::string_view sign;
+    PlainNode::Function plain;
+    std::string_view barFirst;    // keyword of the operator between a bar and a value
+    std::string_view valueFirst;  // and between a value and a bar
+};
+
+// A divisor near zero gives no value, as it does in the bar operators.
+double Quotient(double a, double b) { return std::abs(b) < 1e-100 ? UndefinedValue : a / b; }
+
+constexpr Sign Signs[] = {
+    {"+", [](double a, double b) { return a + b; }, "BarAdd", "SBarAdd"},
+    {"-", [](double a, double b) { return a - b; }, "BarSub", "SBarSub"},
+    {"*", [](double a, double b) { return a * b; }, "BarMul", "SBarMul"},
+    {"/", Quotient, "BarDiv", "SBarDiv"},
+    {"<", [](double a, double b) { return a < b ? 1.0 : 0.0; }, "", ""},
+    {"<=", [](double a, double b) { return a <= b ? 1.0 : 0.0; }, "", ""},
+    {">", [](double a, double b) { return a > b ? 1.0 : 0.0; }, "", ""},
+    {">=", [](double a, double b) { return a >= b ? 1.0 : 0.0; }, "", ""},
+    {"=", [](double a, double b) { return a == b ? 1.0 : 0.0; }, "", ""},
+    {"<>", [](double a, double b) { return a != b ? 1.0 : 0.0; }, "", ""},
+};
+
+Operand PlainOperand(const double* value) {
+    Operand operand;
+    operand.value = value;
+    operand.prices.fill(value);
+    return operand;
+}
+
+}  // namespace
+
+const double* Operand::Output(std::string_view name) const {
+    const auto found =
+        std::ranges::find_if(outputs, [&](const auto& output) { return EqualIgnoringCase(output.first, name); });
+    return found == outputs.end() ? nullptr : found->second;
+}
+
+// Turns the parts of one expression into nodes and places.
+class Binder {
+public:
+    Binder(Study& target, std::string_view expression) : study(target), text(expression) {}
+
+    Operand Bind(const Expression& part) {
+        switch (part.kind) {
+        case Expression::Kind::Number: return PlainOperand(&study.constants.emplace_back(part.number));
+        case Expression::Kind::Word: return BindWord(part);
+        case Expression::Kind::Call: return BindCall(part);
+        case Expression::Kind::Binary: return BindBinary(part);
+        case Expression::Kind::Output: return BindOutput(part);
+        case Expression::Kind::Empty: break;
+        }
+        FailAt(text, part.begin, "expected a value");
+    }
+
+    // The place of a plain value.
+    const double* Value(const Expression& part, const Operand& operand) {
+        if (!operand.value) FailAt(text, part.begin, fmt::format("{} has no close", study.bars.Name()));
+        return operand.value;
+    }
+
+private:
+    Operand BindWord(const Expression& word) {
+        if (EqualIgnoringCase(word.name, "Bar")) return BindBar();
+        const auto column = study.bars.FindColumn(word.name);
+        if (!column) FailAt(text, word.begin, fmt::format("{} has no column {}", study.bars.Name(), Quoted(word.name)));
+        return PlainOperand(&study.row[*column]);
+    }
+
+    // The file's own bar. Prices that the file lacks stay empty until something asks for them.
+    Operand BindBar() {
+        Operand bar;
+        bar.isBar = true;
+        for (std::size_t price = 0; price < PriceNames.size(); ++price) {
+            if (const auto column = study.bars.FindColumn(PriceNames[price])) bar.prices[price] = &study.row[*column];
+        }
+        for (std::size_t price = 0; price < PriceNames.size(); ++price) {
+            if (bar.prices[price]) bar.outputs.emplace_back(PriceNames[price], bar.prices[price]);
+        }
+        bar.value = bar.prices[Close];
+        return bar;
+    }
+
+    Operand BindOutput(const Expression& selection) {
+        const Operand whole = Bind(selection.parts.front());
+        if (const double* const output = whole.Output(selection.name)) return PlainOperand(output);
+        std::string known;
+        for (const auto& [name, place] : whole.outputs) known += (known.empty() ? "; it has " : ", ") + name;
+        FailAt(text, selection.end - selection.name.size(),
+               fmt::format("no output {}{}", Quoted(selection.name), known));
+    }
+
+    Operand BindBinary(const Expression& binary) {
+        const Sign& sign = *std::ranges::find(Signs, binary.name, &Sign::sign);
+        const Expression& left = binary.parts[0];
+        const Expression& right = binary.parts[1];
+        const Operand a = Bind(left);
+        const Operand b = Bind(right);
+        if (!sign.barFirst.empty() && (a.isBar || b.isBar)) {
+            const OperatorClass& barOperator = study.library.FindOrFail(a.isBar ? sign.barFirst : sign.valueFirst);
+            return AddOperator(binary, barOperator, study.library.Create(barOperator), [&](std::size_t argument) {
+                return argument == 0 ? &a : argument == 1 ? &b : nullptr;
+            });
+        }
+        auto node = std::make_unique<PlainNode>(sign.plain, Value(left, a), Value(right, b));
+        const double* const result = node->Output();
+        study.nodes.push_back(std::move(node));
+        return PlainOperand(result);
+    }
+
+    Operand BindCall(const Expression& call) {
+        const OperatorClass& operatorClass = FindClass(call);
+        ComPtr<IZelmorOp> op = study.library.Create(operatorClass);
+        for (std::size_t i = 1; i < call.parts.size(); ++i) {
+            const Expression& argument = call.parts[i];
+            if (argument.kind == Expression::Kind::Empty) continue;
+            const std::string error = study.library.SetArgument(*op.Get(), static_cast<int>(i), ArgumentText(argument));
+            if (!error.empty()) FailAt(text, argument.begin, fmt::format("{}: {}", operatorClass.keyword, error));
+        }
+        RefuseSurplus(call, operatorClass);
+        std::map<std::size_t, Operand> bound;
+        return AddOperator(call, operatorClass, std::move(op), [&](std::size_t argument) -> const Operand* {
+            if (argument >= call.parts.size() || call.parts[argument].kind == Expression::Kind::Empty) return nullptr;
+            const auto known = bound.find(argument);
+            if (known != bound.end()) return &known->second;
+            return &bound.emplace(argument, Bind(call.parts[argument])).first->second;
+        });
+    }
+
+    const OperatorClass& FindClass(const Expression& call) {
+        try {
+            return study.library.FindOrFail(call.name);
+        } catch (const Failure& failure) {
+            FailAt(text, call.begin, failure.what());
+        }
+    }
+
+    std::string_view ArgumentText(const Expression& argument) const {
+        return argument.kind == Expression::Kind::Word ? std::string_view(argument.name)
+                                                       : text.substr(argument.begin, argument.end - argument.begin);
+    }
+
+    // An operator that ignores an argument says nothing of it. So the last argument is a surplus one if no input reads
+    // it and none of some values for it changes what an operator with otherwise usual arguments says of itself.
+    void RefuseSurplus(const Expression& call, const OperatorClass& operatorClass) {
+        if (call.parts.size() < 2) return;
+        const int last = static_cast<int>(call.parts.size()) - 1;
+        for (const bool asGiven : {true, false}) {
+            const ComPtr<IZelmorOp> probe = study.library.Create(operatorClass);
+            for (int i = 1; i < last; ++i) {
+                const Expression& argument = call.parts[static_cast<std::size_t>(i)];
+                if (argument.kind == Expression::Kind::Empty) continue;
+                study.library.SetArgument(*probe.Get(), i, asGiven ? ArgumentText(argument) : "3");
+            }
+            if (Notices(*probe.Get(), last)) return;
+        }
+        FailAt(text, call.parts.back().begin,
+               fmt::format("{} takes no argument {}, counted from 0", operatorClass.keyword, last));
+    }
+
+    bool Notices(IZelmorOp& probe, int argument) {
+        const Description before = Describe(study.library, probe);
+        for (const char* value : {"2", "1", "0", "0.5", "x", "SMO", "EXP"}) {
+            study.library.SetArgument(probe, argument, value);
+            const Description after = Describe(study.library, probe);
+            const bool read =
+                std::ranges::find(after.inputs, argument, &InputDescription::argument) != after.inputs.end();
+            if (read || after != before) return true;
+        }
+        return false;
+    }
+
+    // Connects each input of an operator to what feeds it. `operandOf` gives an argument, or null for a missing one.
+    template <class OperandOf>
+    Operand AddOperator(const Expression& part, const OperatorClass& operatorClass, ComPtr<IZelmorOp> op,
+                        OperandOf operandOf) {
+        const Description described = Describe(study.library, *op.Get());
+        std::vector<const double*> sources;
+        for (const auto& [argument, field] : described.inputs) {
+            const auto index = static_cast<std::size_t>(argument);
+            const Operand* const operand = operandOf(index);
+            if (!operand)
+                FailAt(text, part.begin,
+                       fmt::format("{} lacks argument {}, counted from 0", operatorClass.keyword, index));
+            const auto price = PriceIndex(field);
+            const double* const source = price ? operand->prices[*price] : operand->value;
+            if (!source) {
+                FailAt(text, part.begin,
+                       fmt::format("{} needs the column {}, which {} lacks", operatorClass.keyword,
+                                   price ? field : "close", study.bars.Name()));
+            }
+            sources.push_back(source);
+        }
+        auto node = std::make_unique<OperatorNode>(std::move(op), described, std::move(sources), study.settings);
+        const Operand result = Outputs(*node, described);
+        study.nodes.push_back(std::move(node));
+        return result;
+    }
+
+    // An operator with all four prices among its outputs gives a bar. A price that another one lacks is its output 0.
+    static Operand Outputs(const OperatorNode& node, const Description& described) {
+        Operand operand;
+        for (std::size_t i = 0; i < described.outputs.size(); ++i)
+            operand.outputs.emplace_back(described.outputs[i].name, node.Output(i));
+        if (operand.outputs.empty()) return operand;
+        operand.isBar = std::ranges::all_of(PriceNames, [&](std::string_view name) { return operand.Output(name); });
+        for (std::size_t price = 0; price < PriceNames.size(); ++price) {
+            const double* const named = operand.Output(PriceNames[price]);
+            operand.prices[price] = named ? named : node.Output(0);
+        }
+        operand.value = operand.isBar ? operand.prices[Close] : node.Output(0);
+        return operand;
+    }
+
+    Study& study;
+    std::string_view text;
+};
+
+Study::Study(const Library& operators, const BarFile& file, RunSettings how)
+    : library(operators), bars(file), settings(how), row(file.Columns().size(), UndefinedValue) {}
+
+void Study::Add(const std::string& expression) {
+    const Expression parsed = ParseExpression(expression);
+    Binder binder(*this, expression);
+    const Operand bound = binder.Bind(parsed);
+    results.push_back(binder.Value(parsed, bound));
+    titles.push_back(expression);
+}
+
+void Study::Reset() {
+    for (const auto& node : nodes) node->Reset(static_cast<int>(bars.BarCount()) - 1);
+}
+
+void Study::Step(std::size_t bar) {
+    for (std::size_t column = 0; column < row.size(); ++column) row[column] = bars.Value(column, bar);
+    for (const auto& node : nodes) node->Step(static_cast<int>(bar));
+}
+
+}  // namespace sarvane::study

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "sarvane/component.h"
+
+#include <utility>
+
+namespace sarvane {
+
+// Holds one reference of an object.
+template <class Interface>
+class ComPtr {
+public:
+    ComPtr() = default;
+    ComPtr(ComPtr&& other) noexcept : object(std::exchange(other.object, nullptr)) {}
+    ComPtr& operator=(ComPtr&& other) noexcept {
+        std::swap(object, other.object);
+        return *this;
+    }
+    ~ComPtr() { Reset(); }
+
+    Interface* operator->() const { return object; }
+    Interface* Get() const { return object; }
+    explicit operator bool() const { return object != nullptr; }
+
+    void Reset() {
+        if (object) std::exchange(object, nullptr)->Release();
+    }
+    // The place where a call puts the object.
+    void** Slot() {
+        Reset();
+        return reinterpret_cast<void**>(&object);
+    }
+
+private:
+    Interface* object = nullptr;
+};
+
+}  // namespace sarvane

@@ -1,0 +1,122 @@
+#pragma once
+
+// What all operators have in common: the default implementation of both interfaces, and the words in which operators
+// answer a host and treat their inputs.
+
+#include "frame/numbers.h"
+#include "frame/text.h"
+#include "sarvane/operator.h"
+
+namespace sarvane {
+
+// Fills a host's out slot.
+template <class Slot, class Value>
+HRESULT Answer(Slot* slot, Value value) {
+    if (!slot) return E_POINTER;
+    *slot = static_cast<Slot>(value);
+    return S_OK;
+}
+
+// What an output is measured in.
+enum class UnitKind : ushort {
+    Curve = 1,      // the units of the input curve
+    Deviation = 2,  // a distance in the units of the input curve
+    Number = 3,     // a number of its own
+    Product = 8,    // the units of both inputs multiplied
+    Quotient = 9,   // the units of both inputs divided
+};
+
+inline HRESULT AnswerUnits(ushort* kind, ushort* second, ushort* third, UnitKind unit) {
+    if (!kind || !second || !third) return E_POINTER;
+    *kind = static_cast<ushort>(unit);
+    *second = *third = 0;
+    return S_OK;
+}
+
+// Which field of a bar feeds an input.
+inline constexpr std::u16string_view OpenField = u"BAR_TYPE_OPEN";
+inline constexpr std::u16string_view HighField = u"BAR_TYPE_HIGH";
+inline constexpr std::u16string_view LowField = u"BAR_TYPE_LOW";
+inline constexpr std::u16string_view CloseField = u"BAR_TYPE_CLOSE";
+
+// Indices of SetParameter that stand for no argument of the expression.
+inline constexpr short HistoryDepthIndex = -1;
+inline constexpr short DigitsIndex = -2;
+
+inline constexpr int DefaultHistoryDepth = 400;
+
+constexpr int ValueOr(int parameter, int otherwise) { return IsUnset(parameter) ? otherwise : parameter; }
+
+// The value that stands in for a missing input `n` before the first bar.
+inline double NthSeed(int n, int count, const double* seed) { return count < 1 || !seed ? UndefinedValue : seed[n]; }
+inline double FirstSeed(int count, const double* seed) { return NthSeed(0, count, seed); }
+
+// One step of an operator with one output, in which a missing input 0 repeats the previous one. Without any value yet
+// nothing happens. `step` takes the value in use and gives the output.
+template <class Step>
+HRESULT CarryForward(double& previous, const double* in, double* out, Step step) {
+    out[0] = UndefinedValue;
+    const double value = IsUndefined(in[0]) ? previous : in[0];
+    if (IsUndefined(value)) return S_OK;
+    out[0] = step(value);
+    previous = value;
+    return S_OK;
+}
+
+// An operator that takes nothing and gives nothing. The IUnknown methods come from the object forms of the server.
+class CDefZelmorOp : public IZelmorOp {
+public:
+    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override { return TextOut(formula, u""); }
+    STDMETHODIMP SetParameter(short, const char16_t*, TextSlot*) override { return S_OK; }
+    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 0); }
+    STDMETHODIMP GetInputCurve(short, ushort* argument, TextSlot*) override { return Answer(argument, 0); }
+    STDMETHODIMP GetInputBarType(short, TextSlot* barType, TextSlot*) override { return TextOut(barType, u""); }
+    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 0); }
+    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u""); }
+    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
+        return AnswerUnits(kind, second, third, UnitKind::Number);
+    }
+    STDMETHODIMP GetOutputRange(int, int, uint* first, uint* last) override { return AnswerRange(first, last, 0); }
+    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 0); }
+    STDMETHODIMP GetParameterText(short, TextSlot* text, TextSlot*) override { return TextOut(text, u""); }
+    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, 0); }
+    STDMETHODIMP Reset(int, const double*) override { return S_OK; }
+    STDMETHODIMP Calculate(int, const double*, int outCount, double* out) override {
+        return AnswerUndefined(outCount, out);
+    }
+    STDMETHODIMP SaveState(short) override { return S_FALSE; }
+    STDMETHODIMP RestoreState(short) override { return S_FALSE; }
+
+protected:
+    ~CDefZelmorOp() = default;
+
+    static HRESULT AnswerRange(uint* first, uint* last, uint value) {
+        if (!first || !last) return E_POINTER;
+        *first = value;
+        *last = 1;
+        return S_OK;
+    }
+    static HRESULT AnswerUndefined(int count, double* out) {
+        for (int i = 0; i < count; ++i) out[i] = UndefinedValue;
+        return S_OK;
+    }
+};
+
+// The same for an operator with the second interface.
+class CDefZelmorOp2 : public CDefZelmorOp, public IZelmorOp2 {
+public:
+    STDMETHODIMP ResetBar(int, int, int, const double*) override { return S_OK; }
+    STDMETHODIMP CalculateBar(int, int, const double*, int outputCount, double* outputs) override {
+        return AnswerUndefined(outputCount, outputs);
+    }
+    STDMETHODIMP GetBarFlagA(uint* flag) override { return Answer(flag, 1); }
+    STDMETHODIMP GetBarFlagB(uint* flag) override { return Answer(flag, 0); }
+    STDMETHODIMP GetBarFlagC(uint* flag) override { return Answer(flag, 0); }
+    STDMETHODIMP GetBarStyle(uint* style) override { return Answer(style, 3); }
+    STDMETHODIMP SetPriceStep(int, const double*) override { return S_OK; }
+
+protected:
+    ~CDefZelmorOp2() = default;
+};
+
+}  // namespace sarvane

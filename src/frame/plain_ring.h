@@ -1,0 +1,53 @@
+#pragma once
+
+#include "frame/ring_window.h"
+
+namespace sarvane {
+
+// FIFO of doubles that shares nothing: a copy has a buffer of its own, so elements can be changed in place.
+class PlainRing : public RingWindow<double> {
+public:
+    // Capacity for `slots`, of which one stays free.
+    explicit PlainRing(long long slots = 2) : cells(MakeCells(PowerOfTwoFor(slots))) {
+        Use(cells.get(), PowerOfTwoFor(slots));
+    }
+    PlainRing(const PlainRing& source) : RingWindow<double>(), cells(MakeCells(source.capacity)) {
+        Use(cells.get(), source.capacity);
+        TakeWindow(source);
+    }
+    // Allocates only for a source of another capacity.
+    PlainRing& operator=(const PlainRing& source) {
+        if (this == &source) return *this;
+        if (capacity != source.capacity) {
+            cells = MakeCells(source.capacity);
+            Use(cells.get(), source.capacity);
+        }
+        TakeWindow(source);
+        return *this;
+    }
+
+    using RingWindow<double>::Newest;
+    double& Newest() { return buffer[Wrap(tail - 1)]; }
+
+    // Appends. The ring grows when it is full.
+    void Push(double element) {
+        if (Wrap(tail + 1) == head) {
+            cells = Enlarge(head);
+            head = 0;
+        }
+        buffer[tail] = element;
+        tail = Wrap(tail + 1);
+    }
+    void Clear() { head = tail = 0; }
+
+private:
+    void TakeWindow(const PlainRing& source) {
+        head = source.head;
+        tail = source.tail;
+        CopyWindow(source.buffer);
+    }
+
+    Cells cells;
+};
+
+}  // namespace sarvane

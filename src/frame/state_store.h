@@ -1,0 +1,38 @@
+#pragma once
+
+#include "sarvane/component.h"
+
+#include <deque>
+
+namespace sarvane {
+
+// An operator's state records: the live one, on which `Reset` and `Calculate` work, and its numbered snapshots. Slot 0
+// is the live record. The records stay where they are when the store grows, since rings know each other by address.
+template <class State>
+class StateStore {
+public:
+    State& Live() { return live; }
+    const State& Live() const { return live; }
+
+    // Copies the live record into `slot`; the store grows with fresh records up to it.
+    HRESULT Save(short slot) {
+        if (slot < 0) return S_FALSE;
+        if (slot == 0) return S_OK;
+        const auto wanted = static_cast<std::size_t>(slot);
+        if (snapshots.size() < wanted) snapshots.resize(wanted);
+        snapshots[wanted - 1] = live;
+        return S_OK;
+    }
+
+    HRESULT Restore(short slot) {
+        if (slot < 0 || static_cast<std::size_t>(slot) > snapshots.size()) return S_FALSE;
+        if (slot > 0) live = snapshots[static_cast<std::size_t>(slot) - 1];
+        return S_OK;
+    }
+
+private:
+    State live;
+    std::deque<State> snapshots;  // element n is slot n + 1
+};
+
+}  // namespace sarvane

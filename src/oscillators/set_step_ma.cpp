@@ -1,0 +1,90 @@
+#include "oscillators/set_step_ma.h"
+
+#include "frame/numbers.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace sarvane {
+namespace {
+
+// An average of n bars has settled after four times as many.
+int SettlingBars(int n) {
+    constexpr int Largest = std::numeric_limits<int>::max();
+    if (n < 50) return 200;
+    return n > Largest / 4 ? Largest : 4 * n;
+}
+
+}  // namespace
+
+int CSetStepMA::Configure(int newKind, double newLength) {
+    if (IsUndefined(newLength)) return 0;
+    kind = newKind;
+    length = newLength;
+    count = TruncateToInt(newLength);
+    return 1;
+}
+
+int CSetStepMA::Reset() {
+    StepMARecord& live = records.Live();
+    live.last = live.value = UndefinedValue;
+    live.sum = 0.0;
+    live.window.Clear();
+    return 1;
+}
+
+double CSetStepMA::Step(double value) {
+    StepMARecord& live = records.Live();
+    if (IsUndefined(value)) value = live.last;
+    if (IsUndefined(value)) return UndefinedValue;
+    if (kind != StepExp && count <= 1) return count == 1 ? value : UndefinedValue;
+
+    live.window.Push(value);
+    if (live.window.Size() > (kind == StepExp ? 1 : count)) {
+        const bool keepsSum = kind != StepExp && (kind != StepSmo || IsUndefined(live.value));
+        if (keepsSum) live.sum -= live.window[0];
+        live.window.PopFront();
+    }
+    const double result = Result(live, value);
+    live.last = value;
+    return result;
+}
+
+double CSetStepMA::Result(StepMARecord& live, double value) const {
+    const bool full = live.window.Size() == count;
+    const bool divides = full && std::abs(length) > 1e-100;
+    switch (kind) {
+    case StepSim: live.sum += value; return divides ? live.sum / length : UndefinedValue;
+    case StepSmo:
+        if (!IsUndefined(live.value)) return live.value = (value - live.value) / length + live.value;
+        live.sum += value;
+        return divides ? live.value = live.sum / length : UndefinedValue;
+    case StepExp: {
+        const double ratio = length > 1.0 ? 2.0 / (length + 1.0) : length;
+        const double before = IsUndefined(live.value) ? value : live.value;
+        return live.value = (value - before) * ratio + before;
+    }
+    case StepLowest: return full ? *std::min_element(live.window.begin(), live.window.end()) : UndefinedValue;
+    case StepHighest: return full ? *std::max_element(live.window.begin(), live.window.end()) : UndefinedValue;
+    case StepSum: live.sum += value; return full ? live.sum : UndefinedValue;
+    default: return UndefinedValue;
+    }
+}
+
+int CSetStepMA::GetLookback() const {
+    switch (kind) {
+    case StepSmo: return SettlingBars(count);
+    case StepExp: return SettlingBars(TruncateToInt(length > 1.0 ? length : 2.0 / length - 1.0));
+    default: return count;
+    }
+}
+
+int CSetStepMA::Save(short slot) {
+    records.Save(slot);
+    return 1;
+}
+
+int CSetStepMA::Restore(short slot) { return records.Restore(slot) == S_OK; }
+
+}  // namespace sarvane

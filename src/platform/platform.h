@@ -1,0 +1,26 @@
+#pragma once
+
+// What the library takes from the component platform beyond the public headers. Each platform has one source for it.
+
+#include "sarvane/component.h"
+
+#include <string>
+#include <string_view>
+
+namespace sarvane {
+
+// The place where registration is kept. Keys are named by their path below the root of class registrations.
+HRESULT CreateRegistryKey(std::u16string_view key);
+// Sets a named value, or with an empty name the key's default value.
+HRESULT WriteRegistryValue(std::u16string_view key, std::u16string_view name, std::u16string_view text);
+// Both succeed also where there is nothing to remove. A key goes with all below it.
+HRESULT RemoveRegistryValue(std::u16string_view key, std::u16string_view name);
+HRESULT RemoveRegistryKey(std::u16string_view key);
+
+// Enters the module's type library.
+HRESULT RegisterTypeLibrary();
+
+// Where the module was loaded from.
+std::u16string ModulePath();
+
+}  // namespace sarvane

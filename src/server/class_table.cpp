@@ -1,0 +1,81 @@
+#include "server/class_table.h"
+
+#include "averages/sim_avg_op.h"
+#include "bars/bar_op.h"
+#include "sarvane/class_ids.h"
+
+#include <string_view>
+
+namespace sarvane {
+namespace {
+
+template <class Operator>
+constexpr ClassEntry Class(const GUID& id, const char* name, const char* keyword, int scriptId) {
+    return {id, name, keyword, scriptId, &Create<Operator>};
+}
+
+constexpr ClassEntry NotYet(const GUID& id, const char* name, const char* keyword, int scriptId) {
+    return {id, name, keyword, scriptId, nullptr};
+}
+
+constexpr ClassEntry Table[] = {
+    NotYet(ClassId::MedianOp, "MedianOp", "MedOp", 132),
+    NotYet(ClassId::SBarMul, "SBarMul", "SBarMul", 131),
+    NotYet(ClassId::SBarAdd, "SBarAdd", "SBarAdd", 130),
+    NotYet(ClassId::SBarDiv, "SBarDiv", "SBarDiv", 129),
+    NotYet(ClassId::SBarSub, "SBarSub", "SBarSub", 128),
+    Class<CBarDiv>(ClassId::BarDiv, "BarDiv", "BarDiv", 127),
+    Class<CBarMul>(ClassId::BarMul, "BarMul", "BarMul", 126),
+    Class<CBarSub>(ClassId::BarSub, "BarSub", "BarSub", 125),
+    Class<CBarAdd>(ClassId::BarAdd, "BarAdd", "BarAdd", 124),
+    NotYet(ClassId::SampleOp, "SampleOp", "Samp", 123),
+    NotYet(ClassId::TDReboOp, "TDReboOp", "TDREBO", 122),
+    NotYet(ClassId::TDREIOp, "TDREIOp", "TDREIOP", 121),
+    NotYet(ClassId::MiddleOp, "MiddleOp", "Middle", 104),
+    NotYet(ClassId::CorrelOp, "CorrelOp", "Correl", 105),
+    Class<CSimAvgOp>(ClassId::SimAvgOp, "SimAvgOp", "Sim", 101),
+    NotYet(ClassId::SmoAvgOp, "SmoAvgOp", "Smo", 102),
+    NotYet(ClassId::ExpAvgOp, "ExpAvgOp", "Exp", 103),
+    NotYet(ClassId::HiLevOp, "HiLevOp", "HiLev", 106),
+    NotYet(ClassId::LoLevOp, "LoLevOp", "LoLev", 107),
+    NotYet(ClassId::SqrtDevOp, "SqrtDevOp", "DevSqrt", 108),
+    NotYet(ClassId::RankOp, "RankOp", "Ranking", 109),
+    NotYet(ClassId::AdapAvgOp, "AdapAvgOp", "AMAOp", 110),
+    NotYet(ClassId::TrixOp, "TrixOp", "Trix", 111),
+    NotYet(ClassId::OverLapOp, "OverLapOp", "OverlapCntOp", 112),
+    NotYet(ClassId::KasePeakOscOp, "KasePeakOscOp", "KasePeakOsc", 114),
+    NotYet(ClassId::KasePermStochOp, "KasePermStochOp", "KasePermStoch", 113),
+    NotYet(ClassId::KaseCCSSOp, "KaseCCSSOp", "KaseCCSS", 115),
+    NotYet(ClassId::VolStopOp, "VolStopOp", "VolStop", 116),
+    NotYet(ClassId::StochXOp, "StochXOp", "StochXOp", 117),
+    NotYet(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
+    NotYet(ClassId::DeMOp, "DeMOp", "DeMOp", 119),
+    NotYet(ClassId::WeightedAvgOp, "WeightedAvgOp", "Wei", 133),
+    NotYet(ClassId::EventOffset, "EventOffset", "EventOffsetOp", 134),
+    NotYet(ClassId::CountOperator, "CountOperator", "CountOp", 135),
+    NotYet(ClassId::MeanDeviationOp, "MeanDeviationOp", "MeanDev", 136),
+    NotYet(ClassId::MACDXOp, "MACDXOp", "MACDXOp", 137),
+    NotYet(ClassId::TimeAvgOp, "TimeAvgOp", "TimeAvg", 140),
+    NotYet(ClassId::CGOscOp, "CGOscOp", "CGOscOp", 141),
+    NotYet(ClassId::KalmanFilterOp, "KalmanFilterOp", "KalmanFilter", 142),
+    NotYet(ClassId::TriAvgOp, "TriAvgOp", "TriAvg", 143),
+    NotYet(ClassId::ExHullAvgOp, "ExHullAvgOp", "ExHull", 144),
+};
+
+constexpr bool IsConsistent() {
+    for (const ClassEntry& a : Table) {
+        for (const ClassEntry& b : Table) {
+            const bool clash = a.id == b.id || a.scriptId == b.scriptId || std::string_view(a.name) == b.name ||
+                               std::string_view(a.keyword) == b.keyword;
+            if (&a != &b && clash) return false;
+        }
+    }
+    return std::size(Table) == 41;
+}
+static_assert(IsConsistent(), "every class has an id, a name, a keyword and a script id of its own");
+
+}  // namespace
+
+std::span<const ClassEntry> ClassTable() { return Table; }
+
+}  // namespace sarvane

@@ -1,0 +1,130 @@
+#pragma once
+
+// The forms in which an operator class becomes an object: each has the operator's body and an IUnknown of its own.
+
+#include "sarvane/operator.h"
+#include "server/module.h"
+
+#include <memory>
+#include <new>
+#include <type_traits>
+
+namespace sarvane {
+
+// An operator's interfaces: IZelmorOp, which also answers for IUnknown, and IZelmorOp2 if its class has that.
+template <class Operator>
+HRESULT QueryOperator(Operator& op, const GUID& iid, void** object) {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    if (iid == IID_IUnknown || iid == IID_IZelmorOp) *object = static_cast<IZelmorOp*>(&op);
+    if constexpr (std::is_base_of_v<IZelmorOp2, Operator>) {
+        if (iid == IID_IZelmorOp2) *object = static_cast<IZelmorOp2*>(&op);
+    }
+    if (!*object) return E_NOINTERFACE;
+    op.AddRef();
+    return S_OK;
+}
+
+// One thread at a time calls an object, so a plain integer counts its references.
+class ReferenceCount {
+public:
+    ULONG Add() { return ++count; }
+    // Destroys `object` with the last reference.
+    template <class Object>
+    ULONG Release(Object* object) {
+        const ULONG left = --count;
+        if (left == 0) delete object;
+        return left;
+    }
+
+private:
+    ULONG count = 0;
+};
+
+// Held by every live object.
+class ModuleLock {
+public:
+    ModuleLock() { LockModule(); }
+    ModuleLock(const ModuleLock&) = delete;
+    ModuleLock& operator=(const ModuleLock&) = delete;
+    ~ModuleLock() { UnlockModule(); }
+};
+
+// The stand-alone object.
+template <class Operator>
+class CComObject final : public Operator {
+public:
+    STDMETHODIMP QueryInterface(const GUID& iid, void** object) override { return QueryOperator(*this, iid, object); }
+    STDMETHODIMP_(ULONG) AddRef() override { return references.Add(); }
+    STDMETHODIMP_(ULONG) Release() override { return references.Release(this); }
+
+private:
+    ModuleLock lock;
+    ReferenceCount references;
+};
+
+// The operator's body inside an aggregate: whoever holds one of its interfaces counts on the outer object.
+template <class Operator>
+class CComContainedObject final : public Operator {
+public:
+    explicit CComContainedObject(IUnknown* outerObject) : outer(outerObject) {}
+    STDMETHODIMP QueryInterface(const GUID& iid, void** object) override { return outer->QueryInterface(iid, object); }
+    STDMETHODIMP_(ULONG) AddRef() override { return outer->AddRef(); }
+    STDMETHODIMP_(ULONG) Release() override { return outer->Release(); }
+
+private:
+    IUnknown* outer;  // lives longer than what it aggregates, so no reference is held
+};
+
+// The aggregated form: an IUnknown for the outer object to hold.
+template <class Operator>
+class CComAggObject final : public IUnknown {
+public:
+    explicit CComAggObject(IUnknown* outer) : contained(outer) {}
+    STDMETHODIMP QueryInterface(const GUID& iid, void** object) override {
+        if (iid != IID_IUnknown) return QueryOperator(contained, iid, object);
+        if (!object) return E_POINTER;
+        *object = static_cast<IUnknown*>(this);
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return references.Add(); }
+    STDMETHODIMP_(ULONG) Release() override { return references.Release(this); }
+
+private:
+    ModuleLock lock;
+    ReferenceCount references;
+    CComContainedObject<Operator> contained;
+};
+
+// Makes an object of a form and queries it; one that does not offer the interface goes again.
+template <class Form, class... Outer>
+HRESULT CreateForm(const GUID& iid, void** object, Outer... outer) {
+    try {
+        auto form = std::make_unique<Form>(outer...);
+        const HRESULT status = form->QueryInterface(iid, object);
+        if (SUCCEEDED(status)) form.release();
+        return status;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+// Creation functions of a class, with and without an aggregated form. Both give an object with default parameters.
+using CreateFunction = HRESULT (*)(IUnknown* outer, const GUID& iid, void** object);
+
+template <class Operator>
+HRESULT CreateAlone(IUnknown* outer, const GUID& iid, void** object) {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    if (outer) return CLASS_E_NOAGGREGATION;
+    return CreateForm<CComObject<Operator>>(iid, object);
+}
+
+template <class Operator>
+HRESULT Create(IUnknown* outer, const GUID& iid, void** object) {
+    return outer ? CreateForm<CComAggObject<Operator>>(iid, object, outer)
+                 : CreateForm<CComObject<Operator>>(iid, object);
+}
+
+}  // namespace sarvane

@@ -1,0 +1,80 @@
+// The functions by which the module is reached.
+
+#include "platform/platform.h"
+#include "server/class_factory.h"
+#include "server/class_table.h"
+#include "server/registration.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace sarvane {
+namespace {
+
+using CachedFactory = CComObjectCached<CComClassFactory>;
+
+// The factories made so far. They stay until the module goes.
+class FactoryCache {
+public:
+    FactoryCache() : factories(ClassTable().size()) { initialised = true; }
+    ~FactoryCache() { initialised = false; }
+
+    // False while the module's statics are not set up, and after they are gone.
+    static inline constinit bool initialised = false;
+
+    CachedFactory& FactoryOf(std::size_t index) {
+        const std::lock_guard guard(creation);
+        std::unique_ptr<CachedFactory>& factory = factories[index];
+        if (!factory) factory = std::make_unique<CachedFactory>(ClassTable()[index].create);
+        return *factory;
+    }
+
+private:
+    std::mutex creation;
+    std::vector<std::unique_ptr<CachedFactory>> factories;
+};
+
+FactoryCache cache;
+
+// Runs the scripts of all classes in their order until one fails.
+HRESULT RunAllScripts(Direction direction) {
+    const std::u16string modulePath = ModulePath();
+    for (const ClassEntry& entry : ClassTable()) {
+        const HRESULT status = RunScript(RegistrationScript(entry), modulePath, direction);
+        if (FAILED(status)) return status;
+    }
+    return S_OK;
+}
+
+}  // namespace
+
+extern "C" {
+
+HRESULT DllGetClassObject(const GUID& classId, const GUID& iid, void** object) {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    if (!FactoryCache::initialised) return E_UNEXPECTED;
+    for (std::size_t i = 0; i < ClassTable().size(); ++i) {
+        if (ClassTable()[i].id == classId && ClassTable()[i].create)
+            return cache.FactoryOf(i).QueryInterface(iid, object);
+    }
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+
+HRESULT DllCanUnloadNow() { return IsModuleLocked() ? S_FALSE : S_OK; }
+
+HRESULT DllRegisterServer() {
+    const HRESULT status = RunAllScripts(Direction::Register);
+    return FAILED(status) ? status : RegisterTypeLibrary();
+}
+
+// Removes what can be removed; the type library stays.
+HRESULT DllUnregisterServer() {
+    RunAllScripts(Direction::Remove);
+    return S_OK;
+}
+}
+
+}  // namespace sarvane

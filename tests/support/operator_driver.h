@@ -1,0 +1,79 @@
+#pragma once
+
+// Drives an operator through the binary interface, as a host does.
+
+#include "sarvane/com_ptr.h"
+#include "sarvane/operator.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sarvane::test {
+
+inline constexpr double U = UndefinedValue;
+
+// Takes a text that the library handed out.
+std::string Taken(TextSlot text);
+std::u16string Wide(std::string_view ascii);
+
+// The keywords of all classes in the registry that can be created.
+std::vector<std::string> AllKeywords();
+// The class id behind a keyword.
+GUID ClassIdOf(std::string_view keyword);
+
+class OperatorDriver {
+public:
+    explicit OperatorDriver(std::string_view keyword);
+
+    IZelmorOp* operator->() const { return op.Get(); }
+    bool TakesBars() const { return static_cast<bool>(barOp); }
+    IZelmorOp2* Bars() const { return barOp.Get(); }
+
+    HRESULT Set(int index, std::u16string_view value);
+    // Sets arguments 1, 2 and on. An empty text is not handed over.
+    void SetArguments(const std::vector<std::u16string>& arguments);
+
+    int InputCount() const;
+    int OutputCount() const;
+    std::string OutputName(int output) const;
+    // All that the operator says of itself, such as "Sim( %s, 5) | in 0 | out curve1:1 | par 5 | back 5": the formula,
+    // each input's argument and bar field, each output's name and kind of unit, parameters and lookback.
+    std::string Description() const;
+
+    // Starts a run with undefined or given first values. Bars count from 0.
+    void Reset(const std::vector<double>& seed = {}, int mode = 0, int lastBar = 0);
+    // Takes in one bar with exactly the declared number of values.
+    std::vector<double> Step(const std::vector<double>& bar);
+
+private:
+    ComPtr<IZelmorOp> op;
+    ComPtr<IZelmorOp2> barOp;
+    int nextBar = 0;
+};
+
+// What a run of an operator must give. Outputs stand one behind the other, bar by bar, and are compared bit by bit.
+struct RunCase {
+    const char* fact;
+    std::vector<std::u16string> arguments;  // from argument 1 on; an empty one keeps its default
+    std::vector<std::vector<double>> bars;
+    std::vector<double> outputs;
+    const char16_t* depth = nullptr;  // history depth
+    std::vector<double> seed = {};
+    int mode = 0;  // of ResetBar
+};
+
+// What an operator must say of itself.
+struct DescriptionCase {
+    const char* fact;
+    std::vector<std::u16string> arguments;
+    const char* description;
+};
+
+void CheckRun(std::string_view keyword, const RunCase& run);
+void CheckDescription(std::string_view keyword, const DescriptionCase& expected);
+
+// Fails unless both hold the same bits.
+void ExpectSameBits(const std::vector<double>& actual, const std::vector<double>& expected, std::string_view where);
+
+}  // namespace sarvane::test
