@@ -43,6 +43,8 @@ public:
 
     // Starts a run with undefined or given first values. Bars count from 0.
     void Reset(const std::vector<double>& seed = {}, int mode = 0, int lastBar = 0);
+    // The index that the next bar gets.
+    void SetNextBar(int bar) { nextBar = bar; }
     // Takes in one bar with exactly the declared number of values.
     std::vector<double> Step(const std::vector<double>& bar);
 

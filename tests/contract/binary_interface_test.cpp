@@ -1,0 +1,83 @@
+// Hosts bind to objects without our headers, by the places of the methods in their tables.
+
+#include "support/operator_driver.h"
+
+#include <gtest/gtest.h>
+
+namespace sarvane::test {
+namespace {
+
+template <class... Arguments>
+HRESULT CallPlace(IUnknown* object, std::size_t place, Arguments... arguments) {
+    using Method = HRESULT (*)(void*, Arguments...);
+    void* const* const table = *reinterpret_cast<void***>(object);
+    return reinterpret_cast<Method>(table[place])(object, arguments...);
+}
+
+TEST(BinaryInterface, OperatorMethodsStandInTheirPlaces) {
+    const OperatorDriver driver("Sim");
+    IUnknown* const op = driver.operator->();
+    TextSlot text = nullptr, *const error = nullptr;
+    ushort number = 9, second = 9, third = 9;
+    uint first = 9, last = 9;
+    double value = 0.0;
+    const double one = 1.0, two = 2.0;
+
+    EXPECT_EQ(CallPlace(op, 1), 2);
+    EXPECT_EQ(CallPlace(op, 2), 1);
+    EXPECT_EQ(CallPlace(op, 4, short{1}, u"2", error), S_OK);
+    EXPECT_EQ(CallPlace(op, 3, &text, error), S_OK);
+    EXPECT_EQ(Taken(text), "Sim( %s, 2)");
+    EXPECT_EQ(CallPlace(op, 5, &number, error), S_OK);
+    EXPECT_EQ(number, 1);
+    EXPECT_EQ(CallPlace(op, 6, short{7}, &number, error), S_OK);
+    EXPECT_EQ(number, 7);
+    EXPECT_EQ(CallPlace(op, 7, short{0}, &text, error), S_OK);
+    EXPECT_EQ(Taken(text), "");
+    EXPECT_EQ(CallPlace(op, 8, &number, error), S_OK);
+    EXPECT_EQ(number, 1);
+    EXPECT_EQ(CallPlace(op, 9, short{0}, &text, error), S_OK);
+    EXPECT_EQ(Taken(text), "curve1");
+    EXPECT_EQ(CallPlace(op, 10, short{0}, &number, &second, &third, error), S_OK);
+    EXPECT_EQ(number * 100 + second * 10 + third, 100);
+    EXPECT_EQ(CallPlace(op, 11, 5, 5, &first, &last), S_OK);
+    EXPECT_EQ(first * 10 + last, 1u);
+    EXPECT_EQ(CallPlace(op, 12, &number, error), S_OK);
+    EXPECT_EQ(number, 1);
+    EXPECT_EQ(CallPlace(op, 13, short{0}, &text, error), S_OK);
+    EXPECT_EQ(Taken(text), "2");
+    EXPECT_EQ(CallPlace(op, 14, &first, error), S_OK);
+    EXPECT_EQ(first, 2u);
+    EXPECT_EQ(CallPlace(op, 15, 1, &one), S_OK);
+    EXPECT_EQ(CallPlace(op, 16, 1, &one, 1, &value), S_OK);
+    EXPECT_EQ(CallPlace(op, 17, short{1}), S_OK);
+    EXPECT_EQ(CallPlace(op, 16, 1, &two, 1, &value), S_OK);
+    EXPECT_EQ(value, 1.5);
+    EXPECT_EQ(CallPlace(op, 18, short{1}), S_OK);
+    EXPECT_EQ(CallPlace(op, 18, short{2}), S_FALSE);
+    EXPECT_EQ(CallPlace(op, 16, 1, &one, 1, &value), S_OK);
+    EXPECT_EQ(value, 1.0);
+}
+
+TEST(BinaryInterface, BarMethodsStandInTheirPlaces) {
+    const OperatorDriver driver("BarAdd");
+    IUnknown* const bars = driver.Bars();
+    const double first[] = {1, 4, 0, 2, 10}, gap[] = {U, 5, 1, U, 10};
+    double out[] = {0, 0, 0, 0};
+    EXPECT_EQ(CallPlace(bars, 3, 1, 9, 5, first), S_OK);
+    EXPECT_EQ(CallPlace(bars, 4, 0, 5, gap, 4, out), S_OK);
+    EXPECT_EQ(std::vector<double>(out, out + 4), (std::vector<double>{11, 15, 11, 12}));
+    for (const auto& [place, expected] : {std::pair{5, 0u}, {6, 1u}, {7, 0u}, {8, 3u}}) {
+        uint flag = 9;
+        EXPECT_EQ(CallPlace(bars, static_cast<std::size_t>(place), &flag), S_OK);
+        EXPECT_EQ(flag, expected) << place;
+    }
+    EXPECT_EQ(CallPlace(bars, 9, 2, first), S_OK);
+
+    double untouched[] = {7, 7, 7, 7, 7};
+    EXPECT_EQ(driver->Calculate(5, first, 3, untouched), S_OK) << "bars come through the second interface alone";
+    EXPECT_EQ(std::vector<double>(untouched, untouched + 5), (std::vector<double>{U, U, U, 7, 7}));
+}
+
+}  // namespace
+}  // namespace sarvane::test

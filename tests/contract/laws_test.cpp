@@ -1,0 +1,176 @@
+// What holds for every class of the table.
+
+#include "support/allocation_counter.h"
+#include "support/operator_driver.h"
+#include "support/random_bars.h"
+
+#include <gtest/gtest.h>
+#include <regex>
+#include <set>
+
+namespace sarvane::test {
+namespace {
+
+constexpr int Seeds = 40;
+constexpr int Bars = 120;
+
+// Runs `law` for every class with several lists of random arguments, the first of them none.
+template <class Law>
+void ForEveryClass(Law law) {
+    for (const std::string& keyword : AllKeywords()) {
+        for (unsigned seed = 0; seed < Seeds; ++seed) {
+            SCOPED_TRACE(keyword + " with arguments of seed " + std::to_string(seed));
+            RandomBars random(seed);
+            OperatorDriver op(keyword);
+            if (seed % 4 == 1) op.Set(-1, std::vector{u"5", u"0", u"-7", u"x"}[seed / 4 % 4]);
+            if (seed > 0) op.SetArguments(RandomArguments(random));
+            law(keyword, op, random);
+            if (testing::Test::HasFailure()) return;
+        }
+    }
+}
+
+std::vector<std::vector<double>> RunBars(OperatorDriver& op, const std::vector<std::vector<double>>& bars) {
+    std::vector<std::vector<double>> outputs;
+    for (const std::vector<double>& bar : bars) outputs.push_back(op.Step(bar));
+    return outputs;
+}
+
+std::vector<std::vector<double>> SomeBars(const OperatorDriver& op, RandomBars& random, int count) {
+    std::vector<std::vector<double>> bars;
+    for (int i = 0; i < count; ++i) bars.push_back(random.Next(op.InputCount()));
+    return bars;
+}
+
+void ExpectSameRun(const std::vector<std::vector<double>>& actual, const std::vector<std::vector<double>>& expected) {
+    for (std::size_t bar = 0; bar < expected.size(); ++bar)
+        ExpectSameBits(actual[bar], expected[bar], "bar " + std::to_string(bar));
+}
+
+TEST(Law, ARestoredStateGoesOnAsItDidBefore) {
+    const std::set<std::string> without = {"TimeAvg"};  // has a one-step undo instead of snapshots
+    ForEveryClass([&](const std::string& keyword, OperatorDriver& op, RandomBars& random) {
+        if (without.contains(keyword)) return;
+        op.Reset();
+        for (int round = 0; round < 6; ++round) {
+            RunBars(op, SomeBars(op, random, random.Below(Bars)));
+            const short slot = static_cast<short>(1 + random.Below(3));
+            ASSERT_EQ(op->SaveState(slot), S_OK);
+            const auto bars = SomeBars(op, random, 1 + random.Below(Bars));
+            op.SetNextBar(0);
+            const auto first = RunBars(op, bars);
+            if (round % 2 == 0 && keyword != "MedOp" && keyword != "VolStop") op->SaveState(4);
+            ASSERT_EQ(op->RestoreState(slot), S_OK);
+            op.SetNextBar(0);
+            ExpectSameRun(RunBars(op, bars), first);
+        }
+    });
+}
+
+TEST(Law, ARunAfterResetEqualsTheFirst) {
+    const std::set<std::string> without = {"KaseCCSS"};  // its signals run on across a reset
+    ForEveryClass([&](const std::string& keyword, OperatorDriver& op, RandomBars& random) {
+        if (without.contains(keyword)) return;
+        const auto bars = SomeBars(op, random, Bars);
+        op.Reset({}, 1, Bars - 1);
+        const auto first = RunBars(op, bars);
+        op.Reset({}, 1, Bars - 1);
+        ExpectSameRun(RunBars(op, bars), first);
+    });
+}
+
+TEST(Law, DescribingChangesNothing) {
+    ForEveryClass([&](const std::string&, OperatorDriver& op, RandomBars& random) {
+        const auto bars = SomeBars(op, random, Bars);
+        op.Reset();
+        const auto expected = RunBars(op, bars);
+        const std::string description = op.Description();
+        op.Reset();
+        for (std::size_t bar = 0; bar < bars.size(); ++bar) {
+            EXPECT_EQ(op.Description(), description);
+            ExpectSameBits(op.Step(bars[bar]), expected[bar], "bar " + std::to_string(bar));
+            if (bar > 10) break;
+        }
+    });
+}
+
+TEST(Law, OutputsHaveNamesOfTheVocabulary) {
+    const std::regex vocabulary("curve[1-4]|integer[1-8]|label[1-6]|percent|open|high|low|close");
+    for (const std::string& keyword : AllKeywords()) {
+        const OperatorDriver op(keyword);
+        std::set<std::string> names;
+        for (int output = 0; output < op.OutputCount(); ++output) {
+            EXPECT_TRUE(std::regex_match(op.OutputName(output), vocabulary)) << keyword << op.OutputName(output);
+            EXPECT_TRUE(names.insert(op.OutputName(output)).second) << keyword;
+        }
+        EXPECT_GT(op.OutputCount(), 0) << keyword;
+    }
+}
+
+TEST(Law, MissingSlotsAndTextsDoNoHarm) {
+    for (const std::string& keyword : AllKeywords()) {
+        SCOPED_TRACE(keyword);
+        OperatorDriver op(keyword);
+        TextSlot text = nullptr;
+        ushort number = 0;
+        EXPECT_EQ(op->GetFormula(nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetInputCount(nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetInputCurve(0, nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetInputBarType(0, nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetOutputCount(nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetOutputName(0, nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetOutputUnits(0, nullptr, &number, &number, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetOutputRange(0, 0, nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetParameterCount(nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetParameterText(0, nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(op->GetLookback(nullptr, nullptr), E_POINTER);
+        for (const int n : {-32768, -1, 99, 32767}) {
+            const short index = static_cast<short>(n);
+            op->GetInputCurve(index, &number, nullptr);
+            if (op->GetInputBarType(index, &text, nullptr) == S_OK) Taken(text);
+            if (op->GetOutputName(index, &text, nullptr) == S_OK) Taken(text);
+            if (op->GetParameterText(index, &text, nullptr) == S_OK) Taken(text);
+            EXPECT_EQ(op->SetParameter(index, u"1", nullptr), S_OK);
+        }
+        if (op.Bars()) {
+            EXPECT_EQ(op.Bars()->GetBarFlagA(nullptr), E_POINTER);
+            EXPECT_EQ(op.Bars()->GetBarStyle(nullptr), E_POINTER);
+            EXPECT_EQ(op.Bars()->ResetBar(1, 0, 5, nullptr), S_OK);
+        }
+        for (short index = 1; index < 16; ++index) op->SetParameter(index, nullptr, nullptr);
+        EXPECT_EQ(op->Reset(1, nullptr), S_OK);
+        EXPECT_LE(op->SaveState(-1), keyword == "TimeAvg" ? S_OK : S_FALSE);
+        EXPECT_LE(op->RestoreState(-1), keyword == "TimeAvg" ? S_OK : S_FALSE);
+    }
+}
+
+// In steady state a bar, a snapshot into a used slot and the way back take nothing from the free store.
+TEST(Law, ASteadyRunAllocatesNothing) {
+    for (const std::string& keyword : AllKeywords()) {
+        for (const char16_t* number : {u"1", u"3", u"8"}) {
+            SCOPED_TRACE(keyword);
+            OperatorDriver op(keyword);
+            op.SetArguments(std::vector<std::u16string>(15, number));
+            op.Reset();
+            RandomBars random(7);
+            std::vector<double> in, out(static_cast<std::size_t>(op.OutputCount()));
+            const int inputs = op.InputCount(), outputs = op.OutputCount();
+            std::size_t before = 0;
+            for (int bar = 0; bar < 3000; ++bar) {
+                in = random.Next(inputs);
+                in.back() = static_cast<double>(bar % 4);  // a key, where the last input is one
+                if (bar >= 2000) before = AllocationCount();
+                op->SaveState(1);
+                for (int tick = 0; tick < 2; ++tick) {
+                    op->RestoreState(1);
+                    op.Bars() ? op.Bars()->CalculateBar(bar, inputs, in.data(), outputs, out.data())
+                              : op->Calculate(inputs, in.data(), outputs, out.data());
+                }
+                ASSERT_TRUE(bar < 2000 || AllocationCount() == before) << "bar " << bar;
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace sarvane::test

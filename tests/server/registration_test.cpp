@@ -1,0 +1,96 @@
+#include "server/registration.h"
+
+#include "sarvane/registry.h"
+#include "support/operator_driver.h"
+
+#include <gtest/gtest.h>
+
+namespace sarvane::test {
+namespace {
+
+std::string Value(const std::string& key, const std::string& name = "") {
+    TextSlot text = nullptr;
+    const HRESULT status = SarvaneReadRegistryValue(Wide(key).c_str(), Wide(name).c_str(), &text);
+    return status == S_OK ? Taken(text) : "none";
+}
+
+std::string Subkeys(const std::string& key) {
+    std::string all;
+    TextSlot name = nullptr;
+    for (uint i = 0; SarvaneReadRegistryKey(Wide(key).c_str(), i, &name) == S_OK; ++i) all += Taken(name) + ";";
+    return all;
+}
+
+const std::string Id = "{401BF948-A946-11D1-B1A9-0000C0D9BDE9}";
+const std::string Category = "{E58DB2B8-A6CE-4C0D-84DE-AE9FFD6379AF}";
+
+class Registration : public testing::Test {
+protected:
+    void TearDown() override { DllRegisterServer(); }
+};
+
+TEST_F(Registration, EntersEveryClass) {
+    ASSERT_EQ(DllRegisterServer(), S_OK);
+    EXPECT_EQ(Value("SimAvgOp.SimAvgOp.1"), "SimAvgOp Class");
+    EXPECT_EQ(Value("SimAvgOp.SimAvgOp.1\\CLSID"), Id);
+    EXPECT_EQ(Value("SimAvgOp.SimAvgOp"), "SimAvgOp Class");
+    EXPECT_EQ(Value("SimAvgOp.SimAvgOp\\CurVer"), "SimAvgOp.SimAvgOp.1");
+    const std::string key = "CLSID\\" + Id;
+    EXPECT_EQ(Value(key), "SimAvgOp Class");
+    EXPECT_EQ(Value(key + "\\ProgID"), "SimAvgOp.SimAvgOp.1");
+    EXPECT_EQ(Value(key + "\\VersionIndependentProgID"), "SimAvgOp.SimAvgOp");
+    EXPECT_TRUE(Value(key + "\\InprocServer32").starts_with("/"));
+    EXPECT_EQ(Value(key + "\\InprocServer32", "ThreadingModel"), "Apartment");
+    EXPECT_EQ(Subkeys(key + "\\Implemented Categories"), Category + ";");
+    EXPECT_EQ(Value(key + "\\Keyword"), "Sim");
+    EXPECT_EQ(Value("Component Categories\\" + Category), "Zelmor Operators");
+    const std::string ids = Subkeys("CLSID");
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), ';'), 41);
+}
+
+TEST_F(Registration, LeavesOnlyWhatOthersShare) {
+    DllRegisterServer();
+    EXPECT_EQ(DllUnregisterServer(), S_OK);
+    EXPECT_EQ(Subkeys(""), "CLSID;Component Categories;TypeLib;");
+    EXPECT_EQ(Subkeys("CLSID"), "");
+    EXPECT_EQ(Subkeys("Component Categories"), "");
+    EXPECT_EQ(Value("TypeLib\\{401BF93A-A946-11D1-B1A9-0000C0D9BDE9}\\1.0"), "sarvane 1.0 Type Library");
+    EXPECT_EQ(DllUnregisterServer(), S_OK) << "twice does no harm";
+}
+
+TEST_F(Registration, ForceRemoveClearsWhatStoodThere) {
+    constexpr std::u16string_view first = u"HKCR { Key = s 'a' { Below = s 'b' val Name = s 'c' } }";
+    constexpr std::u16string_view second = u"HKCR { ForceRemove Key = s '%MODULE%' { val 'Other Name' = s 'e' } }";
+    EXPECT_EQ(RunScript(first, u"", Direction::Register), S_OK);
+    EXPECT_EQ(Value("Key", "Name"), "c");
+    EXPECT_EQ(RunScript(second, u"a path", Direction::Register), S_OK);
+    EXPECT_EQ(Value("Key"), "a path");
+    EXPECT_EQ(Subkeys("Key"), "");
+    EXPECT_EQ(Value("Key", "Name"), "none");
+    EXPECT_EQ(Value("Key", "Other Name"), "e");
+    EXPECT_EQ(RunScript(u"HKCR { NoRemove Key { val 'Other Name' = s 'e' } }", u"", Direction::Remove), S_OK);
+    EXPECT_EQ(Value("Key"), "a path");
+    EXPECT_EQ(Value("Key", "Other Name"), "none");
+    EXPECT_EQ(RunScript(second, u"", Direction::Remove), S_OK);
+    EXPECT_EQ(Value("Key"), "none");
+}
+
+TEST_F(Registration, RefusesWhatIsNoScript) {
+    for (const std::u16string_view text : {u"", u"HKLM { }", u"HKCR { Bad", u"HKCR { Bad = s }", u"HKCR { Bad = 'x' }",
+                                           u"HKCR { Bad } }", u"HKCR { Bad { val = s 'x' } }", u"HKCR { Bad = s 'x"}) {
+        EXPECT_EQ(RunScript(text, u"", Direction::Register), E_FAIL);
+        EXPECT_EQ(Value("Bad"), "none");
+    }
+}
+
+TEST(Registry, ReadsWithClearStatuses) {
+    TextSlot text = reinterpret_cast<TextSlot>(1);
+    EXPECT_EQ(SarvaneReadRegistryValue(u"No such\\key", nullptr, &text), E_FILENOTFOUND);
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(SarvaneReadRegistryValue(u"CLSID", u"", nullptr), E_POINTER);
+    EXPECT_EQ(SarvaneReadRegistryKey(u"CLSID", 41, &text), E_FILENOTFOUND);
+    EXPECT_EQ(SarvaneReadRegistryKey(nullptr, 0, nullptr), E_POINTER);
+}
+
+}  // namespace
+}  // namespace sarvane::test

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "support/operator_driver.h"
+
+#include <random>
+
+namespace sarvane::test {
+
+// Input values of a made-up series: prices that wander, now and then a gap, and rarely a zero, a NaN, an infinity, or
+// something huge or tiny.
+class RandomBars {
+public:
+    explicit RandomBars(unsigned seed) : random(seed) {}
+
+    std::vector<double> Next(int inputs) {
+        price *= 1.0 + 0.02 * (Unit() - 0.5);
+        std::vector<double> bar(static_cast<std::size_t>(inputs));
+        for (double& value : bar) value = Value();
+        return bar;
+    }
+    double Unit() { return std::uniform_real_distribution<double>()(random); }
+    int Below(int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); }
+
+private:
+    double Value() {
+        constexpr double Odd[] = {0.0,
+                                  -0.0,
+                                  1e300,
+                                  -1e300,
+                                  1e-310,
+                                  1e-101,
+                                  std::numeric_limits<double>::quiet_NaN(),
+                                  std::numeric_limits<double>::infinity(),
+                                  2147483647.0,
+                                  -1.0,
+                                  3.0,
+                                  0.5};
+        const int kind = Below(100);
+        if (kind < 6) return UndefinedValue;
+        if (kind == 6) return Odd[Below(12)];
+        if (kind < 20) return Below(12);  // a length, a key, a flag
+        return price + Unit();
+    }
+
+    std::mt19937 random;
+    double price = 100.0;
+};
+
+// Texts for arguments 1 to 15, most of them small numbers.
+inline std::vector<std::u16string> RandomArguments(RandomBars& random) {
+    constexpr const char16_t* Texts[] = {u"",    u"1",   u"2",   u"3",  u"4",   u"5",          u"7",
+                                         u"10",  u"0.5", u"1.5", u"0",  u"-1",  u"-3",         u"x",
+                                         u" 6 ", u"SMO", u"EXP", u"50", u"1e9", u"2147483647", u"-2147483648",
+                                         u"nan", u"12",  u"2.0", u"1"};
+    std::vector<std::u16string> arguments;
+    for (int i = 0; i < 15; ++i) arguments.push_back(Texts[random.Below(static_cast<int>(std::size(Texts)))]);
+    return arguments;
+}
+
+}  // namespace sarvane::test
