@@ -83,7 +83,11 @@ private:
 
     void Checked(bool parsed) {
         if (!fault.empty()) throw Failure(fault);
-        if (!parsed) Fail("{}:{}: {}", bars.name, line, csv_strerror(csv_error(&parser)));
+        if (parsed) return;
+        const int error = csv_error(&parser);
+        if (error == CSV_ENOMEM) throw std::bad_alloc();
+        Fail("{}:{}: {}", bars.name, line,
+             error == CSV_EPARSE ? "a quote in the wrong place, or not closed" : csv_strerror(error));
     }
 
     static void OnCell(void* text, std::size_t length, void* self) {

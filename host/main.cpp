@@ -22,6 +22,7 @@ struct Options {
     std::vector<std::string> expressions;
     std::string output;
     std::optional<std::size_t> last;
+    bool allOutputs = false;
     RunSettings settings;
 };
 
@@ -45,7 +46,7 @@ void Run(const Options& options) {
     const Library library(options.library);
     const BarFile bars(options.barFile);
     Study study(library, bars, options.settings);
-    for (const std::string& expression : options.expressions) study.Add(expression);
+    for (const std::string& expression : options.expressions) study.Add(expression, options.allOutputs);
 
     const std::size_t count = bars.BarCount();
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
@@ -86,6 +87,7 @@ int Main(int argc, char** argv) {
     run->add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
     run->add_option("-o,--output", options.output, "write the table to this file, too, with all digits");
     run->add_option("--last", options.last, "show only the last N bars");
+    run->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
     run->add_flag("--hold", options.settings.hold, "bar arithmetic repeats missing inputs");
     run->add_option("--price-step", options.settings.priceStep, "the step that stops are rounded to");
     run->callback([&] { Run(options); });

@@ -101,6 +101,8 @@ constexpr Sign Signs[] = {
     {"<>", [](double a, double b) { return a != b ? 1.0 : 0.0; }, "", ""},
 };
 
+bool IsLabelName(std::string_view output) { return EqualIgnoringCase(output.substr(0, 5), "label"); }
+
 Operand PlainOperand(const double* value) {
     Operand operand;
     operand.value = value;
@@ -163,7 +165,11 @@ private:
 
     Operand BindOutput(const Expression& selection) {
         const Operand whole = Bind(selection.parts.front());
-        if (const double* const output = whole.Output(selection.name)) return PlainOperand(output);
+        if (const double* const output = whole.Output(selection.name)) {
+            Operand operand = PlainOperand(output);
+            operand.isLabel = IsLabelName(selection.name);
+            return operand;
+        }
         std::string known;
         for (const auto& [name, place] : whole.outputs) known += (known.empty() ? "; it has " : ", ") + name;
         FailAt(text, selection.end - selection.name.size(),
@@ -229,7 +235,7 @@ private:
             const ComPtr<IZelmorOp> probe = study.library.Create(operatorClass);
             for (int i = 1; i < last; ++i) {
                 const Expression& argument = call.parts[static_cast<std::size_t>(i)];
-                if (argument.kind == Expression::Kind::Empty) continue;
+                if (asGiven && argument.kind == Expression::Kind::Empty) continue;
                 study.library.SetArgument(*probe.Get(), i, asGiven ? ArgumentText(argument) : "3");
             }
             if (Notices(*probe.Get(), last)) return;
@@ -289,6 +295,7 @@ private:
             operand.prices[price] = named ? named : node.Output(0);
         }
         operand.value = operand.isBar ? operand.prices[Close] : node.Output(0);
+        operand.isLabel = !operand.isBar && IsLabelName(operand.outputs.front().first);
         return operand;
     }
 
@@ -299,12 +306,16 @@ private:
 Study::Study(const Library& operators, const BarFile& file, RunSettings how)
     : library(operators), bars(file), settings(how), row(file.Columns().size(), UndefinedValue) {}
 
-void Study::Add(const std::string& expression) {
+void Study::Add(const std::string& expression, bool allOutputs) {
     const Expression parsed = ParseExpression(expression);
     Binder binder(*this, expression);
     const Operand bound = binder.Bind(parsed);
-    results.push_back(binder.Value(parsed, bound));
-    titles.push_back(expression);
+    if (allOutputs && bound.outputs.size() > 1) {
+        for (const auto& [name, place] : bound.outputs)
+            results.push_back({fmt::format("{}.{}", expression, name), place, IsLabelName(name)});
+    } else {
+        results.push_back({expression, binder.Value(parsed, bound), bound.isLabel});
+    }
 }
 
 void Study::Reset() {

@@ -15,8 +15,8 @@
 namespace sarvane::study {
 
 struct RunSettings {
-    bool hold = false;                // operators on whole bars fill missing inputs
-    std::optional<double> priceStep;  // for operators that round to it
+    bool hold = false;                     // operators on whole bars fill missing inputs
+    std::optional<double> priceStep = {};  // for operators that round to it
 };
 
 // One step of an expression: it takes the values of a bar from where they stand and leaves its own.
@@ -32,9 +32,17 @@ struct Operand {
     const double* value = nullptr;          // as a plain value: a bar's close, or an operator's first output
     std::array<const double*, 4> prices{};  // open, high, low, close; a plain value stands for all four
     bool isBar = false;
+    bool isLabel = false;                                        // `value` is a packed chart label
     std::vector<std::pair<std::string, const double*>> outputs;  // by name
 
     const double* Output(std::string_view name) const;
+};
+
+// A column of the table that a run gives.
+struct Result {
+    std::string title;
+    const double* value;  // on the bar of the last step
+    bool isLabel;
 };
 
 // Expressions over a file of bars, bound to operators and run bar by bar.
@@ -42,13 +50,11 @@ class Study {
 public:
     Study(const Library& library, const BarFile& bars, RunSettings settings = {});
 
-    // Binds one more expression. Fails with the place of what can't be bound.
-    void Add(const std::string& expression);
+    // Binds one more expression, which adds a result, or one for each output of its operator. Fails with the place of
+    // what can't be bound.
+    void Add(const std::string& expression, bool allOutputs = false);
 
-    std::size_t ExpressionCount() const { return results.size(); }
-    const std::string& Title(std::size_t expression) const { return titles[expression]; }
-    // On the bar of the last step.
-    double Value(std::size_t expression) const { return *results[expression]; }
+    const std::vector<Result>& Results() const { return results; }
 
     void Reset();
     void Step(std::size_t bar);
@@ -62,8 +68,7 @@ private:
     std::vector<double> row;  // the file's columns on the present bar
     std::deque<double> constants;
     std::vector<std::unique_ptr<Node>> nodes;  // each behind those it reads
-    std::vector<std::string> titles;
-    std::vector<const double*> results;
+    std::vector<Result> results;
 };
 
 }  // namespace sarvane::study

@@ -1,6 +1,7 @@
 #include "table.h"
 
 #include "failure.h"
+#include "sarvane/chart_label.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,13 +15,19 @@ constexpr std::size_t NarrowestColumn = 12;
 
 std::size_t ColumnWidth(const std::string& title) { return std::max(title.size(), NarrowestColumn); }
 
+// A label as its text, a number in the given format, and nothing for what is undefined.
+std::string CellText(const Result& result, fmt::format_string<const double&> numberFormat) {
+    if (result.isLabel) return LabelText(*result.value).value_or("");
+    return IsUndefined(*result.value) ? "" : fmt::format(numberFormat, *result.value);
+}
+
 }  // namespace
 
 ScreenTable::ScreenTable(const BarFile& bars, const Study& study) : dateWidth(bars.DateTitle().size()) {
     for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) dateWidth = std::max(dateWidth, bars.Date(bar).size());
     std::string line = fmt::format("{:<{}}", bars.DateTitle(), dateWidth);
-    for (std::size_t i = 0; i < study.ExpressionCount(); ++i)
-        line += fmt::format("  {:>{}}", study.Title(i), ColumnWidth(study.Title(i)));
+    for (const Result& result : study.Results())
+        line += fmt::format("  {:>{}}", result.title, ColumnWidth(result.title));
     fmt::print("{}\n", line);
 }
 
@@ -28,12 +35,8 @@ void ScreenTable::WriteBar(std::string_view date, const Study& study) {
     fmt::memory_buffer line;
     const auto end = std::back_inserter(line);
     fmt::format_to(end, "{:<{}}", date, dateWidth);
-    for (std::size_t i = 0; i < study.ExpressionCount(); ++i) {
-        const std::size_t width = ColumnWidth(study.Title(i));
-        const double value = study.Value(i);
-        IsUndefined(value) ? fmt::format_to(end, "  {:>{}}", "", width)
-                           : fmt::format_to(end, "  {:>{}.10g}", value, width);
-    }
+    for (const Result& result : study.Results())
+        fmt::format_to(end, "  {:>{}}", CellText(result, "{:.10g}"), ColumnWidth(result.title));
     std::string_view text(line.data(), line.size());
     fmt::print("{}\n", text.substr(0, text.find_last_not_of(' ') + 1));
 }
@@ -42,7 +45,7 @@ CsvTable::CsvTable(const std::string& path, const BarFile& bars, const Study& st
     : name(path), file(std::fopen(path.c_str(), "wb")) {
     if (!file) Fail("{}: {}", name, std::strerror(errno));
     WriteCell(bars.DateTitle(), true);
-    for (std::size_t i = 0; i < study.ExpressionCount(); ++i) WriteCell(study.Title(i), false);
+    for (const Result& result : study.Results()) WriteCell(result.title, false);
     std::fputc('\n', file.get());
 }
 
@@ -56,10 +59,7 @@ void CsvTable::WriteCell(std::string_view text, bool first) {
 
 void CsvTable::WriteBar(std::string_view date, const Study& study) {
     WriteCell(date, true);
-    for (std::size_t i = 0; i < study.ExpressionCount(); ++i) {
-        const double value = study.Value(i);
-        IsUndefined(value) ? fmt::print(file.get(), ",") : fmt::print(file.get(), ",{}", value);
-    }
+    for (const Result& result : study.Results()) WriteCell(CellText(result, "{}"), false);
     std::fputc('\n', file.get());
 }
 

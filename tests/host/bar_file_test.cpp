@@ -1,0 +1,68 @@
+#include "bar_file.h"
+
+#include "failure.h"
+#include "sarvane/values.h"
+#include "temporary_file.h"
+
+#include <gtest/gtest.h>
+
+namespace sarvane::study {
+namespace {
+
+TEST(BarFile, ReadsColumnsInAnyOrderAndCase) {
+    const TemporaryFile file("\xEF\xBB\xBFTime,CLOSE,Open,My Own\r\n"
+                             "\"2020, one\", 1.5 ,+2,\r\n"
+                             "\n"
+                             "two,-3e2,4,.5");
+    const BarFile bars(file.Path());
+    ASSERT_EQ(bars.BarCount(), 2u);
+    EXPECT_EQ(bars.DateTitle(), "Time");
+    EXPECT_EQ(bars.Date(0), "2020, one");
+    EXPECT_EQ(bars.Date(1), "two");
+    EXPECT_EQ(bars.FindColumn("close"), 0u);
+    EXPECT_EQ(bars.FindColumn("my own"), 2u);
+    EXPECT_FALSE(bars.FindColumn("high"));
+    EXPECT_EQ(bars.Value(0, 0), 1.5);
+    EXPECT_EQ(bars.Value(1, 0), 2.0);
+    EXPECT_EQ(bars.Value(2, 0), UndefinedValue);
+    EXPECT_EQ(bars.Value(0, 1), -300.0);
+    EXPECT_EQ(bars.Value(2, 1), 0.5);
+}
+
+TEST(BarFile, NamesThePlaceOfAFault) {
+    const std::pair<std::string, const char*> faults[] = {
+        {"", ": the file is empty"},
+        {"\n\n", ": the file is empty"},
+        {"open,close\n", ":1:1: the first column is \"open\""},
+        {"date,open,OPEN\n", ":1:3: a second column \"OPEN\""},
+        {"date,,close\n", ":1:2: a column without a name"},
+        {"date,close\na,1\nb,x1\n", ":3:2: \"x1\" is no number (close)"},
+        {"date,close\na,1e999\n", ":2:2: \"1e999\" is no number"},
+        {"date,close\na,nan\n", ":2:2: \"nan\" is no number"},
+        {"date,close\na,1\n\n\nb,2\nc\n", ":6:1: the line ends here"},
+        {"date,close\na,1,2\n", ":2:3: a cell too many"},
+        {"date,close\na,\"1\n", "quote"},
+        {std::string("\x7F"
+                     "ELF\0\1\2,\n\3",
+                     10),
+         ":1:1: the first column is"},
+        {"date," + std::string(2 << 20, 'x'), ":1: the line does not end"},
+    };
+    for (const auto& [content, message] : faults) {
+        const TemporaryFile file(content);
+        try {
+            const BarFile bars(file.Path());
+            ADD_FAILURE() << "was read, without " << message;
+        } catch (const Failure& failure) {
+            const std::string what = failure.what();
+            EXPECT_NE(what.find(message), std::string::npos) << what;
+            EXPECT_TRUE(what.starts_with(file.Path().string())) << what;
+            EXPECT_LT(what.size(), 300u);
+        }
+    }
+    EXPECT_THROW(BarFile("no/such/file.csv"), Failure);
+    EXPECT_THROW(BarFile(std::filesystem::temp_directory_path()), Failure);
+}
+
+}  // namespace
+}  // namespace sarvane::study

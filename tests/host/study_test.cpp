@@ -1,0 +1,101 @@
+#include "study.h"
+
+#include "failure.h"
+#include "sarvane/values.h"
+#include "temporary_file.h"
+
+#include <gtest/gtest.h>
+
+namespace sarvane::study {
+namespace {
+
+constexpr double U = UndefinedValue;
+constexpr const char* SixBars = "date,open,high,low,close,volume\n"
+                                "1,1,3,1,2,10\n"
+                                "2,2,5,1,4,20\n"
+                                "3,4,7,4,6,\n"
+                                "4,6,9,5,8,40\n"
+                                "5,8,9,2,4,2\n"
+                                "6,4,5,3,5,3\n";
+
+class StudyTest : public testing::Test {
+protected:
+    // The values of an expression on all bars.
+    std::vector<double> Values(const std::string& expression, RunSettings settings = {}) {
+        Study study(library, bars, settings);
+        study.Add(expression);
+        study.Reset();
+        std::vector<double> values;
+        for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) {
+            study.Step(bar);
+            values.push_back(*study.Results()[0].value);
+        }
+        return values;
+    }
+
+    const Library library;
+    const TemporaryFile file{SixBars};
+    const BarFile bars{file.Path()};
+};
+
+TEST_F(StudyTest, Calculates) {
+    const std::pair<const char*, std::vector<double>> studies[] = {
+        {"close", {2, 4, 6, 8, 4, 5}},
+        {"Bar", {2, 4, 6, 8, 4, 5}},
+        {"Bar.low", {1, 1, 4, 5, 2, 3}},
+        {"sim(Close, 2)", {U, 3, 5, 7, 6, 4.5}},
+        {"Sim(Bar, 2)", {U, 3, 5, 7, 6, 4.5}},
+        {"Sim(Sim(Close, 2), 2)", {U, U, 4, 6, 6.5, 5.25}},
+        {"Sim(Close, Volume)", {U, U, U, U, 6, 17.0 / 3}},
+        {"Sim(7, 2)", {U, 7, 7, 7, 7, 7}},
+        {"Bar + Volume", {12, 24, U, 48, 6, 8}},
+        {"(Bar * -1).high", {-1, -1, -4, -5, -2, -3}},
+        {"BarSub(Bar, Open)", {1, 2, 2, 2, -4, 1}},
+        {"(Bar - Bar).open", {-1, -2, -2, -2, 4, -1}},
+        {"Sim(Bar / 2, 1)", {1, 2, 3, 4, 2, 2.5}},
+        {"BarAdd(Close, 1).low", {3, 5, 7, 9, 5, 6}},
+        {"Close * Volume - 1", {19, 79, U, 319, 7, 14}},
+        {"Close / (Volume - 2)", {0.25, 4.0 / 18, U, 8.0 / 38, U, 5}},
+        {"Close > Open", {1, 1, 1, 1, 0, 1}},
+        {"Volume <= 10", {1, 0, U, 0, 1, 1}},
+        {"Close <> 4", {1, 0, 1, 1, 0, 1}},
+    };
+    for (const auto& [expression, values] : studies) EXPECT_EQ(Values(expression), values) << expression;
+    EXPECT_EQ(Values("Bar + Volume", {.hold = true}), (std::vector<double>{12, 24, 26, 48, 6, 8}));
+}
+
+TEST_F(StudyTest, NamesThePlaceOfWhatCannotBeBound) {
+    const std::pair<const char*, const char*> faults[] = {
+        {"Simm(Close, 5)", "column 1: no operator \"Simm\"; nearest: Sim"},
+        {"1 + Foo", "column 5: "},
+        {"Sim(Foo, 3)", "column 5: "},
+        {"Sim(, 3)", "column 1: Sim lacks argument 0"},
+        {"Sim(Close)", "column 1: Sim lacks argument 1"},
+        {"Sim(Close, , 1)", "column 1: Sim lacks argument 1"},
+        {"BarAdd(Bar)", "column 1: BarAdd lacks argument 1"},
+        {"Sim(Close, 5, 3, 7)", "column 18: Sim takes no argument 3"},
+        {"BarAdd(Bar, 5, 3)", "column 16: BarAdd takes no argument 2"},
+        {"Sim(Close, 2).high", "column 15: no output \"high\"; it has curve1"},
+        {"Volume.x", "column 8: no output \"x\""},
+    };
+    for (const auto& [expression, message] : faults) {
+        try {
+            Values(expression);
+            ADD_FAILURE() << expression;
+        } catch (const Failure& failure) {
+            EXPECT_NE(std::string(failure.what()).find(message), std::string::npos) << failure.what();
+        }
+    }
+}
+
+TEST_F(StudyTest, AsksForAColumnOnlyWhenItIsNeeded) {
+    const TemporaryFile closes("date,close\n1,2\n");
+    const BarFile few(closes.Path());
+    Study study(library, few);
+    study.Add("Sim(Bar, 1)");
+    study.Add("Sim(Close, 1, Surplus)");
+    EXPECT_THROW(study.Add("Bar * 2"), Failure);
+}
+
+}  // namespace
+}  // namespace sarvane::study
