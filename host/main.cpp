@@ -102,6 +102,9 @@ int Main(int argc, char** argv) {
     } catch (const std::bad_alloc&) {
         fmt::print(stderr, "study: out of memory\n");
         return 1;
+    } catch (const std::exception& error) {  // such as an operator's window that is too long to be made
+        fmt::print(stderr, "study: {}\n", error.what());
+        return 1;
     }
     return 0;
 }

@@ -34,7 +34,7 @@ STDMETHODIMP CSimAvgOp::SetParameter(short index, const char16_t* value, TextSlo
     switch (index) {
     case HistoryDepthIndex: depth = number; break;
     case Period:
-        period = number >= 1 ? number : UndefinedParam;
+        period = PositiveOrUnset(number);
         states.Live().history.Reconfigure(ValueOr(period, depth));
         break;
     case MinBars:  // an unset period lies below every number, so nothing fits into it

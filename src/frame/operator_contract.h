@@ -7,6 +7,9 @@
 #include "frame/text.h"
 #include "sarvane/operator.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 namespace sarvane {
 
 // Fills a host's out slot.
@@ -45,7 +48,14 @@ inline constexpr short DigitsIndex = -2;
 
 inline constexpr int DefaultHistoryDepth = 400;
 
+// A length that is below 1, and one that is no number, is unset.
+constexpr int PositiveOrUnset(int length) { return length >= 1 ? length : UndefinedParam; }
+// UndefinedParam lies below every number.
+constexpr bool AnyUnset(std::initializer_list<int> parameters) { return IsUnset(std::min(parameters)); }
 constexpr int ValueOr(int parameter, int otherwise) { return IsUnset(parameter) ? otherwise : parameter; }
+
+// How many elements a window's ring is made for: it is pushed before it is popped.
+constexpr long long WindowRoom(int period, int depth) { return IsUnset(period) ? depth : period + 1LL; }
 
 // The value that stands in for a missing input `n` before the first bar.
 inline double NthSeed(int n, int count, const double* seed) { return count < 1 || !seed ? UndefinedValue : seed[n]; }

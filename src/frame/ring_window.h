@@ -80,4 +80,11 @@ protected:
     Element* buffer = nullptr;
 };
 
+// Appends to a window. Beyond `limit` elements the oldest one goes.
+template <class Ring, class Element>
+void PushWithin(Ring& window, const Element& element, int limit) {
+    window.Push(element);
+    if (window.Size() > limit) window.PopFront();
+}
+
 }  // namespace sarvane

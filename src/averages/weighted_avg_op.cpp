@@ -1,0 +1,53 @@
+#include "averages/weighted_avg_op.h"
+
+namespace sarvane {
+namespace {
+
+enum Argument : short { Curve, Period };
+
+// Newest value first. The weights add up in 32 bits: their sum wraps into the negative numbers at a period of 65536,
+// and around again beyond.
+double WeightedMean(const HistoryRing& history, int period) {
+    double total = 0.0;
+    uint sum = 0;
+    for (int weight = period; weight >= 1; --weight) {
+        total += weight * history.Newest(period - weight);
+        sum += static_cast<uint>(weight);
+    }
+    const int weights = static_cast<int>(sum);
+    return weights == 0 ? UndefinedValue : total / weights;
+}
+
+}  // namespace
+
+STDMETHODIMP CWeightedAvgOp::SetParameter(short index, const char16_t* value, TextSlot*) {
+    const int number = TextToInt(value);
+    switch (index) {
+    case HistoryDepthIndex: depth = number; break;
+    case Period:
+        period = PositiveOrUnset(number);
+        states.Live().history.Reconfigure(WindowRoom(period, depth));
+        break;
+    }
+    return S_OK;
+}
+
+STDMETHODIMP CWeightedAvgOp::Reset(int count, const double* seed) {
+    WeightedAvgState& live = states.Live();
+    live.previous = FirstSeed(count, seed);
+    live.history.Clear();
+    return S_OK;
+}
+
+STDMETHODIMP CWeightedAvgOp::Calculate(int, const double* in, int, double* out) {
+    WeightedAvgState& live = states.Live();
+    return CarryForward(live.previous, in, out, [&](double value) {
+        PushWithin(live.history, value, ValueOr(period, depth));
+        const int size = live.history.Size();
+        const int wanted = IsUnset(period) ? TruncateToInt(in[Period]) : period;
+        const bool fits = IsUnset(period) ? wanted >= 1 && wanted <= size : wanted == size;
+        return fits ? WeightedMean(live.history, wanted) : UndefinedValue;
+    });
+}
+
+}  // namespace sarvane
