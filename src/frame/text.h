@@ -42,6 +42,7 @@ FormatText(const char* format, ...);
 
 // Entry `n` of a list, counted from 0: a number as text, or one of several texts. Out of range it is `otherwise`.
 FormattedText NthInt(short n, std::initializer_list<int> numbers);
+FormattedText NthDouble(int n, std::initializer_list<double> numbers);
 std::u16string_view NthText(short n, std::initializer_list<std::u16string_view> texts,
                             std::u16string_view otherwise = u"");
 

@@ -6,6 +6,16 @@
 #include "averages/trix_op.h"
 #include "averages/weighted_avg_op.h"
 #include "bars/bar_op.h"
+#include "kase/kase_ccss_op.h"
+#include "kase/kase_peak_osc_op.h"
+#include "kase/kase_perm_stoch_op.h"
+#include "oscillators/cg_osc_op.h"
+#include "oscillators/kalman_filter_op.h"
+#include "oscillators/macdx_op.h"
+#include "statistics/correl_op.h"
+#include "statistics/hi_lo_lev_op.h"
+#include "statistics/middle_op.h"
+#include "statistics/rank_op.h"
 #include "sarvane/class_ids.h"
 #include "statistics/correl_op.h"
 #include "statistics/hi_lo_lev_op.h"
@@ -56,9 +66,9 @@ constexpr ClassEntry Table[] = {
     Class<CAdapAvgOp>(ClassId::AdapAvgOp, "AdapAvgOp", "AMAOp", 110),
     ClassWithoutAggregation<CTrixOp>(ClassId::TrixOp, "TrixOp", "Trix", 111),
     NotYet(ClassId::OverLapOp, "OverLapOp", "OverlapCntOp", 112),
-    NotYet(ClassId::KasePeakOscOp, "KasePeakOscOp", "KasePeakOsc", 114),
-    NotYet(ClassId::KasePermStochOp, "KasePermStochOp", "KasePermStoch", 113),
-    NotYet(ClassId::KaseCCSSOp, "KaseCCSSOp", "KaseCCSS", 115),
+    Class<CKasePeakOscOp>(ClassId::KasePeakOscOp, "KasePeakOscOp", "KasePeakOsc", 114),
+    Class<CKasePermStochOp>(ClassId::KasePermStochOp, "KasePermStochOp", "KasePermStoch", 113),
+    Class<CKaseCCSSOp>(ClassId::KaseCCSSOp, "KaseCCSSOp", "KaseCCSS", 115),
     NotYet(ClassId::VolStopOp, "VolStopOp", "VolStop", 116),
     NotYet(ClassId::StochXOp, "StochXOp", "StochXOp", 117),
     NotYet(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
@@ -67,10 +77,10 @@ constexpr ClassEntry Table[] = {
     NotYet(ClassId::EventOffset, "EventOffset", "EventOffsetOp", 134),
     NotYet(ClassId::CountOperator, "CountOperator", "CountOp", 135),
     NotYet(ClassId::MeanDeviationOp, "MeanDeviationOp", "MeanDev", 136),
-    NotYet(ClassId::MACDXOp, "MACDXOp", "MACDXOp", 137),
+    Class<CMACDXOp>(ClassId::MACDXOp, "MACDXOp", "MACDXOp", 137),
     Class<CTimeAvgOp>(ClassId::TimeAvgOp, "TimeAvgOp", "TimeAvg", 140),
-    NotYet(ClassId::CGOscOp, "CGOscOp", "CGOscOp", 141),
-    NotYet(ClassId::KalmanFilterOp, "KalmanFilterOp", "KalmanFilter", 142),
+    Class<CCGOscOp>(ClassId::CGOscOp, "CGOscOp", "CGOscOp", 141),
+    Class<CKalmanFilterOp>(ClassId::KalmanFilterOp, "KalmanFilterOp", "KalmanFilter", 142),
     NotYet(ClassId::TriAvgOp, "TriAvgOp", "TriAvg", 143),
     NotYet(ClassId::ExHullAvgOp, "ExHullAvgOp", "ExHull", 144),
 };

@@ -72,7 +72,6 @@ TEST(Law, ARestoredStateGoesOnAsItDidBefore) {
 }
 
 TEST(Law, ARunAfterResetEqualsTheFirst) {
-    const std::set<std::string> without = {"KaseCCSS"};  // its signals run on across a reset
     ForEveryClass([&](const std::string& keyword, OperatorDriver& op, RandomBars& random) {
         if (without.contains(keyword)) return;
         const auto bars = SomeBars(op, random, Bars);

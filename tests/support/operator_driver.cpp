@@ -107,7 +107,7 @@ std::string OperatorDriver::Description() const {
         EXPECT_EQ(op->GetInputCurve(input, &argument, nullptr), S_OK);
         EXPECT_EQ(op->GetInputBarType(input, &text, nullptr), S_OK);
         const std::string field = Taken(text);
-        all.append(" ").append(std::to_string(argument)).append(field.empty() ? "" : field.substr(8, 1));
+        all.append(" ").append(std::to_string(argument)).append(field.empty() ? "" : field.substr(9, 1));
     }
     all += " | out";
     for (short output = 0; output < OutputCount(); ++output) {

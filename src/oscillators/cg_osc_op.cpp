@@ -1,0 +1,51 @@
+#include "oscillators/cg_osc_op.h"
+
+namespace sarvane {
+namespace {
+
+enum Argument : short { Curve, Period };
+
+}  // namespace
+
+STDMETHODIMP CCGOscOp::SetParameter(short index, const char16_t* value, TextSlot*) {
+    const int number = TextToInt(value);
+    switch (index) {
+    case HistoryDepthIndex: depth = number; break;
+    case Period:
+        period = PositiveOrUnset(number);
+        states.Live().window.Reconfigure(period);
+        break;
+    }
+    return S_OK;
+}
+
+STDMETHODIMP CCGOscOp::Reset(int count, const double* seed) {
+    CGOscState& live = states.Live();
+    live.previous = FirstSeed(count, seed);
+    live.window.Clear();
+    return S_OK;
+}
+
+STDMETHODIMP CCGOscOp::Calculate(int, const double* in, int, double* out) {
+    CGOscState& live = states.Live();
+    return CarryForward(live.previous, in, out, [&](double value) {
+        return IsUnset(period) ? UndefinedValue : CentreOfGravity(live.window, value);
+    });
+}
+
+double CCGOscOp::CentreOfGravity(HistoryRing& window, double value) const {
+    if (window.Size() == period) window.PopFront();
+    window.Push(value);
+    if (window.Size() != period) return UndefinedValue;
+    double weighted = 0.0;
+    double sum = 0.0;
+    for (int position = 1; position <= period; ++position) {
+        const double x = window.Newest(position - 1);
+        sum += x;
+        weighted += position * x;
+    }
+    if (weighted == 0.0) return 0.0;
+    return sum == 0.0 ? UndefinedValue : -weighted / sum;
+}
+
+}  // namespace sarvane
