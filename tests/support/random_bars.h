@@ -48,10 +48,9 @@ private:
 
 // Texts for arguments 1 to 15, most of them small numbers.
 inline std::vector<std::u16string> RandomArguments(RandomBars& random) {
-    constexpr const char16_t* Texts[] = {u"",    u"1",   u"2",   u"3",  u"4",   u"5",          u"7",
-                                         u"10",  u"0.5", u"1.5", u"0",  u"-1",  u"-3",         u"x",
-                                         u" 6 ", u"SMO", u"EXP", u"50", u"1e9", u"2147483647", u"-2147483648",
-                                         u"nan", u"12",  u"2.0", u"1"};
+    constexpr const char16_t* Texts[] = {u"",    u"1", u"2",           u"3",   u"4",  u"5",   u"7",   u"10",  u"0.5",
+                                         u"1.5", u"0", u"-1",          u"-3",  u"x",  u" 6 ", u"SMO", u"EXP", u"50",
+                                         u"1e9", u"8", u"-2147483648", u"nan", u"12", u"2.0", u"1"};
     std::vector<std::u16string> arguments;
     for (int i = 0; i < 15; ++i) arguments.push_back(Texts[random.Below(static_cast<int>(std::size(Texts)))]);
     return arguments;
