@@ -15,16 +15,22 @@ double SumTolerance(double sum) {
     return size > 2.4424906541753444e-8 ? size / 1e8 : Epsilon;
 }
 
-// A value that dwarfs what it leaves behind takes the low digits of the sum with it. Only adding up the rest brings
-// them back.
-void DropOldest(SimAvgState& live) {
-    const double oldest = live.history[0];
-    live.history.PopFront();
-    live.sum -= oldest;
-    if (std::abs(oldest * Epsilon) > SumTolerance(live.sum)) {
-        live.sum = 0.0;
-        for (int i = 0; i < live.history.Size(); ++i) live.sum += live.history[i];
-    }
+// Whether a value dwarfed what it left behind, and so took the low digits of the sum with it.
+bool DigitsLost(double oldest, double rest) {
+    const double error = std::abs(oldest * Epsilon);
+    if (error * 2e8 < std::abs(rest)) return false;  // half of any tolerance at most; spares nearly every bar a division
+    return error > SumTolerance(rest);
+}
+
+// Drops the oldest value from a window and gives the sum of the others. Only adding them up brings lost digits back.
+double DropOldest(HistoryRing& window, double sum) {
+    const double oldest = window[0];
+    window.PopFront();
+    const double rest = sum - oldest;
+    if (!DigitsLost(oldest, rest)) return rest;
+    double fresh = 0.0;
+    for (int i = 0; i < window.Size(); ++i) fresh += window[i];
+    return fresh;
 }
 
 }  // namespace
@@ -61,11 +67,13 @@ STDMETHODIMP CSimAvgOp::Calculate(int, const double* in, int, double* out) {
 }
 
 double CSimAvgOp::RunningMean(SimAvgState& live, double value) const {
-    if (live.history.Size() == period) DropOldest(live);
+    double sum = live.sum;
+    if (live.history.Size() == period) sum = DropOldest(live.history, sum);
     live.history.Push(value);
-    live.sum += value;
+    sum += value;
+    live.sum = sum;
     const int size = live.history.Size();
-    return size >= ValueOr(minBars, period) ? live.sum / size : UndefinedValue;
+    return size >= ValueOr(minBars, period) ? sum / size : UndefinedValue;
 }
 
 // The period may differ on every bar, so the window is summed afresh, newest value first.

@@ -1,5 +1,7 @@
 #include "frame/text.h"
 
+#include "platform/platform.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdarg>
@@ -11,7 +13,6 @@ namespace {
 
 constexpr std::u16string_view WhiteSpace = u" \t\n\v\f\r";
 constexpr std::string_view Digits = "0123456789";
-constexpr std::string_view HexDigits = "0123456789abcdefABCDEF";
 
 // The text between leading and trailing white space, with what no number contains turned into "?". Empty if there is
 // nothing else.
@@ -25,41 +26,13 @@ std::string Trimmed(const char16_t* text) {
     return narrow;
 }
 
-// Takes a sign off the front of a number and says whether it is a minus. A second sign is left to spoil the number.
-bool TakeMinus(std::string_view& number) {
-    const bool minus = number.starts_with('-');
-    if (minus || number.starts_with('+')) number.remove_prefix(1);
-    return minus;
-}
-
-bool StartsWithOneOf(std::string_view text, std::string_view characters) {
-    return !text.empty() && characters.find(text.front()) != std::string_view::npos;
-}
-
-// Whether a number too far from 1.0 for a double is too large rather than too small: the weight of its first
-// significant digit decides.
-bool IsHuge(std::string_view number, std::string_view digits, std::string_view exponentMark, int digitWeight) {
-    const std::size_t mark = std::min(number.find_first_of(exponentMark), number.size());
-    long long exponent = 0;
-    if (mark < number.size()) {
-        std::string_view text = number.substr(mark + 1);
-        const bool minus = TakeMinus(text);
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), exponent);
-        if (error != std::errc()) exponent = std::numeric_limits<int>::max();
-        if (minus) exponent = -exponent;
-    }
-    const std::string_view mantissa = number.substr(0, mark);
-    const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
-    const std::size_t leading = mantissa.find_first_of(digits.substr(1));
-    return exponent + digitWeight * (static_cast<long long>(point) - static_cast<long long>(leading)) > 0;
-}
-
 }  // namespace
 
 int TextToInt(const char16_t* text) {
     const std::string trimmed = Trimmed(text);
     std::string_view number = trimmed;
-    const bool minus = TakeMinus(number);
+    const bool minus = number.starts_with('-');
+    if (minus || number.starts_with('+')) number.remove_prefix(1);
     if (number.empty() || number.find_first_not_of(Digits) != std::string_view::npos) return UndefinedParam;
     long long magnitude = 0;
     const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), magnitude);
@@ -69,26 +42,10 @@ int TextToInt(const char16_t* text) {
 }
 
 double TextToDouble(const char16_t* text) {
-    const std::string trimmed = Trimmed(text);
-    std::string_view number = trimmed;
-    const bool minus = TakeMinus(number);
-    if (StartsWithOneOf(number, "+-")) return UndefinedValue;
-    bool hex = number.starts_with("0x") || number.starts_with("0X");
-    if (hex) {
-        number.remove_prefix(2);
-        const std::string_view first = number.starts_with('.') ? number.substr(1) : number;
-        if (!StartsWithOneOf(first, HexDigits)) return UndefinedValue;
-    }
-    double value = 0.0;
-    const char* const last = number.data() + number.size();
-    const auto [end, error] =
-        std::from_chars(number.data(), last, value, hex ? std::chars_format::hex : std::chars_format::general);
-    if (error == std::errc::invalid_argument || end != last) return UndefinedValue;
-    if (error == std::errc::result_out_of_range) {
-        const bool huge = hex ? IsHuge(number, HexDigits, "pP", 4) : IsHuge(number, Digits, "eE", 1);
-        value = huge ? std::numeric_limits<double>::infinity() : 0.0;
-    }
-    return minus ? -value : value;
+    const std::string number = Trimmed(text);
+    char* end = nullptr;
+    const double value = ReadDouble(number.c_str(), &end);
+    return number.empty() || *end ? UndefinedValue : value;
 }
 
 void FormattedText::Append(std::string_view ascii) {

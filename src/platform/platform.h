@@ -1,6 +1,6 @@
 #pragma once
 
-// What the library takes from the component platform beyond the public headers. Each platform has one source for it.
+// What the library takes from its platform beyond the public headers. Each platform has one source for it.
 
 #include "sarvane/component.h"
 
@@ -22,5 +22,8 @@ HRESULT RegisterTypeLibrary();
 
 // Where the module was loaded from.
 std::u16string ModulePath();
+
+// The C library's `strtod`, as in the "C" locale, whatever locale the process has set.
+double ReadDouble(const char* text, char** end);
 
 }  // namespace sarvane

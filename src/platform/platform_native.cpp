@@ -10,6 +10,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <iterator>
+#include <locale.h>
 #include <map>
 #include <memory>
 
@@ -87,6 +88,11 @@ std::u16string ModulePath() {
     Dl_info module = {};
     if (!dladdr(reinterpret_cast<const void*>(&ModulePath), &module) || !module.dli_fname) return {};
     return std::filesystem::absolute(module.dli_fname).u16string();
+}
+
+double ReadDouble(const char* text, char** end) {
+    static const locale_t plainLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(text, end, plainLocale);
 }
 
 extern "C" {

@@ -1,11 +1,16 @@
 #include "server/class_table.h"
 
 #include "averages/adap_avg_op.h"
+#include "averages/exp_avg_op.h"
 #include "averages/sim_avg_op.h"
+#include "averages/smo_avg_op.h"
 #include "averages/time_avg_op.h"
 #include "averages/trix_op.h"
 #include "averages/weighted_avg_op.h"
 #include "bars/bar_op.h"
+#include "expansion/de_m_op.h"
+#include "expansion/td_rebo_op.h"
+#include "expansion/tdrei_op.h"
 #include "kase/kase_ccss_op.h"
 #include "kase/kase_peak_osc_op.h"
 #include "kase/kase_perm_stoch_op.h"
@@ -52,13 +57,13 @@ constexpr ClassEntry Table[] = {
     Class<CBarSub>(ClassId::BarSub, "BarSub", "BarSub", 125),
     Class<CBarAdd>(ClassId::BarAdd, "BarAdd", "BarAdd", 124),
     NotYet(ClassId::SampleOp, "SampleOp", "Samp", 123),
-    NotYet(ClassId::TDReboOp, "TDReboOp", "TDREBO", 122),
-    NotYet(ClassId::TDREIOp, "TDREIOp", "TDREIOP", 121),
+    Class<CTDReboOp>(ClassId::TDReboOp, "TDReboOp", "TDREBO", 122),
+    Class<CTDREIOp>(ClassId::TDREIOp, "TDREIOp", "TDREIOP", 121),
     Class<CMiddleOp>(ClassId::MiddleOp, "MiddleOp", "Middle", 104),
     Class<CCorrelOp>(ClassId::CorrelOp, "CorrelOp", "Correl", 105),
     Class<CSimAvgOp>(ClassId::SimAvgOp, "SimAvgOp", "Sim", 101),
-    NotYet(ClassId::SmoAvgOp, "SmoAvgOp", "Smo", 102),
-    NotYet(ClassId::ExpAvgOp, "ExpAvgOp", "Exp", 103),
+    Class<CSmoAvgOp>(ClassId::SmoAvgOp, "SmoAvgOp", "Smo", 102),
+    Class<CExpAvgOp>(ClassId::ExpAvgOp, "ExpAvgOp", "Exp", 103),
     Class<CHiLevOp>(ClassId::HiLevOp, "HiLevOp", "HiLev", 106),
     Class<CLoLevOp>(ClassId::LoLevOp, "LoLevOp", "LoLev", 107),
     NotYet(ClassId::SqrtDevOp, "SqrtDevOp", "DevSqrt", 108),
@@ -72,7 +77,7 @@ constexpr ClassEntry Table[] = {
     NotYet(ClassId::VolStopOp, "VolStopOp", "VolStop", 116),
     NotYet(ClassId::StochXOp, "StochXOp", "StochXOp", 117),
     NotYet(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
-    NotYet(ClassId::DeMOp, "DeMOp", "DeMOp", 119),
+    Class<CDeMOp>(ClassId::DeMOp, "DeMOp", "DeMOp", 119),
     Class<CWeightedAvgOp>(ClassId::WeightedAvgOp, "WeightedAvgOp", "Wei", 133),
     NotYet(ClassId::EventOffset, "EventOffset", "EventOffsetOp", 134),
     NotYet(ClassId::CountOperator, "CountOperator", "CountOp", 135),
@@ -81,8 +86,8 @@ constexpr ClassEntry Table[] = {
     Class<CTimeAvgOp>(ClassId::TimeAvgOp, "TimeAvgOp", "TimeAvg", 140),
     Class<CCGOscOp>(ClassId::CGOscOp, "CGOscOp", "CGOscOp", 141),
     Class<CKalmanFilterOp>(ClassId::KalmanFilterOp, "KalmanFilterOp", "KalmanFilter", 142),
-    NotYet(ClassId::TriAvgOp, "TriAvgOp", "TriAvg", 143),
-    NotYet(ClassId::ExHullAvgOp, "ExHullAvgOp", "ExHull", 144),
+    Class<CTriAvgOp>(ClassId::TriAvgOp, "TriAvgOp", "TriAvg", 143),
+    Class<CExHullAvgOp>(ClassId::ExHullAvgOp, "ExHullAvgOp", "ExHull", 144),
 };
 
 constexpr bool IsConsistent() {

@@ -1,0 +1,114 @@
+#include "averages/exp_avg_op.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace sarvane {
+namespace {
+
+enum Argument : short { Curve, Smoothing };
+
+constexpr int MostBars = 10000;  // of lookback that an average asks for
+
+// The smoothing factor behind a value of the parameter, UndefinedValue if there is none. A missing value counts as the
+// negative number that it is.
+double AlphaFrom(double smoothing) {
+    if (CompareTolerant(smoothing, 0.0) != 1) return UndefinedValue;
+    return smoothing > 1.0 ? 2.0 / (smoothing + 1.0) : smoothing;
+}
+
+// Bars until a single stage has settled, UndefinedParam if `smoothing` doesn't tell. A negative or NaN smoothing never
+// gives an output, and no history changes that: it asks for none.
+int BarsOfStage(double smoothing, int digits) {
+    if (IsUndefined(smoothing) || std::abs(smoothing) <= 1e-100) return UndefinedParam;
+    const double period = smoothing > 1.0 ? smoothing : 2.0 / smoothing - 1.0;
+    return std::clamp(ConvergenceBars(period, digits), 0, MostBars);
+}
+
+}  // namespace
+
+bool ExpStage::Advance(double value) {
+    if (IsUndefined(alpha)) return false;
+    if (IsUndefined(value)) value = previousInput;
+    if (IsUndefined(value)) return false;
+    const double before = IsUndefined(average) ? value : average;
+    previousInput = value;
+    average = (value - before) * alpha + before;
+    return true;
+}
+
+template <std::size_t Count>
+bool ExpStagesInSeries<Count>::Advance(double value) {
+    for (ExpStage& stage : stages) {
+        if (!stage.Advance(value)) return false;
+        value = stage.average;
+    }
+    return true;
+}
+
+template <std::size_t Count>
+void ExpStagesInSeries<Count>::SetFactors(double smoothing) {
+    const double alpha = AlphaFrom(smoothing);
+    for (ExpStage& stage : stages) stage.alpha = alpha;
+}
+
+template <std::size_t Count>
+int ExpStagesInSeries<Count>::BarsToSettle(double smoothing, int digits) {
+    const int bars = BarsOfStage(smoothing, digits);
+    return IsUnset(bars) ? bars : std::min(static_cast<int>(Count) * bars, MostBars);
+}
+
+// A stage that is held doesn't keep the one beside it from moving on.
+bool CExHullAvgState::Advance(double value) {
+    auto& [whole, half, root] = stages;
+    const bool wholeAdvanced = whole.Advance(value);
+    const bool halfAdvanced = half.Advance(value);
+    return wholeAdvanced && halfAdvanced && root.Advance(half.average + half.average - whole.average);
+}
+
+// A negative smoothing gives no factor at all: its root is a NaN.
+void CExHullAvgState::SetFactors(double smoothing) {
+    stages[0].alpha = AlphaFrom(smoothing);
+    stages[1].alpha = AlphaFrom(smoothing * 0.5);
+    stages[2].alpha = AlphaFrom(std::sqrt(smoothing));
+}
+
+int CExHullAvgState::BarsToSettle(double smoothing, int digits) {
+    const int half = smoothing < 0.0 ? UndefinedParam : BarsOfStage(smoothing * 0.5, digits);
+    return IsUnset(half) ? half : BarsOfStage(smoothing, digits) + half;
+}
+
+template <class State>
+STDMETHODIMP CDefExpAvgOp<State>::SetParameter(short index, const char16_t* value, TextSlot*) {
+    switch (index) {
+    case DigitsIndex: digits = std::clamp(TextToInt(value), 4, 15); break;
+    case HistoryDepthIndex: depth = TextToInt(value); break;
+    case Smoothing: smoothing = TextToDouble(value); break;
+    }
+    return S_OK;
+}
+
+template <class State>
+STDMETHODIMP CDefExpAvgOp<State>::Reset(int count, const double* seed) {
+    State& live = states.Live();
+    live = State();
+    for (std::size_t i = 0; i < State::CurveStages; ++i) live.stages[i].previousInput = FirstSeed(count, seed);
+    live.SetFactors(smoothing);
+    return S_OK;
+}
+
+template <class State>
+STDMETHODIMP CDefExpAvgOp<State>::Calculate(int, const double* in, int, double* out) {
+    State& live = states.Live();
+    if (IsUndefined(smoothing)) live.SetFactors(in[Smoothing]);
+    out[0] = live.Advance(in[Curve]) ? RoundToSignificant(live.stages.back().average, digits) : UndefinedValue;
+    return S_OK;
+}
+
+template struct ExpStagesInSeries<1>;
+template struct ExpStagesInSeries<3>;
+template class CDefExpAvgOp<CExpAvgState>;
+template class CDefExpAvgOp<CTriAvgState>;
+template class CDefExpAvgOp<CExHullAvgState>;
+
+}  // namespace sarvane

@@ -1,0 +1,75 @@
+#include "averages/smo_avg_op.h"
+
+#include <algorithm>
+
+namespace sarvane {
+namespace {
+
+enum Argument : short { Curve, Period };
+
+double Moved(double average, double value, int period) { return (value - average) / period + average; }
+
+}  // namespace
+
+STDMETHODIMP CSmoAvgOp::SetParameter(short index, const char16_t* value, TextSlot*) {
+    const int number = TextToInt(value);
+    switch (index) {
+    case DigitsIndex: digits = std::clamp(number, 4, 15); break;
+    case HistoryDepthIndex: depth = number; break;
+    case Period:
+        period = PositiveOrUnset(number);
+        states.Live().history.Reconfigure(depth);
+        break;
+    }
+    return S_OK;
+}
+
+// An average of this kind settles like an exponential one of twice the period.
+STDMETHODIMP CSmoAvgOp::GetLookback(uint* bars, TextSlot*) {
+    constexpr int MostBars = 10000;
+    return Answer(bars, IsUnset(period) ? depth : std::min(ConvergenceBars(2.0 * period, digits), MostBars));
+}
+
+STDMETHODIMP CSmoAvgOp::Reset(int count, const double* seed) {
+    SmoAvgState& live = states.Live();
+    live.previous = FirstSeed(count, seed);
+    live.average = UndefinedValue;
+    live.sum = 0.0;
+    live.count = 0;
+    live.history.Clear();
+    return S_OK;
+}
+
+STDMETHODIMP CSmoAvgOp::Calculate(int, const double* in, int, double* out) {
+    SmoAvgState& live = states.Live();
+    return CarryForward(live.previous, in, out, [&](double value) {
+        return IsUnset(period) ? StepByCurve(live, value, TruncateToInt(in[Period])) : StepByConstant(live, value);
+    });
+}
+
+double CSmoAvgOp::StepByConstant(SmoAvgState& live, double value) const {
+    if (IsUndefined(live.average)) {
+        live.sum += value;
+        if (++live.count != period) return UndefinedValue;
+        live.average = live.sum / period;
+    } else {
+        live.average = Moved(live.average, value, period);
+    }
+    return RoundToSignificant(live.average, digits);
+}
+
+// The period may differ on every bar: the average starts on the first bar whose period the bars so far can fill.
+double CSmoAvgOp::StepByCurve(SmoAvgState& live, double value, int wanted) const {
+    const bool starts = IsUndefined(live.average);
+    if (starts) {
+        live.history.Push(value);
+        if (live.history.Size() > depth) live.history.PopFront();
+    }
+    if (wanted < 1) return UndefinedValue;
+    if (!starts) return live.average = Moved(live.average, value, wanted);
+    if (live.history.Size() < wanted) return UndefinedValue;
+    for (int bars = 0; bars < wanted; ++bars) live.sum += live.history.Newest(bars);
+    return live.average = live.sum / wanted;
+}
+
+}  // namespace sarvane

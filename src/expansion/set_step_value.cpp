@@ -1,0 +1,172 @@
+#include "expansion/set_step_value.h"
+
+#include "frame/numbers.h"
+
+#include <functional>
+
+namespace sarvane {
+namespace {
+
+double Open(const BarPrices& bar) { return bar[OpenPrice]; }
+double High(const BarPrices& bar) { return bar[HighPrice]; }
+double Low(const BarPrices& bar) { return bar[LowPrice]; }
+double Close(const BarPrices& bar) { return bar[ClosePrice]; }
+double Middle(const BarPrices& bar) { return (bar[LowPrice] + bar[HighPrice]) * 0.5; }
+double Typical(const BarPrices& bar) { return (bar[LowPrice] + bar[HighPrice] + bar[ClosePrice]) / 3.0; }
+double Mean(const BarPrices& bar) { return (bar[HighPrice] + bar[OpenPrice] + bar[LowPrice] + bar[ClosePrice]) * 0.25; }
+double Range(const BarPrices& bar) { return bar[HighPrice] - bar[LowPrice]; }
+double HighByLow(const BarPrices& bar) { return bar[HighPrice] / bar[LowPrice]; }
+double LowByHigh(const BarPrices& bar) { return bar[LowPrice] / bar[HighPrice]; }
+double Nothing(const BarPrices&) { return UndefinedValue; }
+
+constexpr WindowExtreme LowestOpen{OpenPrice, Lowest}, HighestOpen{OpenPrice, Highest};
+constexpr WindowExtreme LowestHigh{HighPrice, Lowest}, HighestHigh{HighPrice, Highest};
+constexpr WindowExtreme LowestLow{LowPrice, Lowest}, HighestLow{LowPrice, Highest};
+constexpr WindowExtreme LowestClose{ClosePrice, Lowest}, HighestClose{ClosePrice, Highest};
+
+// A formula of the bar, or else one of two window extremes.
+struct ValueKind {
+    double (*formula)(const BarPrices&) = nullptr;
+    bool ofTrueBar = false;  // which is stretched to the close before
+    WindowExtreme first{}, second{};
+};
+using Formula = decltype(ValueKind::formula);
+
+constexpr ValueKind Plain(Formula formula) { return {formula}; }
+constexpr ValueKind True(Formula formula) { return {formula, true}; }
+constexpr ValueKind Either(WindowExtreme first, WindowExtreme second) { return {nullptr, false, first, second}; }
+constexpr ValueKind Always(WindowExtreme extreme) { return Either(extreme, extreme); }
+
+constexpr ValueKind Kinds[] = {
+    Plain(Open),                        // 0
+    Plain(High),                        // 1
+    True(High),                         // 2
+    Plain(Low),                         // 3
+    True(Low),                          // 4
+    Plain(Close),                       // 5
+    Plain(Middle),                      // 6
+    Plain(Typical),                     // 7
+    Plain(Mean),                        // 8
+    Plain(Range),                       // 9
+    True(Range),                        // 10
+    Plain(HighByLow),                   // 11
+    Plain(LowByHigh),                   // 12
+    True(HighByLow),                    // 13
+    True(LowByHigh),                    // 14
+    Plain(Nothing),                     // 15
+    Always(HighestHigh),                // 16
+    Always(LowestLow),                  // 17
+    Always(LowestHigh),                 // 18
+    Always(HighestLow),                 // 19
+    Either(HighestHigh, LowestLow),     // 20
+    Either(LowestHigh, HighestLow),     // 21
+    Either(LowestLow, HighestHigh),     // 22
+    Either(HighestLow, LowestHigh),     // 23
+    Always(HighestOpen),                // 24
+    Always(LowestClose),                // 25
+    Always(LowestOpen),                 // 26
+    Always(HighestClose),               // 27
+    Either(HighestOpen, LowestClose),   // 28
+    Either(LowestOpen, HighestClose),   // 29
+    Either(LowestClose, HighestOpen),   // 30
+    Either(HighestClose, LowestOpen),   // 31
+    Either(HighestOpen, LowestOpen),    // 32
+    Either(LowestOpen, HighestOpen),    // 33
+    Either(LowestClose, HighestClose),  // 34
+    Either(HighestClose, LowestClose),  // 35
+    True(Middle),                       // 36
+    True(Typical),                      // 37
+    True(Mean),                         // 38
+};
+constexpr int KindCount = std::size(Kinds);
+
+// The entry that the others don't lie beyond, of the last `period` or of all while there are fewer. `before` is what a
+// bar ago was answered: the window is searched only when the entry that has just left it may have been that one.
+template <class Beyond>
+double UpdatedExtreme(const SlidingArray<double>& list, int period, double before, Beyond isBeyond) {
+    if (list.Size() == 0) return UndefinedValue;
+    const double newest = list.Newest();
+    if (period < 2) return newest;
+    const double extreme = IsUndefined(before) || isBeyond(newest, before) ? newest : before;
+    if (list.Size() <= period) return extreme;
+    const double left = list.Newest(period);
+    const bool search = left == extreme || isBeyond(left, extreme);
+    return search ? *std::min_element(list.end() - period, list.end(), isBeyond) : extreme;
+}
+
+}  // namespace
+
+int CSetStepValue::Configure(int newKind, int newDirection, int newPeriod) {
+    if (AnyUnset({newKind, newDirection, newPeriod})) return 0;
+    kind = newKind;
+    direction = newDirection;
+    period = newPeriod;
+    return 1;
+}
+
+int CSetStepValue::Reset() {
+    StepValueRecord& live = records.Live();
+    live.extremes = {NoPrices, NoPrices};
+    for (auto& list : live.lists) list.Clear();
+    return 1;
+}
+
+double CSetStepValue::Step(const BarPrices& in) {
+    if (period < 1) return UndefinedValue;
+    StepValueRecord& live = records.Live();
+    isCurrent = {};
+    const BarPrices bar = WithGapsFilled(live.previous, in.data());
+    for (const BarPrice price : {OpenPrice, HighPrice, LowPrice, ClosePrice}) {
+        if (!IsUndefined(bar[price])) live.lists[price].Push(bar[price]);
+    }
+    const double value = ValueOf(bar);
+    for (auto& list : live.lists) {
+        if (list.Size() - 1 > period) list.PopFront();
+    }
+    live.previous = bar;
+    return value;
+}
+
+double CSetStepValue::ValueOf(const BarPrices& bar) {
+    const SlidingArray<double>& closes = records.Live().lists[ClosePrice];
+    const double priorClose = closes.Size() > period ? closes.Newest(period) : bar[ClosePrice];
+    BarPrices merged = period > 1 ? Merged(bar) : bar;
+    if (kind < 0 || kind >= KindCount) return UndefinedValue;
+    const ValueKind& wanted = Kinds[kind];
+    if (!wanted.formula) return Extreme(direction != 0 ? wanted.first : wanted.second);
+    if (wanted.ofTrueBar) {
+        merged[HighPrice] = Greater(merged[HighPrice], priorClose);
+        merged[LowPrice] = Lesser(merged[LowPrice], priorClose);
+    }
+    return wanted.formula(merged);
+}
+
+// The last `period` bars as one, or those that there are.
+BarPrices CSetStepValue::Merged(const BarPrices& bar) {
+    const SlidingArray<double>& opens = records.Live().lists[OpenPrice];
+    return {opens.Size() >= period ? opens.Newest(period - 1) : bar[OpenPrice], Extreme(HighestHigh),
+            Extreme(LowestLow), bar[ClosePrice]};
+}
+
+double CSetStepValue::Extreme(WindowExtreme wanted) {
+    const auto [price, side] = wanted;
+    const SlidingArray<double>& list = records.Live().lists[price];
+    double& extreme = records.Live().extremes[side][price];
+    if (!isCurrent[side][price]) {
+        extreme = side == Highest ? UpdatedExtreme(list, period, extreme, std::greater<>())
+                                  : UpdatedExtreme(list, period, extreme, std::less<>());
+        isCurrent[side][price] = true;
+    }
+    return extreme;
+}
+
+int CSetStepValue::GetLookback() const { return std::max(period, 0); }
+
+int CSetStepValue::Save(short slot) {
+    records.Save(slot);
+    return 1;
+}
+
+int CSetStepValue::Restore(short slot) { return records.Restore(slot) == S_OK; }
+
+}  // namespace sarvane

@@ -1,0 +1,43 @@
+#pragma once
+
+// How operators that take whole bars number their inputs, and how they fill gaps field by field.
+
+#include "frame/operator_contract.h"
+
+#include <algorithm>
+#include <array>
+
+namespace sarvane {
+
+// The prices of a bar stand at inputs 0 to 3 and all come from argument 0 of the expression.
+enum BarPrice : std::size_t { OpenPrice, HighPrice, LowPrice, ClosePrice };
+using BarPrices = std::array<double, 4>;
+inline constexpr BarPrices NoPrices = {UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue};
+
+inline int ArgumentOfBarInput(short input) { return input < 4 ? 0 : input - 3; }
+inline std::u16string_view FieldOfBarInput(short input) {
+    return NthText(input, {OpenField, HighField, LowField, CloseField});
+}
+
+// The values that stand in for missing inputs before the first bar.
+template <class Values>
+Values SeedsOf(int count, const double* seed) {
+    Values values;
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = NthSeed(static_cast<int>(i), count, seed);
+    return values;
+}
+
+// Each missing input repeats the value before.
+template <class Values>
+Values WithGapsFilled(const Values& previous, const double* in) {
+    Values values;
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = IsUndefined(in[i]) ? previous[i] : in[i];
+    return values;
+}
+
+template <class Values>
+bool HasGap(const Values& values) {
+    return std::ranges::any_of(values, [](double value) { return IsUndefined(value); });
+}
+
+}  // namespace sarvane
