@@ -18,7 +18,8 @@ double SumTolerance(double sum) {
 // Whether a value dwarfed what it left behind, and so took the low digits of the sum with it.
 bool DigitsLost(double oldest, double rest) {
     const double error = std::abs(oldest * Epsilon);
-    if (error * 2e8 < std::abs(rest)) return false;  // half of any tolerance at most; spares nearly every bar a division
+    if (error * 2e8 < std::abs(rest))
+        return false;  // half of any tolerance at most; spares nearly every bar a division
     return error > SumTolerance(rest);
 }
 
@@ -31,6 +32,28 @@ double DropOldest(HistoryRing& window, double sum) {
     double fresh = 0.0;
     for (int i = 0; i < window.Size(); ++i) fresh += window[i];
     return fresh;
+}
+
+// The mean of a window of `period` values, from `needed` values on.
+double RunningMean(SimAvgState& live, double value, int period, int needed) {
+    HistoryRing& window = live.history;
+    double sum = live.sum;
+    if (window.Size() == period) sum = DropOldest(window, sum);
+    window.Push(value);
+    sum += value;
+    live.sum = sum;
+    const int size = window.Size();
+    return size >= needed ? sum / size : UndefinedValue;
+}
+
+// The number of values wanted may differ on every bar, so they are summed afresh, newest first.
+double MeanOfNewest(HistoryRing& history, double value, int depth, int wanted) {
+    if (history.Size() == depth) history.PopFront();
+    history.Push(value);
+    if (wanted < 1 || wanted > history.Size()) return UndefinedValue;
+    double sum = 0.0;
+    for (int bars = 0; bars < wanted; ++bars) sum += history.Newest(bars);
+    return sum / wanted;
 }
 
 }  // namespace
@@ -61,29 +84,9 @@ STDMETHODIMP CSimAvgOp::Reset(int count, const double* seed) {
 STDMETHODIMP CSimAvgOp::Calculate(int, const double* in, int, double* out) {
     SimAvgState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
-        return IsUnset(period) ? MeanOfNewest(live.history, value, TruncateToInt(in[Period]))
-                               : RunningMean(live, value);
+        return IsUnset(period) ? MeanOfNewest(live.history, value, depth, TruncateToInt(in[Period]))
+                               : RunningMean(live, value, period, ValueOr(minBars, period));
     });
-}
-
-double CSimAvgOp::RunningMean(SimAvgState& live, double value) const {
-    double sum = live.sum;
-    if (live.history.Size() == period) sum = DropOldest(live.history, sum);
-    live.history.Push(value);
-    sum += value;
-    live.sum = sum;
-    const int size = live.history.Size();
-    return size >= ValueOr(minBars, period) ? sum / size : UndefinedValue;
-}
-
-// The period may differ on every bar, so the window is summed afresh, newest value first.
-double CSimAvgOp::MeanOfNewest(HistoryRing& history, double value, int wanted) const {
-    if (history.Size() == depth) history.PopFront();
-    history.Push(value);
-    if (wanted < 1 || wanted > history.Size()) return UndefinedValue;
-    double sum = 0.0;
-    for (int bars = 0; bars < wanted; ++bars) sum += history.Newest(bars);
-    return sum / wanted;
 }
 
 }  // namespace sarvane

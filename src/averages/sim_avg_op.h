@@ -41,9 +41,6 @@ public:
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
-    double RunningMean(SimAvgState& live, double value) const;
-    double MeanOfNewest(HistoryRing& history, double value, int wanted) const;
-
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
     int minBars = UndefinedParam;

@@ -35,8 +35,7 @@ private:
 
     // A buffer and who uses it. One ring alone may stand in either place.
     struct ShareBlock {
-        BasicHistoryRing* owner0 = nullptr;
-        BasicHistoryRing* owner1 = nullptr;
+        BasicHistoryRing* owners[2] = {};
         BasicHistoryRing* writer = nullptr;  // the owner that may write while both use the buffer
         typename Window::Cells cells;
     };
@@ -44,7 +43,7 @@ private:
     // Two slots more than elements: one stays free, and one more lets a window push before it pops.
     static int CapacityFor(long long elements) { return Window::PowerOfTwoFor(elements + 2); }
 
-    BasicHistoryRing* Sharer() const { return share->owner0 == this ? share->owner1 : share->owner0; }
+    BasicHistoryRing* Sharer() const { return share->owners[1 - place]; }
 
     void Adopt(int slots);
     void Leave();
@@ -53,6 +52,7 @@ private:
     void Follow(const BasicHistoryRing& writer, int newHead);
 
     std::shared_ptr<ShareBlock> share;
+    int place = 0;  // of this ring among the owners
 };
 
 using HistoryRing = BasicHistoryRing<double>;
@@ -84,7 +84,8 @@ BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHisto
     } else if (!together) {
         Leave();
         share = source.share;
-        (share->owner0 ? share->owner1 : share->owner0) = this;
+        place = 1 - source.place;
+        share->owners[place] = this;
         share->writer = nullptr;
         this->Use(source.buffer, source.capacity);
     }
@@ -111,9 +112,10 @@ template <class Element>
 void BasicHistoryRing<Element>::Adopt(int slots) {
     auto block = std::make_shared<ShareBlock>();
     block->cells = Window::MakeCells(slots);
-    block->owner0 = this;
+    block->owners[0] = this;
     Leave();
     share = std::move(block);
+    place = 0;
     this->Use(share->cells.get(), slots);
 }
 
@@ -121,7 +123,7 @@ void BasicHistoryRing<Element>::Adopt(int slots) {
 template <class Element>
 void BasicHistoryRing<Element>::Leave() {
     if (!share) return;
-    (share->owner0 == this ? share->owner0 : share->owner1) = nullptr;
+    share->owners[place] = nullptr;
     share->writer = nullptr;
     share.reset();
 }

@@ -12,10 +12,7 @@ namespace sarvane {
 template <class Element>
 class RingWindow {
 public:
-    int Size() const {
-        const int size = tail - head;
-        return size < 0 ? size + capacity : size;
-    }
+    int Size() const { return Wrap(tail - head); }
     // Slots of the buffer; one of them always stays free.
     int Capacity() const { return capacity; }
 

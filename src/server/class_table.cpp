@@ -17,10 +17,14 @@
 #include "oscillators/cg_osc_op.h"
 #include "oscillators/kalman_filter_op.h"
 #include "oscillators/macdx_op.h"
+#include "oscillators/stoch_x_op.h"
 #include "statistics/correl_op.h"
 #include "statistics/hi_lo_lev_op.h"
+#include "statistics/mean_deviation_op.h"
 #include "statistics/middle_op.h"
 #include "statistics/rank_op.h"
+#include "statistics/sqrt_dev_op.h"
+#include "statistics/std_dev_op.h"
 #include "sarvane/class_ids.h"
 #include "statistics/correl_op.h"
 #include "statistics/hi_lo_lev_op.h"
@@ -66,7 +70,7 @@ constexpr ClassEntry Table[] = {
     Class<CExpAvgOp>(ClassId::ExpAvgOp, "ExpAvgOp", "Exp", 103),
     Class<CHiLevOp>(ClassId::HiLevOp, "HiLevOp", "HiLev", 106),
     Class<CLoLevOp>(ClassId::LoLevOp, "LoLevOp", "LoLev", 107),
-    NotYet(ClassId::SqrtDevOp, "SqrtDevOp", "DevSqrt", 108),
+    Class<CSqrtDevOp>(ClassId::SqrtDevOp, "SqrtDevOp", "DevSqrt", 108),
     Class<CRankOp>(ClassId::RankOp, "RankOp", "Ranking", 109),
     Class<CAdapAvgOp>(ClassId::AdapAvgOp, "AdapAvgOp", "AMAOp", 110),
     ClassWithoutAggregation<CTrixOp>(ClassId::TrixOp, "TrixOp", "Trix", 111),
@@ -75,13 +79,13 @@ constexpr ClassEntry Table[] = {
     Class<CKasePermStochOp>(ClassId::KasePermStochOp, "KasePermStochOp", "KasePermStoch", 113),
     Class<CKaseCCSSOp>(ClassId::KaseCCSSOp, "KaseCCSSOp", "KaseCCSS", 115),
     NotYet(ClassId::VolStopOp, "VolStopOp", "VolStop", 116),
-    NotYet(ClassId::StochXOp, "StochXOp", "StochXOp", 117),
-    NotYet(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
+    Class<CStochXOp>(ClassId::StochXOp, "StochXOp", "StochXOp", 117),
+    Class<CStdDevOp>(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
     Class<CDeMOp>(ClassId::DeMOp, "DeMOp", "DeMOp", 119),
     Class<CWeightedAvgOp>(ClassId::WeightedAvgOp, "WeightedAvgOp", "Wei", 133),
     NotYet(ClassId::EventOffset, "EventOffset", "EventOffsetOp", 134),
     NotYet(ClassId::CountOperator, "CountOperator", "CountOp", 135),
-    NotYet(ClassId::MeanDeviationOp, "MeanDeviationOp", "MeanDev", 136),
+    Class<CMeanDeviationOp>(ClassId::MeanDeviationOp, "MeanDeviationOp", "MeanDev", 136),
     Class<CMACDXOp>(ClassId::MACDXOp, "MACDXOp", "MACDXOp", 137),
     Class<CTimeAvgOp>(ClassId::TimeAvgOp, "TimeAvgOp", "TimeAvg", 140),
     Class<CCGOscOp>(ClassId::CGOscOp, "CGOscOp", "CGOscOp", 141),

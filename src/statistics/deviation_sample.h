@@ -1,0 +1,57 @@
+#pragma once
+
+#include "frame/history_ring.h"
+#include "frame/numbers.h"
+
+#include <cmath>
+
+namespace sarvane {
+
+// The values that a deviation is formed from. With a constant period that is a whole window, summed up oldest value
+// first; with a period read from a curve it is the newest values, summed up newest first.
+class DeviationSample {
+public:
+    static DeviationSample Whole(const HistoryRing& window) { return {window, window.Size(), false}; }
+    // Empty if the window doesn't hold `period` values.
+    static DeviationSample Newest(const HistoryRing& window, double period) {
+        const int wanted = TruncateToInt(period);
+        return {window, wanted >= 1 && wanted <= window.Size() ? wanted : 0, true};
+    }
+
+    double Mean() const {
+        return Average([](double value) { return value; });
+    }
+    double MeanDistance(double level) const {
+        return Average([level](double value) { return std::abs(level - value); });
+    }
+    // Root of the mean squared distance from `level`. The divisor is one less on request, if that leaves any.
+    double RootMeanSquare(double level, bool useNMinus1) const {
+        if (count == 0) return UndefinedValue;
+        const double squares = Sum([level](double value) { return (level - value) * (level - value); });
+        return std::sqrt(squares / (useNMinus1 && count > 1 ? count - 1 : count));
+    }
+
+private:
+    DeviationSample(const HistoryRing& values, int number, bool backwards)
+        : window(values), count(number), newestFirst(backwards) {}
+
+    template <class Term>
+    double Sum(Term term) const {
+        double sum = 0.0;
+        for (int i = 0; i < count; ++i) sum += term(newestFirst ? window.Newest(i) : window[i]);
+        return sum;
+    }
+    template <class Term>
+    double Average(Term term) const {
+        return count > 0 ? Sum(term) / count : UndefinedValue;
+    }
+
+    const HistoryRing& window;
+    int count;
+    bool newestFirst;
+};
+
+// How expressions write the choice of the divisor.
+constexpr const char* DivisorText(bool useNMinus1) { return useNMinus1 ? "N-1" : "N"; }
+
+}  // namespace sarvane
