@@ -48,8 +48,7 @@ double RunningMean(SimAvgState& live, double value, int period, int needed) {
 
 // The number of values wanted may differ on every bar, so they are summed afresh, newest first.
 double MeanOfNewest(HistoryRing& history, double value, int depth, int wanted) {
-    if (history.Size() == depth) history.PopFront();
-    history.Push(value);
+    PushReplacing(history, value, depth);
     if (wanted < 1 || wanted > history.Size()) return UndefinedValue;
     double sum = 0.0;
     for (int bars = 0; bars < wanted; ++bars) sum += history.Newest(bars);

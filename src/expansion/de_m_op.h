@@ -31,10 +31,10 @@ public:
         return Answer(count, IsUnset(smoothLength) ? 5 : 4);
     }
     STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, ArgumentOfBarInput(input));
+        return Answer(argument, ArgumentBehindBar(input));
     }
     STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, FieldOfBarInput(input));
+        return TextOut(barType, OpenHighLowClose(input));
     }
     STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
     STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"percent"); }

@@ -26,10 +26,10 @@ public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 4); }
     STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, ArgumentOfBarInput(input));
+        return Answer(argument, ArgumentBehindBar(input));
     }
     STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, FieldOfBarInput(input));
+        return TextOut(barType, OpenHighLowClose(input));
     }
     STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 2); }
     STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {

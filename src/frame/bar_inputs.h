@@ -14,10 +14,14 @@ enum BarPrice : std::size_t { OpenPrice, HighPrice, LowPrice, ClosePrice };
 using BarPrices = std::array<double, 4>;
 inline constexpr BarPrices NoPrices = {UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue};
 
-inline int ArgumentOfBarInput(short input) { return input < 4 ? 0 : input - 3; }
-inline std::u16string_view FieldOfBarInput(short input) {
+// The argument behind an input, when the first `prices` inputs are prices of argument 0 and each further one is an
+// argument of its own.
+inline int ArgumentBehindBar(short input, int prices = 4) { return input < prices ? 0 : input - prices + 1; }
+
+inline std::u16string_view OpenHighLowClose(short input) {
     return NthText(input, {OpenField, HighField, LowField, CloseField});
 }
+inline std::u16string_view HighLowClose(short input) { return NthText(input, {HighField, LowField, CloseField}); }
 
 // The values that stand in for missing inputs before the first bar.
 template <class Values>

@@ -84,4 +84,11 @@ void PushWithin(Ring& window, const Element& element, int limit) {
     if (window.Size() > limit) window.PopFront();
 }
 
+// The same with the oldest one going first, and only from a window of exactly `limit` elements.
+template <class Ring, class Element>
+void PushReplacing(Ring& window, const Element& element, int limit) {
+    if (window.Size() == limit) window.PopFront();
+    window.Push(element);
+}
+
 }  // namespace sarvane

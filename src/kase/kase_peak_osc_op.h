@@ -1,5 +1,6 @@
 #pragma once
 
+#include "frame/bar_inputs.h"
 #include "frame/inner_steps.h"
 #include "frame/operator_contract.h"
 #include "frame/sliding_array.h"
@@ -57,10 +58,10 @@ public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, HasParameters() ? 3 : 6); }
     STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, input < 3 ? 0 : input - 2);
+        return Answer(argument, ArgumentBehindBar(input, 3));
     }
     STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, NthText(input, {HighField, LowField, CloseField}));
+        return TextOut(barType, HighLowClose(input));
     }
     STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 8); }
     STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {

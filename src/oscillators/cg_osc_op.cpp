@@ -34,8 +34,7 @@ STDMETHODIMP CCGOscOp::Calculate(int, const double* in, int, double* out) {
 }
 
 double CCGOscOp::CentreOfGravity(HistoryRing& window, double value) const {
-    if (window.Size() == period) window.PopFront();
-    window.Push(value);
+    PushReplacing(window, value, period);
     if (window.Size() != period) return UndefinedValue;
     double weighted = 0.0;
     double sum = 0.0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "frame/bar_inputs.h"
 #include "frame/inner_steps.h"
 #include "frame/operator_contract.h"
 #include "frame/sliding_array.h"
@@ -58,7 +59,7 @@ public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 3); }
     STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, input < 3 ? 0 : input - 2);
+        return Answer(argument, ArgumentBehindBar(input, 3));
     }
     STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
         return TextOut(barType, NthText(input, {HighField, LowField}));

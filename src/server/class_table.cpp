@@ -18,6 +18,7 @@
 #include "oscillators/kalman_filter_op.h"
 #include "oscillators/macdx_op.h"
 #include "oscillators/stoch_x_op.h"
+#include "sarvane/class_ids.h"
 #include "statistics/correl_op.h"
 #include "statistics/hi_lo_lev_op.h"
 #include "statistics/mean_deviation_op.h"
@@ -25,11 +26,6 @@
 #include "statistics/rank_op.h"
 #include "statistics/sqrt_dev_op.h"
 #include "statistics/std_dev_op.h"
-#include "sarvane/class_ids.h"
-#include "statistics/correl_op.h"
-#include "statistics/hi_lo_lev_op.h"
-#include "statistics/middle_op.h"
-#include "statistics/rank_op.h"
 
 #include <string_view>
 

@@ -33,8 +33,7 @@ STDMETHODIMP CMeanDeviationOp::Reset(int count, const double* seed) {
 STDMETHODIMP CMeanDeviationOp::Calculate(int, const double* in, int, double* out) {
     MeanDeviationState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
-        if (live.window.Size() == ValueOr(period, depth)) live.window.PopFront();
-        live.window.Push(value);
+        PushReplacing(live.window, value, ValueOr(period, depth));
         const double runningMean = meanStep.Step(value);
         if (IsUnset(period)) {
             const auto sample = DeviationSample::Newest(live.window, in[Period]);

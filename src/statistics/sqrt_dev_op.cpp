@@ -45,8 +45,7 @@ STDMETHODIMP CSqrtDevOp::Calculate(int, const double* in, int, double* out) {
     SqrtDevState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
         if (!IsUndefined(in[Reference])) live.previousReference = in[Reference];
-        if (live.window.Size() == ValueOr(period, depth)) live.window.PopFront();
-        live.window.Push(value);
+        PushReplacing(live.window, value, ValueOr(period, depth));
         return Deviation(live, in);
     });
 }
