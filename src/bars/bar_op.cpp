@@ -7,17 +7,30 @@ namespace {
 
 bool NearZero(double divisor) { return divisor > -1e-100 && divisor < 1e-100; }
 
-// Combines each price with the value. A negative value can turn the bar upside down, so high and low are put in order.
+// Combines each price with the value. The operation can turn the bar upside down, so high and low are put in order.
+//
+// As divisor, a value near zero leaves the whole bar undefined, and a price near zero its own part of it. High and low
+// go together: if one can't divide, there is nothing of either for a later gap to repeat.
 template <class Rule>
-void Combine(const BarInputs& in, double* out) {
-    const double value = in[Rule::Value];
-    if (Rule::Divides && NearZero(value)) return;
-    const double a = Rule::Of(in[Rule::High], value);
-    const double b = Rule::Of(in[Rule::Low], value);
-    out[0] = Rule::Of(in[Rule::Open], value);
-    out[1] = Greater(a, b);
-    out[2] = Lesser(a, b);
-    out[3] = Rule::Of(in[Rule::Close], value);
+void Combine(BarInputs& used, double* out) {
+    const double value = used[Rule::Value];
+    if (Rule::Divides && Rule::BarLeads && NearZero(value)) return;
+    const auto blanks = [](double price) { return Rule::Divides && !Rule::BarLeads && NearZero(price); };
+
+    const double open = used[Rule::Open];
+    if (!blanks(open)) out[0] = Rule::Of(open, value);
+    double& high = used[Rule::High];
+    double& low = used[Rule::Low];
+    if (blanks(high) || blanks(low)) {
+        high = low = UndefinedValue;
+    } else {
+        const double a = Rule::Of(high, value);
+        const double b = Rule::Of(low, value);
+        out[1] = Greater(a, b);
+        out[2] = Lesser(a, b);
+    }
+    const double close = used[Rule::Close];
+    if (!blanks(close)) out[3] = Rule::Of(close, value);
 }
 
 }  // namespace
@@ -26,7 +39,7 @@ template <class Rule>
 STDMETHODIMP CBarOp<Rule>::ResetBar(int mode, int lastBar, int count, const double* first) {
     holdPrevious = mode == 1;
     BarRecord& live = states.Live();
-    for (int i = 0; i < 5; ++i) live.inputs[static_cast<std::size_t>(i)] = NthSeed(i, holdPrevious ? count : 0, first);
+    live.inputs = SeedsOf<BarInputs>(holdPrevious ? count : 0, first);
     live.lastBar = lastBar;
     return S_OK;
 }
@@ -35,17 +48,20 @@ template <class Rule>
 STDMETHODIMP CBarOp<Rule>::CalculateBar(int, int, const double* in, int, double* out) {
     std::fill_n(out, 4, UndefinedValue);
     BarRecord& live = states.Live();
-    BarInputs used;
-    for (std::size_t i = 0; i < used.size(); ++i) used[i] = holdPrevious && IsUndefined(in[i]) ? live.inputs[i] : in[i];
-    if (std::ranges::any_of(used, IsUndefined)) return S_OK;
+    BarInputs used = WithGapsFilled(holdPrevious ? live.inputs : NoInputs, in);
+    if (HasGap(used)) return S_OK;
     Combine<Rule>(used, out);
     live.inputs = used;
     return S_OK;
 }
 
-template class CBarOp<BarPlusValue>;
-template class CBarOp<BarMinusValue>;
-template class CBarOp<BarTimesValue>;
-template class CBarOp<BarByValue>;
+template class CBarOp<Sum<BarFirst>>;
+template class CBarOp<Difference<BarFirst>>;
+template class CBarOp<Product<BarFirst>>;
+template class CBarOp<Quotient<BarFirst>>;
+template class CBarOp<Sum<ValueFirst>>;
+template class CBarOp<Difference<ValueFirst>>;
+template class CBarOp<Product<ValueFirst>>;
+template class CBarOp<Quotient<ValueFirst>>;
 
 }  // namespace sarvane

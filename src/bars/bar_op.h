@@ -1,22 +1,21 @@
 #pragma once
 
-#include "frame/operator_contract.h"
+#include "frame/bar_inputs.h"
 #include "frame/state_store.h"
-
-#include <array>
 
 namespace sarvane {
 
-// The four prices of a bar and a value, in the order of the operator's arguments.
+// The four prices of a bar and a value, in the order of the operator's inputs.
 using BarInputs = std::array<double, 5>;
+inline constexpr BarInputs NoInputs = {UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue};
 
 struct BarRecord {
-    int lastBar = 0;  // index of the run's last bar; no step reads it
-    BarInputs inputs = {UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue};  // used last
+    int lastBar = 0;              // index of the run's last bar; no step reads it
+    BarInputs inputs = NoInputs;  // used last
 };
 
 // Arithmetic between each price of a bar and a value; the result is a bar again. `Rule` holds all that sets one such
-// operator apart: the order of its two arguments, its expression, its units and what it computes.
+// operator apart: the order of its inputs, its expression, its units and what it computes.
 template <class Rule>
 class CBarOp : public CDefZelmorOp2 {
 public:
@@ -47,45 +46,64 @@ private:
     StateStore<BarRecord> states;
 };
 
-// The bar is the first argument of the expression.
+// The order of an operator's inputs.
 struct BarFirst {
+    static constexpr bool BarLeads = true;
     enum Input : short { Open, High, Low, Close, Value };
-    static constexpr bool Divides = false;  // by the value, which then must not be near zero
 
-    static int ArgumentOf(short input) { return input < Value ? 0 : input - 3; }
+    static int ArgumentOf(short input) { return ArgumentBehindBar(input); }
+    static std::u16string_view BarTypeOf(short input) { return OpenHighLowClose(input); }
+};
+
+struct ValueFirst {
+    static constexpr bool BarLeads = false;
+    enum Input : short { Value, Open, High, Low, Close };
+
+    static int ArgumentOf(short input) { return input == Value ? 0 : 1; }
     static std::u16string_view BarTypeOf(short input) {
-        return NthText(input, {OpenField, HighField, LowField, CloseField});
+        return NthText(input, {u"", OpenField, HighField, LowField, CloseField});
     }
 };
 
-struct BarPlusValue : BarFirst {
+template <class Order>
+struct Sum : Order {
     static constexpr std::u16string_view Formula = u"(%s+%s)";
     static constexpr UnitKind Units = UnitKind::Curve;
+    static constexpr bool Divides = false;
     static double Of(double price, double value) { return value + price; }
 };
 
-struct BarMinusValue : BarFirst {
+template <class Order>
+struct Difference : Order {
     static constexpr std::u16string_view Formula = u"(%s-%s)";
     static constexpr UnitKind Units = UnitKind::Curve;
-    static double Of(double price, double value) { return price - value; }
+    static constexpr bool Divides = false;
+    static double Of(double price, double value) { return Order::BarLeads ? price - value : value - price; }
 };
 
-struct BarTimesValue : BarFirst {
-    static constexpr std::u16string_view Formula = u"%s*%s";
+template <class Order>
+struct Product : Order {
+    static constexpr std::u16string_view Formula = Order::BarLeads ? u"%s*%s" : u"(%s*%s)";
     static constexpr UnitKind Units = UnitKind::Product;
+    static constexpr bool Divides = false;
     static double Of(double price, double value) { return value * price; }
 };
 
-struct BarByValue : BarFirst {
+template <class Order>
+struct Quotient : Order {
     static constexpr std::u16string_view Formula = u"(%s/%s)";
     static constexpr UnitKind Units = UnitKind::Quotient;
-    static constexpr bool Divides = true;
-    static double Of(double price, double value) { return price / value; }
+    static constexpr bool Divides = true;  // and leaves out what a divisor near zero would give
+    static double Of(double price, double value) { return Order::BarLeads ? price / value : value / price; }
 };
 
-using CBarAdd = CBarOp<BarPlusValue>;
-using CBarSub = CBarOp<BarMinusValue>;
-using CBarMul = CBarOp<BarTimesValue>;
-using CBarDiv = CBarOp<BarByValue>;
+using CBarAdd = CBarOp<Sum<BarFirst>>;
+using CBarSub = CBarOp<Difference<BarFirst>>;
+using CBarMul = CBarOp<Product<BarFirst>>;
+using CBarDiv = CBarOp<Quotient<BarFirst>>;
+using CSBarAdd = CBarOp<Sum<ValueFirst>>;
+using CSBarSub = CBarOp<Difference<ValueFirst>>;
+using CSBarMul = CBarOp<Product<ValueFirst>>;
+using CSBarDiv = CBarOp<Quotient<ValueFirst>>;
 
 }  // namespace sarvane

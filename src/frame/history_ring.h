@@ -25,7 +25,7 @@ public:
     // Starts over as a new ring for `elements`. The contents are lost.
     void Reconfigure(long long elements);
     // Appends, and never drops an element: a window pops first. The ring grows when it is full.
-    void Push(const Element& element);
+    void Push(Element element);
     // A ring that shares leaves its elements to the sharer.
     void Clear();
 
@@ -48,7 +48,7 @@ private:
     void Adopt(int slots);
     void Leave();
     void Detach();
-    void PushFull(const Element& element, BasicHistoryRing* sharer);
+    void PushFull(Element element, BasicHistoryRing* sharer);
     void Follow(const BasicHistoryRing& writer, int newHead);
 
     std::shared_ptr<ShareBlock> share;
@@ -58,7 +58,7 @@ private:
 using HistoryRing = BasicHistoryRing<double>;
 
 template <class Element>
-inline void BasicHistoryRing<Element>::Push(const Element& element) {
+inline void BasicHistoryRing<Element>::Push(Element element) {
     BasicHistoryRing* sharer = Sharer();
     if (sharer && share->writer != this) {
         if (share->writer == sharer) {
@@ -139,15 +139,14 @@ void BasicHistoryRing<Element>::Detach() {
 // The next store would overrun the oldest element of this ring or of its sharer. A sharer's window never reaches
 // beyond this ring's newest element, so a move from the older of the two heads takes both windows along.
 template <class Element>
-void BasicHistoryRing<Element>::PushFull(const Element& element, BasicHistoryRing* sharer) {
-    const Element copy = element;  // it may lie in the buffer that goes
+void BasicHistoryRing<Element>::PushFull(Element element, BasicHistoryRing* sharer) {
     const int size = this->Size();
     const int from = this->Wrap(tail + 1) == head ? head : sharer->head;
     const int sharerAhead = sharer ? this->Wrap(sharer->head - from) : 0;
     share->cells = this->Enlarge(from);
     head = tail - size;
     if (sharer) sharer->Follow(*this, sharerAhead);
-    buffer[tail++] = copy;
+    buffer[tail++] = element;
 }
 
 // Goes along with the ring that moved the common buffer.

@@ -24,10 +24,24 @@ public:
         return S_OK;
     }
 
+    // The same, but gives up the slots above.
+    HRESULT SaveExactly(short slot) {
+        if (slot < 0) return S_FALSE;
+        snapshots.resize(static_cast<std::size_t>(slot));
+        return Save(slot);
+    }
+
     HRESULT Restore(short slot) {
         if (slot < 0 || static_cast<std::size_t>(slot) > snapshots.size()) return S_FALSE;
         if (slot > 0) live = snapshots[static_cast<std::size_t>(slot) - 1];
         return S_OK;
+    }
+
+    // Drops all records for `count` fresh ones, the live one included.
+    void StartOver(std::size_t count) {
+        snapshots.clear();
+        live = State();
+        snapshots.resize(count - 1);
     }
 
 private:

@@ -8,6 +8,7 @@
 #include "averages/trix_op.h"
 #include "averages/weighted_avg_op.h"
 #include "bars/bar_op.h"
+#include "bars/vol_stop_op.h"
 #include "expansion/de_m_op.h"
 #include "expansion/td_rebo_op.h"
 #include "expansion/tdrei_op.h"
@@ -18,6 +19,13 @@
 #include "oscillators/kalman_filter_op.h"
 #include "oscillators/macdx_op.h"
 #include "oscillators/stoch_x_op.h"
+#include "statistics/correl_op.h"
+#include "statistics/hi_lo_lev_op.h"
+#include "statistics/mean_deviation_op.h"
+#include "statistics/middle_op.h"
+#include "statistics/rank_op.h"
+#include "statistics/sqrt_dev_op.h"
+#include "statistics/std_dev_op.h"
 #include "sarvane/class_ids.h"
 #include "statistics/correl_op.h"
 #include "statistics/hi_lo_lev_op.h"
@@ -48,10 +56,10 @@ constexpr ClassEntry NotYet(const GUID& id, const char* name, const char* keywor
 
 constexpr ClassEntry Table[] = {
     NotYet(ClassId::MedianOp, "MedianOp", "MedOp", 132),
-    NotYet(ClassId::SBarMul, "SBarMul", "SBarMul", 131),
-    NotYet(ClassId::SBarAdd, "SBarAdd", "SBarAdd", 130),
-    NotYet(ClassId::SBarDiv, "SBarDiv", "SBarDiv", 129),
-    NotYet(ClassId::SBarSub, "SBarSub", "SBarSub", 128),
+    Class<CSBarMul>(ClassId::SBarMul, "SBarMul", "SBarMul", 131),
+    Class<CSBarAdd>(ClassId::SBarAdd, "SBarAdd", "SBarAdd", 130),
+    Class<CSBarDiv>(ClassId::SBarDiv, "SBarDiv", "SBarDiv", 129),
+    Class<CSBarSub>(ClassId::SBarSub, "SBarSub", "SBarSub", 128),
     Class<CBarDiv>(ClassId::BarDiv, "BarDiv", "BarDiv", 127),
     Class<CBarMul>(ClassId::BarMul, "BarMul", "BarMul", 126),
     Class<CBarSub>(ClassId::BarSub, "BarSub", "BarSub", 125),
@@ -74,7 +82,7 @@ constexpr ClassEntry Table[] = {
     Class<CKasePeakOscOp>(ClassId::KasePeakOscOp, "KasePeakOscOp", "KasePeakOsc", 114),
     Class<CKasePermStochOp>(ClassId::KasePermStochOp, "KasePermStochOp", "KasePermStoch", 113),
     Class<CKaseCCSSOp>(ClassId::KaseCCSSOp, "KaseCCSSOp", "KaseCCSS", 115),
-    NotYet(ClassId::VolStopOp, "VolStopOp", "VolStop", 116),
+    Class<CVolStopOp>(ClassId::VolStopOp, "VolStopOp", "VolStop", 116),
     Class<CStochXOp>(ClassId::StochXOp, "StochXOp", "StochXOp", 117),
     Class<CStdDevOp>(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
     Class<CDeMOp>(ClassId::DeMOp, "DeMOp", "DeMOp", 119),
