@@ -32,7 +32,6 @@ std::u16string Digits(int number) {
     return {digits.begin(), digits.end()};
 }
 
-// Those that can be created.
 std::vector<ClassRow> Classes() {
     std::vector<ClassRow> rows;
     DllRegisterServer();
@@ -41,9 +40,7 @@ std::vector<ClassRow> Classes() {
         const std::u16string id = Taken(text);
         SarvaneReadRegistryValue((u"CLSID\\" + id + u"\\Keyword").c_str(), nullptr, &text);
         const std::u16string keyword = Taken(text);
-        const ClassRow row = {std::string(keyword.begin(), keyword.end()), *ParsedId(std::u16string_view(id))};
-        ComPtr<IUnknown> factory;
-        if (DllGetClassObject(row.id, IID_IUnknown, factory.Slot()) == S_OK) rows.push_back(row);
+        rows.push_back({std::string(keyword.begin(), keyword.end()), *ParsedId(std::u16string_view(id))});
     }
     return rows;
 }

@@ -88,9 +88,6 @@ Library::Library(std::filesystem::path file) {
         const auto guid = ParsedId(std::string_view(id));
         const auto categories = ReadKeys(key + "\\Implemented Categories");
         if (!guid || std::ranges::find(categories, category) == categories.end()) continue;
-        void* factory = nullptr;  // a class may be registered ahead of its operator
-        if (FAILED(functions->getClassObject(*guid, IID_IUnknown, &factory))) continue;
-        static_cast<IUnknown*>(factory)->Release();
         const std::string progId = ReadValue(key + "\\VersionIndependentProgID");
         classes.push_back({ReadValue(key + "\\Keyword"), progId.substr(0, progId.find('.')), id, *guid});
     }

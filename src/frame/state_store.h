@@ -11,6 +11,10 @@ namespace sarvane {
 template <class State>
 class StateStore {
 public:
+    StateStore() = default;
+    // Starts with `count` fresh records, the live one included.
+    explicit StateStore(std::size_t count) : snapshots(count - 1) {}
+
     State& Live() { return live; }
     const State& Live() const { return live; }
 

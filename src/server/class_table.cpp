@@ -19,19 +19,17 @@
 #include "oscillators/kalman_filter_op.h"
 #include "oscillators/macdx_op.h"
 #include "oscillators/stoch_x_op.h"
-#include "statistics/correl_op.h"
-#include "statistics/hi_lo_lev_op.h"
-#include "statistics/mean_deviation_op.h"
-#include "statistics/middle_op.h"
-#include "statistics/rank_op.h"
-#include "statistics/sqrt_dev_op.h"
-#include "statistics/std_dev_op.h"
 #include "sarvane/class_ids.h"
 #include "statistics/correl_op.h"
+#include "statistics/count_operator.h"
+#include "statistics/event_offset.h"
 #include "statistics/hi_lo_lev_op.h"
 #include "statistics/mean_deviation_op.h"
+#include "statistics/median_op.h"
 #include "statistics/middle_op.h"
+#include "statistics/over_lap_op.h"
 #include "statistics/rank_op.h"
+#include "statistics/sample_op.h"
 #include "statistics/sqrt_dev_op.h"
 #include "statistics/std_dev_op.h"
 
@@ -50,12 +48,8 @@ constexpr ClassEntry ClassWithoutAggregation(const GUID& id, const char* name, c
     return {id, name, keyword, scriptId, &CreateAlone<Operator>};
 }
 
-constexpr ClassEntry NotYet(const GUID& id, const char* name, const char* keyword, int scriptId) {
-    return {id, name, keyword, scriptId, nullptr};
-}
-
 constexpr ClassEntry Table[] = {
-    NotYet(ClassId::MedianOp, "MedianOp", "MedOp", 132),
+    Class<CMedianOp>(ClassId::MedianOp, "MedianOp", "MedOp", 132),
     Class<CSBarMul>(ClassId::SBarMul, "SBarMul", "SBarMul", 131),
     Class<CSBarAdd>(ClassId::SBarAdd, "SBarAdd", "SBarAdd", 130),
     Class<CSBarDiv>(ClassId::SBarDiv, "SBarDiv", "SBarDiv", 129),
@@ -64,7 +58,7 @@ constexpr ClassEntry Table[] = {
     Class<CBarMul>(ClassId::BarMul, "BarMul", "BarMul", 126),
     Class<CBarSub>(ClassId::BarSub, "BarSub", "BarSub", 125),
     Class<CBarAdd>(ClassId::BarAdd, "BarAdd", "BarAdd", 124),
-    NotYet(ClassId::SampleOp, "SampleOp", "Samp", 123),
+    Class<CSampleOp>(ClassId::SampleOp, "SampleOp", "Samp", 123),
     Class<CTDReboOp>(ClassId::TDReboOp, "TDReboOp", "TDREBO", 122),
     Class<CTDREIOp>(ClassId::TDREIOp, "TDREIOp", "TDREIOP", 121),
     Class<CMiddleOp>(ClassId::MiddleOp, "MiddleOp", "Middle", 104),
@@ -78,7 +72,7 @@ constexpr ClassEntry Table[] = {
     Class<CRankOp>(ClassId::RankOp, "RankOp", "Ranking", 109),
     Class<CAdapAvgOp>(ClassId::AdapAvgOp, "AdapAvgOp", "AMAOp", 110),
     ClassWithoutAggregation<CTrixOp>(ClassId::TrixOp, "TrixOp", "Trix", 111),
-    NotYet(ClassId::OverLapOp, "OverLapOp", "OverlapCntOp", 112),
+    Class<COverLapOp>(ClassId::OverLapOp, "OverLapOp", "OverlapCntOp", 112),
     Class<CKasePeakOscOp>(ClassId::KasePeakOscOp, "KasePeakOscOp", "KasePeakOsc", 114),
     Class<CKasePermStochOp>(ClassId::KasePermStochOp, "KasePermStochOp", "KasePermStoch", 113),
     Class<CKaseCCSSOp>(ClassId::KaseCCSSOp, "KaseCCSSOp", "KaseCCSS", 115),
@@ -87,8 +81,8 @@ constexpr ClassEntry Table[] = {
     Class<CStdDevOp>(ClassId::StdDevOp, "StdDevOp", "SDev", 118),
     Class<CDeMOp>(ClassId::DeMOp, "DeMOp", "DeMOp", 119),
     Class<CWeightedAvgOp>(ClassId::WeightedAvgOp, "WeightedAvgOp", "Wei", 133),
-    NotYet(ClassId::EventOffset, "EventOffset", "EventOffsetOp", 134),
-    NotYet(ClassId::CountOperator, "CountOperator", "CountOp", 135),
+    Class<CEventOffset>(ClassId::EventOffset, "EventOffset", "EventOffsetOp", 134),
+    Class<CCountOperator>(ClassId::CountOperator, "CountOperator", "CountOp", 135),
     Class<CMeanDeviationOp>(ClassId::MeanDeviationOp, "MeanDeviationOp", "MeanDev", 136),
     Class<CMACDXOp>(ClassId::MACDXOp, "MACDXOp", "MACDXOp", 137),
     Class<CTimeAvgOp>(ClassId::TimeAvgOp, "TimeAvgOp", "TimeAvg", 140),

@@ -57,8 +57,7 @@ HRESULT DllGetClassObject(const GUID& classId, const GUID& iid, void** object) {
     *object = nullptr;
     if (!FactoryCache::initialised) return E_UNEXPECTED;
     for (std::size_t i = 0; i < ClassTable().size(); ++i) {
-        if (ClassTable()[i].id == classId && ClassTable()[i].create)
-            return cache.FactoryOf(i).QueryInterface(iid, object);
+        if (ClassTable()[i].id == classId) return cache.FactoryOf(i).QueryInterface(iid, object);
     }
     return CLASS_E_CLASSNOTAVAILABLE;
 }

@@ -50,10 +50,7 @@ std::u16string Wide(std::string_view ascii) { return {ascii.begin(), ascii.end()
 
 std::vector<std::string> AllKeywords() {
     std::vector<std::string> keywords;
-    for (const auto& [keyword, id] : Classes()) {
-        ComPtr<IUnknown> factory;
-        if (DllGetClassObject(id, IID_IUnknown, factory.Slot()) == S_OK) keywords.push_back(keyword);
-    }
+    for (const auto& [keyword, id] : Classes()) keywords.push_back(keyword);
     return keywords;
 }
 

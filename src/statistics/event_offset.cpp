@@ -1,0 +1,64 @@
+#include "statistics/event_offset.h"
+
+#include <cmath>
+
+namespace sarvane {
+namespace {
+
+enum Argument : short { Curve, EventCount, FlagBars, MaxOffset };
+
+constexpr int MostEvents = 10000;
+
+bool IsEvent(double value) { return !IsUndefined(value) && std::abs(value) > 0x1p-52; }
+
+}  // namespace
+
+STDMETHODIMP CEventOffset::SetParameter(short index, const char16_t* value, TextSlot*) {
+    const int number = TextToInt(value);
+    switch (index) {
+    case EventCount: eventCount = number >= 1 && number <= MostEvents ? number : 1; break;
+    case FlagBars: flagBars = number > 0 ? number : -1.0; break;
+    case MaxOffset: maxOffset = number > 0 ? number : 400.0; break;
+    }
+    return S_OK;
+}
+
+STDMETHODIMP CEventOffset::Reset(int, const double*) {
+    EventOffsetState& live = states.Live();
+    live.offset = UndefinedValue;
+    live.seen = false;
+    live.gaps.Clear();
+    return S_OK;
+}
+
+STDMETHODIMP CEventOffset::Calculate(int, const double* in, int, double* out) {
+    EventOffsetState& live = states.Live();
+    TakeBar(live, in[0]);
+    const bool near = !IsUndefined(live.offset) && maxOffset > live.offset;
+    if (!live.seen) {
+        out[0] = UndefinedValue;
+    } else if (flagBars < 0.0) {
+        out[0] = near ? -live.offset : UndefinedValue;
+    } else {
+        out[0] = near && flagBars - 1.0 >= live.offset ? 1.0 : 0.0;
+    }
+    return S_OK;
+}
+
+// A missing input is a bar without an event: distances go on growing.
+void CEventOffset::TakeBar(EventOffsetState& live, double value) const {
+    PlainRing& gaps = live.gaps;
+    if (!IsUndefined(value)) live.seen = true;
+    if (gaps.Size() > 0) gaps.Newest() += 1.0;
+    if (!IsEvent(value)) {
+        if (!IsUndefined(live.offset)) live.offset += 1.0;
+        return;
+    }
+    PushReplacing(gaps, 0.0, eventCount);
+    live.offset = UndefinedValue;
+    if (gaps.Size() != eventCount) return;
+    live.offset = 0.0;
+    for (int i = 0; i < eventCount; ++i) live.offset += gaps[i];
+}
+
+}  // namespace sarvane

@@ -1,0 +1,75 @@
+#include "statistics/median_op.h"
+
+namespace sarvane {
+namespace {
+
+enum Argument : short { Curve, WindowSize, Percent1, Percent2, Percent3, Interpolate, Curve2 };
+
+}  // namespace
+
+// The ids of the percentiles are the numbers of the outputs.
+CMedianOp::CMedianOp() {
+    SetMinCount(1);
+    SetWindowSize(13);
+    AddPercentile(0.5);
+    AddPercentile(UndefinedValue);
+    AddPercentile(UndefinedValue);
+}
+
+STDMETHODIMP CMedianOp::SetParameter(short index, const char16_t* value, TextSlot*) {
+    switch (index) {
+    case HistoryDepthIndex: inputCount = 1; break;
+    case WindowSize: {
+        const int number = TextToInt(value);
+        if (number < 1) return E_INVALIDARG;
+        // In this order: a window of 1 passes for one that has to be full, and the next one waits until it is.
+        SetMinCount(1);
+        SetWindowSize(static_cast<uint>(number));
+        break;
+    }
+    case Percent1:
+    case Percent2:
+    case Percent3: {
+        const double percent = TextToDouble(value);
+        if (percent >= 0.0 && percent <= 100.0) SetPercentile(index - Percent1, percent / 100.0);
+        break;
+    }
+    case Interpolate: SetInterpolate(TextToInt(value) == 1); break;
+    case Curve2: inputCount = 2; break;
+    }
+    return S_OK;
+}
+
+STDMETHODIMP CMedianOp::GetParameterText(short parameter, TextSlot* text, TextSlot*) {
+    if (parameter == 0) return TextOut(text, NthInt(0, {Window()}));
+    if (parameter == 4) return TextOut(text, NthInt(0, {GetInterpolate()}));
+    return TextOut(text, NthDouble(parameter - 1, {GetPercentile(0), GetPercentile(1), GetPercentile(2)}));
+}
+
+STDMETHODIMP CMedianOp::Reset(int, const double*) {
+    PercentileProcessor::Reset();
+    return S_OK;
+}
+
+// A value that isn't taken in repeats the last results.
+STDMETHODIMP CMedianOp::Calculate(int, const double* in, int, double* out) {
+    for (int input = 0; input < inputCount; ++input) AddValue(in[input]);
+    for (int output = 0; output < 3; ++output) out[output] = GetResult(output);
+    return S_OK;
+}
+
+STDMETHODIMP CMedianOp::SaveState(short slot) {
+    if (slot < 0) return E_INVALIDARG;
+    const auto element = static_cast<std::size_t>(slot);
+    snapshots.resize(element + 1);
+    snapshots[element] = GetSnapshot();
+    return S_OK;
+}
+
+STDMETHODIMP CMedianOp::RestoreState(short slot) {
+    if (slot < 0 || static_cast<std::size_t>(slot) >= snapshots.size()) return E_INVALIDARG;
+    RestoreSnapshot(snapshots[static_cast<std::size_t>(slot)]);
+    return S_OK;
+}
+
+}  // namespace sarvane
