@@ -16,6 +16,11 @@ std::string FieldOf(std::string barType) {
     return barType;
 }
 
+// Words with a separator between them, so that a width can be given to the whole.
+std::string Joined(const std::vector<std::string>& words, std::string_view separator) {
+    return fmt::format("{}", fmt::join(words, separator));
+}
+
 std::vector<std::string> InputTexts(const Description& described) {
     std::vector<std::string> texts;
     for (const auto& [argument, field] : described.inputs)
@@ -88,12 +93,12 @@ Description Describe(const Library& library, IZelmorOp& op) {
 }
 
 std::string ListText(const Library& library) {
-    constexpr const char* Row = "{:<14}{:<16}{:<40}{:<34}{:<26}{}\n";
+    constexpr const char* Row = "{:<15}{:<17}{:<40}{:<28}{:<36}{}\n";
     std::string table = fmt::format(Row, "KEYWORD", "CLASS", "CLASS ID", "INPUTS", "PARAMETERS", "OUTPUTS");
     for (const OperatorClass& known : library.Classes()) {
         const Description described = DescribeNew(library, known);
-        table += fmt::format(Row, known.keyword, known.name, known.id, fmt::join(InputTexts(described), " "),
-                             fmt::join(described.parameters, " "), fmt::join(OutputNames(described), " "));
+        table += fmt::format(Row, known.keyword, known.name, known.id, Joined(InputTexts(described), " "),
+                             Joined(described.parameters, " "), Joined(OutputNames(described), " "));
     }
     return table;
 }
@@ -113,8 +118,8 @@ std::string DescribeText(const Library& library, std::string_view keyword, const
                        "parameters  {}\n"
                        "lookback    {} bars\n",
                        operatorClass.keyword, operatorClass.name, described.formula,
-                       fmt::join(InputTexts(described), ", "), fmt::join(OutputNames(described), ", "),
-                       fmt::join(described.parameters, ", "), described.lookback);
+                       Joined(InputTexts(described), ", "), Joined(OutputNames(described), ", "),
+                       Joined(described.parameters, ", "), described.lookback);
 }
 
 nlohmann::json DescribeJson(const Library& library, std::string_view keyword,
