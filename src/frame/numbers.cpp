@@ -3,6 +3,7 @@
 #include "frame/powers_of_ten.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -12,11 +13,13 @@ namespace {
 
 constexpr double LnOf10 = 2.302585092994046;
 
-// The largest double whose rounded logarithm is not above `exponent`.
-double LogarithmBorder(int exponent) {
-    const int index = exponent - LowestPower;
-    return std::bit_cast<double>(std::bit_cast<std::int64_t>(PowersOfTen[index]) + LogarithmReach[index]);
-}
+// For each power of ten the largest double whose rounded logarithm is not above the exponent.
+constexpr auto LogarithmBorders = [] {
+    std::array<double, std::size(PowersOfTen)> borders{};
+    for (std::size_t i = 0; i < borders.size(); ++i)
+        borders[i] = std::bit_cast<double>(std::bit_cast<std::int64_t>(PowersOfTen[i]) + LogarithmReach[i]);
+    return borders;
+}();
 
 // ceil(log10(size)) of a positive finite number, by a look into a table: `log10` takes ten times as long, and differs
 // between runtime libraries.
@@ -29,7 +32,15 @@ int CeilingOfLogarithm(double size) {
     // 78913 / 2^18 is the logarithm of 2, precise enough for all exponents; the shift rounds down, so two minus signs
     // make it round up. At most one power of ten lies between a power of two and the next.
     const int lowest = -(-binary * 78913 >> 18);
-    return size > LogarithmBorder(lowest) ? lowest + 1 : lowest;
+    return lowest + (size > LogarithmBorders[static_cast<std::size_t>(lowest - LowestPower)]);
+}
+
+// The nearest whole number, halves away from zero, of a number that is not below 0.5 and far below 2^63 in size.
+// `round` is a call on processors whose compilers can't count on an instruction for it.
+double NearestWhole(double number) {
+    const auto whole = static_cast<std::int64_t>(number);
+    const double rest = number - static_cast<double>(whole);
+    return static_cast<double>(whole + (rest >= 0.5) - (rest <= -0.5));
 }
 
 }  // namespace
@@ -39,7 +50,7 @@ double RoundToSignificant(double value, int digits) {
     const int power = digits - CeilingOfLogarithm(std::abs(value));
     if (power > HighestPower) return value;  // ten to that power is infinite
     const double scale = PowersOfTen[power - LowestPower];
-    const double rounded = std::round(scale * value) / scale;
+    const double rounded = NearestWhole(scale * value) / scale;
     return std::isfinite(rounded) ? rounded : value;
 }
 
