@@ -59,6 +59,7 @@ void Run(const Options& options) {
         study.Step(bar);
         progress.Update(static_cast<double>(bar));
         if (bar < firstShown) continue;
+        progress.Hide();
         screen.WriteBar(bars.Date(bar), study);
         if (file) file->WriteBar(bars.Date(bar), study);
     }

@@ -11,8 +11,11 @@ Progress::Progress(std::string what, double whole)
     : label(std::move(what)), total(whole), terminal(isatty(STDERR_FILENO) != 0),
       nextDrawing(std::chrono::steady_clock::now() + std::chrono::seconds(1)) {}
 
-Progress::~Progress() {
+Progress::~Progress() { Hide(); }
+
+void Progress::Hide() {
     if (shown) fmt::print(stderr, "\r\x1b[K");
+    shown = false;
 }
 
 void Progress::Look(double done) {

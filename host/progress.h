@@ -14,6 +14,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    // Takes the bar away, for output that would share its line.
+    void Hide();
     void Update(double done) {
         if (++calls % CallsPerLook == 0) Look(done);
     }
