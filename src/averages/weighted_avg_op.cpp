@@ -26,27 +26,20 @@ STDMETHODIMP CWeightedAvgOp::SetParameter(short index, const char16_t* value, Te
     case HistoryDepthIndex: depth = number; break;
     case Period:
         period = PositiveOrUnset(number);
-        states.Live().history.Reconfigure(WindowRoom(period, depth));
+        states.Live().window.Reconfigure(WindowRoom(period, depth));
         break;
     }
     return S_OK;
 }
 
-STDMETHODIMP CWeightedAvgOp::Reset(int count, const double* seed) {
-    WeightedAvgState& live = states.Live();
-    live.previous = FirstSeed(count, seed);
-    live.history.Clear();
-    return S_OK;
-}
-
 STDMETHODIMP CWeightedAvgOp::Calculate(int, const double* in, int, double* out) {
-    WeightedAvgState& live = states.Live();
+    WindowState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
-        PushWithin(live.history, value, ValueOr(period, depth));
-        const int size = live.history.Size();
+        PushWithin(live.window, value, ValueOr(period, depth));
+        const int size = live.window.Size();
         const int wanted = IsUnset(period) ? TruncateToInt(in[Period]) : period;
         const bool fits = IsUnset(period) ? wanted >= 1 && wanted <= size : wanted == size;
-        return fits ? WeightedMean(live.history, wanted) : UndefinedValue;
+        return fits ? WeightedMean(live.window, wanted) : UndefinedValue;
     });
 }
 

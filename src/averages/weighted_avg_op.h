@@ -1,15 +1,10 @@
 #pragma once
 
-#include "frame/history_ring.h"
 #include "frame/operator_contract.h"
 #include "frame/state_store.h"
+#include "frame/window_state.h"
 
 namespace sarvane {
-
-struct WeightedAvgState {
-    double previous = UndefinedValue;  // last input that was used
-    HistoryRing history;
-};
 
 // Wei( curve, period) is the linearly weighted mean of the last `period` values: the newest weighs `period`, the oldest
 // 1. A period that is no constant becomes a second input, read on every bar.
@@ -31,7 +26,7 @@ public:
         return TextOut(text, NthInt(parameter, {period}));
     }
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
-    STDMETHODIMP Reset(int count, const double* seed) override;
+    STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
@@ -39,7 +34,7 @@ public:
 private:
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
-    StateStore<WeightedAvgState> states;
+    StateStore<WindowState> states;
 };
 
 }  // namespace sarvane

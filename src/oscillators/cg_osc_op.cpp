@@ -19,15 +19,8 @@ STDMETHODIMP CCGOscOp::SetParameter(short index, const char16_t* value, TextSlot
     return S_OK;
 }
 
-STDMETHODIMP CCGOscOp::Reset(int count, const double* seed) {
-    CGOscState& live = states.Live();
-    live.previous = FirstSeed(count, seed);
-    live.window.Clear();
-    return S_OK;
-}
-
 STDMETHODIMP CCGOscOp::Calculate(int, const double* in, int, double* out) {
-    CGOscState& live = states.Live();
+    WindowState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
         return IsUnset(period) ? UndefinedValue : CentreOfGravity(live.window, value);
     });

@@ -1,15 +1,10 @@
 #pragma once
 
-#include "frame/history_ring.h"
 #include "frame/operator_contract.h"
 #include "frame/state_store.h"
+#include "frame/window_state.h"
 
 namespace sarvane {
-
-struct CGOscState {
-    double previous = UndefinedValue;  // last input that was used
-    HistoryRing window;
-};
 
 // CGOsc( curve, period) is the centre of gravity of the last `period` values: their mean position, weighted with the
 // values and negated. The newest value stands at position 1. Without a period there is no output.
@@ -31,7 +26,7 @@ public:
         return TextOut(text, NthInt(parameter, {period}));
     }
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
-    STDMETHODIMP Reset(int count, const double* seed) override;
+    STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
@@ -41,7 +36,7 @@ private:
 
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
-    StateStore<CGOscState> states;
+    StateStore<WindowState> states;
 };
 
 }  // namespace sarvane

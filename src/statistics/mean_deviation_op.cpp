@@ -23,15 +23,12 @@ STDMETHODIMP CMeanDeviationOp::SetParameter(short index, const char16_t* value, 
 }
 
 STDMETHODIMP CMeanDeviationOp::Reset(int count, const double* seed) {
-    MeanDeviationState& live = states.Live();
-    live.previous = FirstSeed(count, seed);
-    live.window.Clear();
     ResetAll(Steps());
-    return S_OK;
+    return states.Live().Reset(count, seed);
 }
 
 STDMETHODIMP CMeanDeviationOp::Calculate(int, const double* in, int, double* out) {
-    MeanDeviationState& live = states.Live();
+    WindowState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
         PushReplacing(live.window, value, ValueOr(period, depth));
         const double runningMean = meanStep.Step(value);

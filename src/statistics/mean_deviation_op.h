@@ -1,16 +1,11 @@
 #pragma once
 
-#include "frame/history_ring.h"
 #include "frame/inner_steps.h"
 #include "frame/operator_contract.h"
+#include "frame/window_state.h"
 #include "oscillators/set_step_ma.h"
 
 namespace sarvane {
-
-struct MeanDeviationState {
-    double previous = UndefinedValue;  // last input that was used
-    HistoryRing window;
-};
 
 // MeanDev(curve,period) is the mean absolute distance from the last `period` values to their simple moving average. A
 // period that is no constant becomes a second input, read on every bar; the distances are then taken from the mean of
@@ -45,7 +40,7 @@ private:
     int depth = DefaultHistoryDepth;
     int period = 0;  // never met by a window: a new operator gives no result
     CSetStepMA meanStep;
-    StateStore<MeanDeviationState> states;
+    StateStore<WindowState> states;
 };
 
 }  // namespace sarvane

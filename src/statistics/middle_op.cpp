@@ -29,15 +29,8 @@ STDMETHODIMP CMiddleOp::SetParameter(short index, const char16_t* value, TextSlo
     return S_OK;
 }
 
-STDMETHODIMP CMiddleOp::Reset(int count, const double* seed) {
-    MiddleState& live = states.Live();
-    live.previous = FirstSeed(count, seed);
-    live.window.Clear();
-    return S_OK;
-}
-
 STDMETHODIMP CMiddleOp::Calculate(int, const double* in, int, double* out) {
-    MiddleState& live = states.Live();
+    WindowState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
         PushWithin(live.window, value, ValueOr(period, depth));
         return Select(live.window, IsUnset(period) ? TruncateToInt(in[Period]) : period);

@@ -1,16 +1,11 @@
 #pragma once
 
-#include "frame/history_ring.h"
 #include "frame/operator_contract.h"
 #include "frame/state_store.h"
+#include "frame/window_state.h"
 #include "statistics/sorted_containers.h"
 
 namespace sarvane {
-
-struct MiddleState {
-    double previous = UndefinedValue;  // last input that was used
-    HistoryRing window;
-};
 
 // Middle( curve, period [, rankFromTop]) is the median of the last `period` values, or the value at a place counted
 // from the highest, which is 1. It starts on the first bar, with what the window holds. A period that is no constant
@@ -33,7 +28,7 @@ public:
         return TextOut(text, NthInt(parameter, {period, rankFromTop}));
     }
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
-    STDMETHODIMP Reset(int count, const double* seed) override;
+    STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
@@ -44,7 +39,7 @@ private:
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
     int rankFromTop = UndefinedParam;
-    StateStore<MiddleState> states;
+    StateStore<WindowState> states;
     SortedBagAsVector<double> bag{1, 1};  // filled afresh on every bar; only its room stays
 };
 

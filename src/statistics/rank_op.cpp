@@ -39,15 +39,8 @@ STDMETHODIMP CRankOp::SetParameter(short index, const char16_t* value, TextSlot*
     return S_OK;
 }
 
-STDMETHODIMP CRankOp::Reset(int count, const double* seed) {
-    RankState& live = states.Live();
-    live.previous = FirstSeed(count, seed);
-    live.window.Clear();
-    return S_OK;
-}
-
 STDMETHODIMP CRankOp::Calculate(int, const double* in, int, double* out) {
-    RankState& live = states.Live();
+    WindowState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
         PushWithin(live.window, value, ValueOr(period, depth));
         return IsUnset(period) ? RankAmongNewest(live.window, in) : RankInWindow(live.window);

@@ -1,15 +1,10 @@
 #pragma once
 
-#include "frame/history_ring.h"
 #include "frame/operator_contract.h"
 #include "frame/state_store.h"
+#include "frame/window_state.h"
 
 namespace sarvane {
-
-struct RankState {
-    double previous = UndefinedValue;  // last input that was used
-    HistoryRing window;
-};
 
 // Rank( curve, unread, period, direction, tieWeight, spare) is where the newest value stands among the last `period`:
 // 1, and 1 more for every value that beats it. Higher values do if `direction` is above 0, else lower ones; an equal
@@ -29,7 +24,7 @@ public:
         return TextOut(text, NthInt(parameter, {period, direction, tieWeight, spareParam}));
     }
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
-    STDMETHODIMP Reset(int count, const double* seed) override;
+    STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
@@ -45,7 +40,7 @@ private:
     int direction = UndefinedParam;
     int tieWeight = UndefinedParam;
     int spareParam = UndefinedParam;  // only has to be set
-    StateStore<RankState> states;
+    StateStore<WindowState> states;
 };
 
 }  // namespace sarvane

@@ -28,15 +28,8 @@ STDMETHODIMP CStdDevOp::GetParameterText(short parameter, TextSlot* text, TextSl
     }
 }
 
-STDMETHODIMP CStdDevOp::Reset(int count, const double* seed) {
-    StdDevState& live = states.Live();
-    live.previous = FirstSeed(count, seed);
-    live.window.Clear();
-    return S_OK;
-}
-
 STDMETHODIMP CStdDevOp::Calculate(int, const double* in, int, double* out) {
-    StdDevState& live = states.Live();
+    WindowState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {
         PushWithin(live.window, value, ValueOr(period, depth));
         if (!IsUnset(period) && live.window.Size() != period) return UndefinedValue;

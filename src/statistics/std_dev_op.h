@@ -1,16 +1,11 @@
 #pragma once
 
-#include "frame/history_ring.h"
 #include "frame/operator_contract.h"
 #include "frame/state_store.h"
+#include "frame/window_state.h"
 #include "statistics/deviation_sample.h"
 
 namespace sarvane {
-
-struct StdDevState {
-    double previous = UndefinedValue;  // last input that was used
-    HistoryRing window;
-};
 
 // SDev (curve, period, divisor) is the standard deviation of the last `period` values around their own mean. A period
 // that is no constant becomes a second input, read on every bar. The sum of squares is divided by the number of values
@@ -33,7 +28,7 @@ public:
     STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 1 : 2); }
     STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override;
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
-    STDMETHODIMP Reset(int count, const double* seed) override;
+    STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
@@ -42,7 +37,7 @@ private:
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
     bool useNMinus1 = false;
-    StateStore<StdDevState> states;
+    StateStore<WindowState> states;
 };
 
 }  // namespace sarvane
