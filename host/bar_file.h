@@ -1,7 +1,8 @@
 #pragma once
 
+#include "row_reader.h"
+
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,30 +15,32 @@ class BarFile {
 public:
     // Fails with file, line and column of the first fault.
     explicit BarFile(const std::filesystem::path& file);
+    // No bars so far.
+    explicit BarFile(BarHeader header);
 
-    const std::string& Name() const { return name; }
+    const std::string& Name() const { return header.name; }
     std::size_t BarCount() const { return dateEnds.size(); }
 
     // The heading of the dates.
-    const std::string& DateTitle() const { return dateTitle; }
+    const std::string& DateTitle() const { return header.dateTitle; }
     std::string_view Date(std::size_t bar) const {
         const std::size_t begin = bar == 0 ? 0 : dateEnds[bar - 1];
         return std::string_view(dates).substr(begin, dateEnds[bar] - begin);
     }
 
     // Names of the columns of numbers, as the file has them.
-    const std::vector<std::string>& Columns() const { return titles; }
-    std::optional<std::size_t> FindColumn(std::string_view title) const;
+    const std::vector<std::string>& Columns() const { return header.titles; }
+    std::optional<std::size_t> FindColumn(std::string_view title) const { return header.FindColumn(title); }
     double Value(std::size_t column, std::size_t bar) const { return values[column][bar]; }
 
-private:
-    friend class BarFileReader;
+    void Append(const BarRow& row);
+    // Gives a bar other values; its date stays.
+    void Replace(std::size_t bar, const std::vector<double>& row);
 
-    std::string name;
-    std::string dateTitle;
+private:
+    BarHeader header;
     std::string dates;  // one behind the other
     std::vector<std::size_t> dateEnds;
-    std::vector<std::string> titles;
     std::vector<std::vector<double>> values;  // by column
 };
 

@@ -29,6 +29,23 @@ TEST(BarFile, ReadsColumnsInAnyOrderAndCase) {
     EXPECT_EQ(bars.Value(2, 1), 0.5);
 }
 
+TEST(RowReader, ReadsLinesAsTheyComeAndGoesOnBehindABadOne) {
+    RowReader reader("ticks");
+    std::vector<std::string> seen;
+    const std::string text = "date,close\r\n\r\na,1\nb,\"2\nc,x\nd,3,4\ne,5\rf,6";
+    for (const char c : text + "$") {  // a letter at a time, then the end
+        c == '$' ? reader.End() : reader.Add({&c, 1});
+        try {
+            while (reader.Next()) seen.push_back(fmt::format("{} {}", reader.Row().date, reader.Row().values[0]));
+        } catch (const Failure& failure) {
+            seen.push_back(failure.what());
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"a 1", "ticks:4: a quote in the wrong place, or not closed",
+                                              "ticks:5:2: \"x\" is no number (close)",
+                                              "ticks:6:3: a cell too many, the header names 2", "e 5", "f 6"}));
+}
+
 TEST(BarFile, NamesThePlaceOfAFault) {
     const std::pair<std::string, const char*> faults[] = {
         {"", ": the file is empty"},
