@@ -54,9 +54,10 @@ Description DescribeNew(const Library& library, const OperatorClass& operatorCla
 }
 
 std::pair<const OperatorClass&, Description> DescribeWith(const Library& library, std::string_view keyword,
-                                                          const std::vector<std::string>& arguments) {
+                                                          const std::vector<std::string>& arguments,
+                                                          const OperatorSettings& settings) {
     const OperatorClass& operatorClass = library.FindOrFail(keyword);
-    const ComPtr<IZelmorOp> op = library.Create(operatorClass);
+    const ComPtr<IZelmorOp> op = library.Create(operatorClass, settings);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i].empty()) continue;
         const std::string error = library.SetArgument(*op.Get(), static_cast<int>(i) + 1, arguments[i]);
@@ -109,8 +110,9 @@ nlohmann::json ListJson(const Library& library) {
     return list;
 }
 
-std::string DescribeText(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments) {
-    const auto [operatorClass, described] = DescribeWith(library, keyword, arguments);
+std::string DescribeText(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,
+                         const OperatorSettings& settings) {
+    const auto [operatorClass, described] = DescribeWith(library, keyword, arguments, settings);
     return fmt::format("{} ({})\n"
                        "formula     {}\n"
                        "inputs      {}\n"
@@ -122,9 +124,9 @@ std::string DescribeText(const Library& library, std::string_view keyword, const
                        Joined(described.parameters, ", "), described.lookback);
 }
 
-nlohmann::json DescribeJson(const Library& library, std::string_view keyword,
-                            const std::vector<std::string>& arguments) {
-    const auto [operatorClass, described] = DescribeWith(library, keyword, arguments);
+nlohmann::json DescribeJson(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,
+                            const OperatorSettings& settings) {
+    const auto [operatorClass, described] = DescribeWith(library, keyword, arguments, settings);
     return Json(operatorClass, described);
 }
 

@@ -37,8 +37,9 @@ Description Describe(const Library& library, IZelmorOp& op);
 // The commands `list` and `describe`. `arguments` are those from argument 1 on.
 std::string ListText(const Library& library);
 nlohmann::json ListJson(const Library& library);
-std::string DescribeText(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments);
-nlohmann::json DescribeJson(const Library& library, std::string_view keyword,
-                            const std::vector<std::string>& arguments);
+std::string DescribeText(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,
+                         const OperatorSettings& settings = {});
+nlohmann::json DescribeJson(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,
+                            const OperatorSettings& settings = {});
 
 }  // namespace sarvane::study

@@ -16,6 +16,8 @@ namespace {
 
 constexpr const char* LibraryName = "libsarvane.so";
 
+constexpr int HistoryIndex = -1, DigitsIndex = -2;
+
 std::string Utf8(std::u16string_view text) {
     return boost::locale::conv::utf_to_utf<char>(text.data(), text.data() + text.size());
 }
@@ -137,13 +139,17 @@ const OperatorClass& Library::FindOrFail(std::string_view keyword) const {
     Fail("no operator {}{}{}", Quoted(keyword), nearest.empty() ? "" : "; nearest: ", fmt::join(nearest, ", "));
 }
 
-ComPtr<IZelmorOp> Library::Create(const OperatorClass& operatorClass) const {
+ComPtr<IZelmorOp> Library::Create(const OperatorClass& operatorClass, const OperatorSettings& settings) const {
     ComPtr<IClassFactory> factory;
     ComPtr<IZelmorOp> created;
     HRESULT status = functions->getClassObject(operatorClass.guid, IID_IClassFactory, factory.Slot());
     if (SUCCEEDED(status)) status = factory->CreateInstance(nullptr, IID_IZelmorOp, created.Slot());
     if (FAILED(status)) {
         Fail("{} cannot be created: status {:#010x}", operatorClass.keyword, static_cast<ULONG>(status));
+    }
+    for (const auto& [index, value] : {std::pair(HistoryIndex, settings.history), {DigitsIndex, settings.digits}}) {
+        const std::string error = value ? SetArgument(*created.Get(), index, fmt::format("{}", *value)) : "";
+        if (!error.empty()) Fail("{}: {}", operatorClass.keyword, error);
     }
     return created;
 }

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,12 @@ struct OperatorClass {
     std::string name;
     std::string id;  // in braces
     GUID guid;
+};
+
+// What every operator is told ahead of its arguments. What is not given stays at the operator's default.
+struct OperatorSettings {
+    std::optional<int> history = {};  // depth in bars, where an argument does not set it
+    std::optional<int> digits = {};   // of precision, for the averages that round
 };
 
 // The loaded operator library, reached through its exported functions.
@@ -37,7 +44,7 @@ public:
     // The known keywords that look most like `keyword`, at most three.
     std::vector<std::string> Nearest(std::string_view keyword) const;
 
-    ComPtr<IZelmorOp> Create(const OperatorClass& operatorClass) const;
+    ComPtr<IZelmorOp> Create(const OperatorClass& operatorClass, const OperatorSettings& settings = {}) const;
 
     // Hands over the text of an argument. An operator that refuses it gives a message, else there is none.
     std::string SetArgument(IZelmorOp& op, int index, std::string_view text) const;

@@ -36,10 +36,11 @@ void List(const Options& options) {
 
 void DescribeOne(const Options& options) {
     const Library library(options.library);
+    const OperatorSettings& operators = options.settings.operators;
     if (options.json)
-        fmt::print("{}\n", DescribeJson(library, options.keyword, options.arguments).dump(2));
+        fmt::print("{}\n", DescribeJson(library, options.keyword, options.arguments, operators).dump(2));
     else
-        fmt::print("{}", DescribeText(library, options.keyword, options.arguments));
+        fmt::print("{}", DescribeText(library, options.keyword, options.arguments, operators));
 }
 
 void Run(const Options& options) {
@@ -66,6 +67,20 @@ void Run(const Options& options) {
     if (file) file->Close();
 }
 
+void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
+    command.add_option("--history", settings.history, "bars that operators keep where no argument says how many")
+        ->check(CLI::PositiveNumber);
+    command.add_option("--digits", settings.digits, "of precision of the averages that round: 4 to 15");
+}
+
+void AddRunSettings(CLI::App& command, Options& options) {
+    command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->required();
+    command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
+    command.add_flag("--hold", options.settings.hold, "bar arithmetic repeats missing inputs");
+    command.add_option("--price-step", options.settings.priceStep, "the step that stops are rounded to");
+    AddOperatorSettings(command, options.settings.operators);
+}
+
 int Main(int argc, char** argv) {
     Options options;
     CLI::App app("Runs technical-analysis expressions over files of bars.", "study");
@@ -81,16 +96,14 @@ int Main(int argc, char** argv) {
     describe->add_option("keyword", options.keyword, "as in `study list`")->required();
     describe->add_option("arguments", options.arguments, "from argument 1 on; '' leaves one at its default");
     describe->add_flag("--json", options.json, "for programs");
+    AddOperatorSettings(*describe, options.settings.operators);
     describe->callback([&] { DescribeOne(options); });
 
     CLI::App* const run = app.add_subcommand("run", "run expressions over a file of bars");
-    run->add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->required();
-    run->add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
+    AddRunSettings(*run, options);
     run->add_option("-o,--output", options.output, "write the table to this file, too, with all digits");
     run->add_option("--last", options.last, "show only the last N bars");
     run->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
-    run->add_flag("--hold", options.settings.hold, "bar arithmetic repeats missing inputs");
-    run->add_option("--price-step", options.settings.priceStep, "the step that stops are rounded to");
     run->callback([&] { Run(options); });
 
     try {

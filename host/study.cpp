@@ -23,10 +23,11 @@ std::optional<std::size_t> PriceIndex(std::string_view name) {
 // Drives one operator.
 class OperatorNode : public Node {
 public:
-    OperatorNode(ComPtr<IZelmorOp> created, const Description& described, std::vector<const double*> sources,
-                 const RunSettings& settings)
-        : op(std::move(created)), inputs(std::move(sources)), in(inputs.size()),
-          out(described.outputs.size(), UndefinedValue), mode(settings.hold ? 1 : 0) {
+    OperatorNode(ComPtr<IZelmorOp> created, std::string name, const Description& described,
+                 std::vector<const double*> sources, const RunSettings& settings)
+        : op(std::move(created)), keyword(std::move(name)), inputs(std::move(sources)), in(inputs.size()),
+          out(described.outputs.size(), UndefinedValue), mode(settings.hold ? 1 : 0),
+          keepsSnapshots(op->RestoreState(NeverSaved) != S_OK) {
         op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
         if (barOp && settings.priceStep) {
             const double values[] = {*settings.priceStep, *settings.priceStep};
@@ -35,6 +36,7 @@ public:
     }
 
     const double* Output(std::size_t output) const { return &out[output]; }
+    bool KeepsSnapshots() const { return keepsSnapshots; }
 
     void Reset(int lastBar) override {
         const std::vector<double> seed(in.size(), UndefinedValue);
@@ -47,15 +49,34 @@ public:
         const int inCount = static_cast<int>(in.size()), outCount = static_cast<int>(out.size());
         barOp ? barOp->CalculateBar(bar, inCount, in.data(), outCount, out.data())
               : op->Calculate(inCount, in.data(), outCount, out.data());
+        steppedSinceSave = true;
+    }
+
+    void Save(short slot) override {
+        if (op->SaveState(slot) != S_OK) Fail("{} keeps no snapshot {}", keyword, slot);
+        steppedSinceSave = false;
+    }
+
+    // An operator that only takes back what it took in last has nothing to take back if that was a missing value, which
+    // it skipped, or if nothing came: it would take back the bar before.
+    void Restore(short slot) override {
+        if (!keepsSnapshots && (!steppedSinceSave || in.empty() || IsUndefined(in.front()))) return;
+        if (op->RestoreState(slot) != S_OK) Fail("{} has no snapshot {}", keyword, slot);
+        steppedSinceSave = false;
     }
 
 private:
+    static constexpr short NeverSaved = 32767;
+
     ComPtr<IZelmorOp> op;
     ComPtr<IZelmorOp2> barOp;
+    std::string keyword;
     std::vector<const double*> inputs;
     std::vector<double> in;
     std::vector<double> out;
     int mode;
+    bool keepsSnapshots;  // else restoring succeeds on any slot, and takes back the last bar
+    bool steppedSinceSave = false;
 };
 
 // Arithmetic and comparisons between two plain values. A side that is undefined makes the result undefined.
@@ -67,6 +88,8 @@ public:
 
     const double* Output() const { return &result; }
     void Reset(int) override {}
+    void Save(short) override {}
+    void Restore(short) override {}
     void Step(int) override {
         result = IsUndefined(*left) || IsUndefined(*right) ? UndefinedValue : function(*left, *right);
     }
@@ -168,6 +191,7 @@ private:
         if (const double* const output = whole.Output(selection.name)) {
             Operand operand = PlainOperand(output);
             operand.isLabel = IsLabelName(selection.name);
+            TakeReach(operand, whole);
             return operand;
         }
         std::string known;
@@ -184,19 +208,32 @@ private:
         const Operand b = Bind(right);
         if (!sign.barFirst.empty() && (a.isBar || b.isBar)) {
             const OperatorClass& barOperator = study.library.FindOrFail(a.isBar ? sign.barFirst : sign.valueFirst);
-            return AddOperator(binary, barOperator, study.library.Create(barOperator), [&](std::size_t argument) {
+            return AddOperator(binary, barOperator, Create(barOperator), [&](std::size_t argument) {
                 return argument == 0 ? &a : argument == 1 ? &b : nullptr;
             });
         }
         auto node = std::make_unique<PlainNode>(sign.plain, Value(left, a), Value(right, b));
         const double* const result = node->Output();
         study.nodes.push_back(std::move(node));
-        return PlainOperand(result);
+        Operand operand = PlainOperand(result);
+        TakeReach(operand, a);
+        TakeReach(operand, b);
+        return operand;
+    }
+
+    // The farther one counts.
+    static void TakeReach(Operand& operand, const Operand& source) {
+        operand.depth = std::max(operand.depth, source.depth);
+        operand.lookback = std::max(operand.lookback, source.lookback);
+    }
+
+    ComPtr<IZelmorOp> Create(const OperatorClass& operatorClass) const {
+        return study.library.Create(operatorClass, study.settings.operators);
     }
 
     Operand BindCall(const Expression& call) {
         const OperatorClass& operatorClass = FindClass(call);
-        ComPtr<IZelmorOp> op = study.library.Create(operatorClass);
+        ComPtr<IZelmorOp> op = Create(operatorClass);
         for (std::size_t i = 1; i < call.parts.size(); ++i) {
             const Expression& argument = call.parts[i];
             if (argument.kind == Expression::Kind::Empty) continue;
@@ -232,7 +269,7 @@ private:
         if (call.parts.size() < 2) return;
         const int last = static_cast<int>(call.parts.size()) - 1;
         for (const bool asGiven : {true, false}) {
-            const ComPtr<IZelmorOp> probe = study.library.Create(operatorClass);
+            const ComPtr<IZelmorOp> probe = Create(operatorClass);
             for (int i = 1; i < last; ++i) {
                 const Expression& argument = call.parts[static_cast<std::size_t>(i)];
                 if (asGiven && argument.kind == Expression::Kind::Empty) continue;
@@ -262,6 +299,7 @@ private:
                         OperandOf operandOf) {
         const Description described = Describe(study.library, *op.Get());
         std::vector<const double*> sources;
+        Operand reach;
         for (const auto& [argument, field] : described.inputs) {
             const auto index = static_cast<std::size_t>(argument);
             const Operand* const operand = operandOf(index);
@@ -276,9 +314,14 @@ private:
                                    price ? field : "close", study.bars.Name()));
             }
             sources.push_back(source);
+            TakeReach(reach, *operand);
         }
-        auto node = std::make_unique<OperatorNode>(std::move(op), described, std::move(sources), study.settings);
-        const Operand result = Outputs(*node, described);
+        auto node = std::make_unique<OperatorNode>(std::move(op), operatorClass.keyword, described, std::move(sources),
+                                                   study.settings);
+        if (!node->KeepsSnapshots()) study.withoutSnapshots.push_back(operatorClass.keyword);
+        Operand result = Outputs(*node, described);
+        result.depth = reach.depth + 1;
+        result.lookback = reach.lookback + described.lookback;
         study.nodes.push_back(std::move(node));
         return result;
     }
@@ -310,6 +353,8 @@ void Study::Add(const std::string& expression, bool allOutputs) {
     const Expression parsed = ParseExpression(expression);
     Binder binder(*this, expression);
     const Operand bound = binder.Bind(parsed);
+    depth = std::max(depth, bound.depth);
+    lookback = std::max(lookback, bound.lookback);
     if (allOutputs && bound.outputs.size() > 1) {
         for (const auto& [name, place] : bound.outputs)
             results.push_back({fmt::format("{}.{}", expression, name), place, IsLabelName(name)});
@@ -319,12 +364,22 @@ void Study::Add(const std::string& expression, bool allOutputs) {
 }
 
 void Study::Reset() {
-    for (const auto& node : nodes) node->Reset(static_cast<int>(bars.BarCount()) - 1);
+    const int lastBar = settings.live ? 0 : static_cast<int>(bars.BarCount()) - 1;
+    for (const auto& node : nodes) node->Reset(lastBar);
 }
 
 void Study::Step(std::size_t bar) {
     for (std::size_t column = 0; column < row.size(); ++column) row[column] = bars.Value(column, bar);
-    for (const auto& node : nodes) node->Step(static_cast<int>(bar));
+    const int index = settings.live ? 0 : static_cast<int>(bar);
+    for (const auto& node : nodes) node->Step(index);
+}
+
+void Study::Save(short slot) {
+    for (const auto& node : nodes) node->Save(slot);
+}
+
+void Study::Restore(short slot) {
+    for (const auto& node : nodes) node->Restore(slot);
 }
 
 }  // namespace sarvane::study

@@ -17,6 +17,8 @@ namespace sarvane::study {
 struct RunSettings {
     bool hold = false;                     // operators on whole bars fill missing inputs
     std::optional<double> priceStep = {};  // for operators that round to it
+    OperatorSettings operators = {};
+    bool live = false;  // each bar is the last one of the series when it comes
 };
 
 // One step of an expression: it takes the values of a bar from where they stand and leaves its own.
@@ -25,6 +27,8 @@ public:
     virtual ~Node() = default;
     virtual void Reset(int lastBar) = 0;
     virtual void Step(int bar) = 0;
+    virtual void Save(short slot) = 0;
+    virtual void Restore(short slot) = 0;
 };
 
 // What an expression stands for: places that hold its value on the present bar.
@@ -33,6 +37,8 @@ struct Operand {
     std::array<const double*, 4> prices{};  // open, high, low, close; a plain value stands for all four
     bool isBar = false;
     bool isLabel = false;                                        // `value` is a packed chart label
+    std::size_t depth = 0;                                       // operators one inside the other
+    std::size_t lookback = 0;                                    // bars, through all of these
     std::vector<std::pair<std::string, const double*>> outputs;  // by name
 
     const double* Output(std::string_view name) const;
@@ -56,8 +62,19 @@ public:
 
     const std::vector<Result>& Results() const { return results; }
 
+    // How many operators the longest chain from a result to the bars holds, and its lookback in bars.
+    std::size_t Depth() const { return depth; }
+    std::size_t Lookback() const { return lookback; }
+    // Keywords of the operators that can only take the last bar back.
+    const std::vector<std::string>& WithoutSnapshots() const { return withoutSnapshots; }
+
     void Reset();
     void Step(std::size_t bar);
+
+    // Copy the state of all operators to snapshot `slot` and back. A save to the same slot after every bar costs next to
+    // nothing. Some operators forget the higher slots on a save, so slots are to be used like a stack.
+    void Save(short slot);
+    void Restore(short slot);
 
 private:
     friend class Binder;
@@ -69,6 +86,9 @@ private:
     std::deque<double> constants;
     std::vector<std::unique_ptr<Node>> nodes;  // each behind those it reads
     std::vector<Result> results;
+    std::size_t depth = 0;
+    std::size_t lookback = 0;
+    std::vector<std::string> withoutSnapshots;
 };
 
 }  // namespace sarvane::study

@@ -88,6 +88,36 @@ TEST_F(StudyTest, NamesThePlaceOfWhatCannotBeBound) {
     }
 }
 
+TEST_F(StudyTest, HandsHistoryAndDigitsToEveryOperator) {
+    const auto u = std::vector<double>(6, U);
+    EXPECT_EQ(Values("Sim(Close, Close - Close + 2)"), (std::vector<double>{U, 3, 5, 7, 6, 4.5}));
+    EXPECT_EQ(Values("Sim(Close, Close - Close + 2)", {.operators = {.history = 1}}), u);
+    EXPECT_EQ(Values("Sim(Close, Close - Close + 2) + 0", {.operators = {.history = 2}})[5], 4.5);
+    EXPECT_NE(Values("Exp(Close / 3, 4)", {.operators = {.digits = 4}}), Values("Exp(Close / 3, 4)"));
+}
+
+TEST_F(StudyTest, GoesBackToASnapshotThroughAllOperators) {
+    Study study(library, bars);
+    study.Add("Sim(Sim(Close, 2) + Volume, 2) - (Bar * 2).high");
+    EXPECT_EQ(study.Depth(), 2u);
+    EXPECT_EQ(study.Lookback(), 4u);
+    study.Reset();
+    study.Step(3);
+    study.Save(1);
+    study.Step(0);
+    study.Step(4);
+    study.Step(5);
+    const double value = *study.Results()[0].value;
+    study.Step(2);
+    study.Restore(1);
+    study.Step(0);
+    study.Step(4);
+    study.Step(5);
+    EXPECT_EQ(*study.Results()[0].value, value);
+    EXPECT_NE(value, U);
+    EXPECT_THROW(study.Restore(2), Failure);
+}
+
 TEST_F(StudyTest, AsksForAColumnOnlyWhenItIsNeeded) {
     const TemporaryFile closes("date,close\n1,2\n");
     const BarFile few(closes.Path());
