@@ -1,7 +1,9 @@
 // study: runs expressions over files of bars, through the binary interface of the operator library.
 
 #include "failure.h"
+#include "live.h"
 #include "progress.h"
+#include "replay.h"
 #include "table.h"
 
 #include <CLI/CLI.hpp>
@@ -23,6 +25,9 @@ struct Options {
     std::string output;
     std::optional<std::size_t> last;
     bool allOutputs = false;
+    std::size_t snapshotDistance = 0;
+    bool noFollow = false;
+    std::size_t ticks = 8;
     RunSettings settings;
 };
 
@@ -67,6 +72,24 @@ void Run(const Options& options) {
     if (file) file->Close();
 }
 
+void RunLive(const Options& options) {
+    const Library library(options.library);
+    RunLive(library, options.barFile, options.expressions, options.allOutputs, options.settings,
+            options.snapshotDistance, !options.noFollow);
+}
+
+void ReplayAll(const Options& options) {
+    const Library library(options.library);
+    const BarFile bars(options.barFile);
+    std::size_t different = 0;
+    for (const std::string& expression : options.expressions) {
+        const ReplayResult result = Replay(library, bars, expression, options.settings, options.ticks);
+        fmt::print("{}", ReplayText(expression, bars, result));
+        different += result.differingBars > 0;
+    }
+    if (different > 0) Fail("{} of {} expressions differ from a run", different, options.expressions.size());
+}
+
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
     command.add_option("--history", settings.history, "bars that operators keep where no argument says how many")
         ->check(CLI::PositiveNumber);
@@ -105,6 +128,26 @@ int Main(int argc, char** argv) {
     run->add_option("--last", options.last, "show only the last N bars");
     run->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
     run->callback([&] { Run(options); });
+
+    CLI::App* const live = app.add_subcommand(
+        "live", "follow a growing file of bars and ticks, or standard input for '-', and print each change");
+    live->footer(
+        "A line with the date of the last bar changes that bar, one with an earlier date corrects an older bar,\n"
+        "and one with a new date opens the next bar. A line that can't be read is reported and left out.");
+    AddRunSettings(*live, options);
+    live->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
+    live->add_option("--snapshots", options.snapshotDistance,
+                     "keep a snapshot every N bars, from which corrections of older bars go on");
+    live->add_flag("--no-follow", options.noFollow, "stop at the end of the file");
+    live->callback([&] { RunLive(options); });
+
+    CLI::App* const replay = app.add_subcommand(
+        "replay", "feed each bar as ticks, compare the values with those of a run, and time the updates");
+    AddRunSettings(*replay, options);
+    replay->add_option("--ticks", options.ticks, "a bar, from its open over high and low to its close")
+        ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    replay->callback([&] { ReplayAll(options); });
 
     try {
         app.parse(argc, argv);

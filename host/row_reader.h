@@ -42,6 +42,8 @@ public:
     bool Next();
 
     const BarRow& Row() const { return row; }
+    // The line that was read last, from 1.
+    std::size_t Line() const { return line; }
     bool HasHeader() const { return !header.dateTitle.empty(); }
     const BarHeader& Header() const { return header; }
 
@@ -61,9 +63,9 @@ private:
     std::size_t begin = 0;  // of what is not yet read of it
     bool ended = false;
     bool afterReturn = false;  // a newline here belongs to the line before
-    std::size_t line = 0;      // that was read last, from 1
-    std::size_t cells = 0;     // of the present row so far
-    bool complete = false;     // the row is a whole one
+    std::size_t line = 0;
+    std::size_t cells = 0;  // of the present row so far
+    bool complete = false;  // the row is a whole one
     std::string fault;
 };
 

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sarvane::study {
+
+// Text of a file that others go on writing, or of a pipe.
+class GrowingFile {
+public:
+    // "-" is standard input. While one lives, an interrupt or a termination signal ends its text and not the program.
+    GrowingFile(const std::string& path, bool follow);
+    ~GrowingFile();
+    GrowingFile(const GrowingFile&) = delete;
+    GrowingFile& operator=(const GrowingFile&) = delete;
+
+    const std::string& Name() const { return name; }
+    // Waits for more; empty at the end: of a pipe, of a file that is not followed, or by a signal.
+    std::string_view Read();
+    // Whether a signal ended the text, perhaps in the middle of a line.
+    bool Interrupted() const;
+
+private:
+    bool HasShrunk() const;
+
+    std::string name;
+    int descriptor;
+    bool regular;
+    bool follow;
+    long long position = 0;
+    std::vector<char> chunk;
+};
+
+}  // namespace sarvane::study

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "study.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace sarvane::study {
+
+// How often durations of each size came, in steps of an eighth.
+class Durations {
+public:
+    void Add(std::uint64_t nanoseconds);
+    // The duration that `share` of all lie at or below.
+    double Quantile(double share) const;
+
+private:
+    std::array<std::uint64_t, 64 * 8> counts{};
+    std::uint64_t total = 0;
+};
+
+// Expressions over bars that come line by line. A line with the date of the last bar is a tick: it changes that bar. A
+// line with the date of an older bar corrects it, and one with a new date opens the next bar. The last bar's values
+// are those that a run over the bars so far gives on its last bar.
+//
+// The state before the last bar is kept in a slot of its own, on top of snapshots that stay: slot n is the state before
+// bar n * distance. A correction goes back to the last one that it leaves valid.
+class Live {
+public:
+    using Show = std::function<void(std::size_t bar)>;
+
+    // `show` is called for each bar whose values have changed. A snapshot stays every `distance` bars, none with 0.
+    Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions, bool allOutputs,
+         RunSettings settings, std::size_t distance, Show show);
+
+    // Fails if the row can't have a place in the series; that row is left out.
+    void Take(const BarRow& row);
+
+    const BarFile& Bars() const { return bars; }
+    const Study& Expressions() const { return study; }
+    // What the run was like, in lines.
+    std::string Report() const;
+
+private:
+    void Open(const BarRow& row);
+    void Tick(const BarRow& row);
+    void Correct(std::size_t bar, const BarRow& row);
+    void SaveBefore(std::size_t bar);
+    void MakeRoom(std::size_t bar);
+    void ShowIfChanged(std::size_t bar);
+    short TopSlot() const { return static_cast<short>(kept + 1); }
+
+    BarFile bars;
+    Study study;
+    Show show;
+    std::unordered_map<std::string, std::size_t> barOfDate;
+    std::vector<double> shown;  // values of all bars, as they were shown last
+    std::size_t distance;
+    std::size_t kept = 0;  // snapshots, in slots 1 and on
+    std::int64_t snapshotBytes = 0;
+    std::size_t ticks = 0;
+    std::size_t corrections = 0;
+    Durations updates;  // of the last bar
+};
+
+// Runs expressions over a file of bars, or standard input for "-", prints each change, and reports at the end on
+// standard error. A line that can't be taken is reported there and left out. A regular file is followed as it grows,
+// until a signal ends the program, unless `follow` is false.
+void RunLive(const Library& library, const std::string& file, const std::vector<std::string>& expressions,
+             bool allOutputs, const RunSettings& settings, std::size_t distance, bool follow);
+
+}  // namespace sarvane::study
