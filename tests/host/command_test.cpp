@@ -17,14 +17,16 @@ struct Outcome {
     std::string text;  // both streams
 };
 
-Outcome RunStudy(const std::string& arguments) {
-    std::FILE* const pipe = popen((STUDY_PROGRAM " " + arguments + " 2>&1 </dev/null").c_str(), "r");
+Outcome RunShell(const std::string& command) {
+    std::FILE* const pipe = popen(command.c_str(), "r");
     std::string text;
     std::array<char, 4096> chunk;
     while (const std::size_t length = std::fread(chunk.data(), 1, chunk.size(), pipe))
         text.append(chunk.data(), length);
     return {pclose(pipe), text};
 }
+
+Outcome RunStudy(const std::string& arguments) { return RunShell(STUDY_PROGRAM " " + arguments + " 2>&1 </dev/null"); }
 
 std::string Content(const std::filesystem::path& path) {
     std::ostringstream content;
@@ -64,12 +66,60 @@ TEST(Command, ListsAndDescribesForProgramsToo) {
                                                  "outputs     curve1\n"
                                                  "parameters  5, 3\n"
                                                  "lookback    5 bars\n");
+    EXPECT_NE(RunStudy("describe sim Volume --history 77").text.find("lookback    77 bars"), std::string::npos);
+}
+
+TEST(Command, FollowsBarsFromAPipe) {
+    const Outcome live = RunShell("printf 'date,close\\na,1\\nb,3\\nb,x\\nb,5\\na,3' | " STUDY_PROGRAM
+                                  " live - 'Sim(Close, 2)' --snapshots 1 2>&1");
+    EXPECT_EQ(live.status, 0);
+    EXPECT_TRUE(live.text.starts_with("date  Sim(Close, 2)\n"
+                                      "a\n"
+                                      "b                 2\n"
+                                      "study: standard input:4:2: \"x\" is no number (close); left out\n"
+                                      "b                 3\n"
+                                      "b                 4\n"
+                                      "bars       2 (ticks: 1, corrections: 1)\n"
+                                      "depth      1, lookback 2 bars\n"
+                                      "update     median "))
+        << live.text;
+    EXPECT_NE(live.text.find("snapshots  1, every 1 bars, "), std::string::npos) << live.text;
+    EXPECT_TRUE(live.text.ends_with("left out   1 lines\n")) << live.text;
+}
+
+// The shell's lines come one after the other: each waits until the program has shown what came before.
+TEST(Command, FollowsAFileUntilItIsInterrupted) {
+    const TemporaryFile bars("date,close\na,1\n"), output("");
+    const std::string out = output.Path().string();
+    const auto awaited = [&](const std::string& text) {
+        return "for i in $(seq 500); do grep -q '" + text + "' " + out + " && break; sleep 0.02; done; ";
+    };
+    const Outcome live =
+        RunShell(STUDY_PROGRAM " live " + bars.Path().string() + " 'Close * 2' >" + out + " 2>&1 & " +
+                 awaited("^a .*2") + "printf 'b,3\nb,' >>" + bars.Path().string() + "; " + awaited("^b .*6") +
+                 "printf '4\nc,5' >>" + bars.Path().string() + "; " + awaited("^b .*8") + "kill -INT $!; wait $!");
+    EXPECT_EQ(live.status, 0);
+    const std::string text = Content(output.Path());
+    EXPECT_NE(text.find("bars       2 (ticks: 1"), std::string::npos) << text << "a begun line is none";
+}
+
+TEST(Command, ReplaysBars) {
+    const Outcome equal = RunStudy("replay " + Data + " 'Sim(Close, 5)' --ticks 2");
+    EXPECT_EQ(equal.status, 0) << equal.text;
+    EXPECT_TRUE(equal.text.starts_with("Sim(Close, 5)\n"
+                                       "  5105 bars equal those of a run, bit for bit\n"
+                                       "  10210 updates: "))
+        << equal.text;
+    const Outcome different = RunStudy("replay " + Data + " Close 'TimeAvg(Close, 1, 3)'");
+    EXPECT_EQ(different.status, 1 << 8);
+    EXPECT_NE(different.text.find("study: 1 of 2 expressions differ from a run\n"), std::string::npos);
 }
 
 TEST(Command, FailsInOneLine) {
-    for (const std::string& arguments : std::vector<std::string>{
-             "run no_such_file.csv Close", "run /dev/null Close", "run " + Data + " 'Sim('", "describe Simm",
-             "run " + Data + " Close -o /no/such/folder/x.csv", "--library " + Data + " list"}) {
+    for (const std::string& arguments :
+         std::vector<std::string>{"run no_such_file.csv Close", "run /dev/null Close", "run " + Data + " 'Sim('",
+                                  "describe Simm", "run " + Data + " Close -o /no/such/folder/x.csv",
+                                  "live no_such_file.csv Close", "live - Close", "--library " + Data + " list"}) {
         const Outcome outcome = RunStudy(arguments);
         EXPECT_EQ(outcome.status, 1 << 8) << arguments;
         EXPECT_TRUE(outcome.text.starts_with("study: ")) << outcome.text;

@@ -1,0 +1,109 @@
+#include "replay.h"
+
+#include <gtest/gtest.h>
+#include <map>
+
+namespace sarvane::study {
+namespace {
+
+// Usual arguments; those of a second form of an operator read a length from a curve.
+const char* const Studies[] = {
+    "AMAOp(Close, 10, 2, 30)",
+    "BarAdd(Bar, Volume)",
+    "BarDiv(Bar, Sim(Close, 5))",
+    "BarMul(Bar, 2)",
+    "BarSub(Bar, 1)",
+    "CGOscOp(Close, 10)",
+    "Correl(Close, Volume, 20)",
+    "CountOp(Bar, 9, Close > Open, Close < Open)",
+    "DeMOp(Bar)",
+    "DevSqrt(Close, Volume, 20)",
+    "EventOffsetOp(Close > Open, 2)",
+    "ExHull(Close, 9)",
+    "Exp(Close, 12)",
+    "HiLev(High, Volume, 20)",
+    "KalmanFilter(Close, 0.1, 0.2, 0.3)",
+    "KaseCCSS(Bar)",
+    "KasePeakOsc(Bar, 8, 30, 1.5)",
+    "KasePermStoch(Bar, 9, 3)",
+    "LoLev(Low, Volume, 20)",
+    "MACDXOp(Close, 12, 26, 9)",
+    "MeanDev(Close, 20)",
+    "MedOp(Close, 21, 50, 25, 75)",
+    "Middle(Close, 20)",
+    "OverlapCntOp(Bar, 1, 20, 1)",
+    "Ranking(Close, 0, 20, 1, 0.5)",
+    "SBarAdd(Volume, Bar)",
+    "SBarDiv(Close, Bar)",
+    "SBarMul(2, Bar)",
+    "SBarSub(Open, Bar)",
+    "SDev(Close, 20)",
+    "Samp(Close, Close > Open, 5)",
+    "Sim(Close, 20)",
+    "Sim(Sim(Close, 5), 4 + (Close > Open))",
+    "Smo(Close, 9)",
+    "StochXOp(Bar, 14, 3, 3, 20, 50, 80)",
+    "TDREBO(Bar)",
+    "TDREBO(Bar, 1)",
+    "TDREIOP(Bar)",
+    "TriAvg(Close, 9)",
+    "Trix(Close, 15)",
+    "VolStop(Bar, 2, 10, Volume < 1000000000, 1, 0, 1, EXP)",
+    "Wei(Close, 10)",
+};
+
+// Real bars, now and then without a value.
+BarFile SomeBars() {
+    const BarFile file(BAR_FILE);
+    BarFile bars(BarHeader{"bars", "date", file.Columns()});
+    for (std::size_t bar = 0; bar < 500; ++bar) {
+        BarRow row{std::string(file.Date(bar)), {}};
+        for (std::size_t column = 0; column < file.Columns().size(); ++column)
+            row.values.push_back((bar * 5 + column) % 97 == 0 ? UndefinedValue : file.Value(column, bar));
+        bars.Append(row);
+    }
+    return bars;
+}
+
+TEST(Replay, TicksEndAsFinishedBarsForEveryOperator) {
+    const Library library;
+    const BarFile bars = SomeBars();
+    std::map<std::string, int> studies = {{"TimeAvg", 1}};  // see below
+    for (const std::string study : Studies) {
+        const ReplayResult result = Replay(library, bars, study, {}, 5, 0.0);
+        EXPECT_EQ(result.differingBars, 0u) << study << ": " << result.firstDifference;
+        EXPECT_EQ(result.updates, 2500u);
+        EXPECT_TRUE(result.withoutSnapshots.empty()) << study;
+        ++studies[study.substr(0, study.find('('))];
+    }
+    for (const OperatorClass& known : library.Classes()) EXPECT_GT(studies[known.keyword], 0) << known.keyword;
+}
+
+// Its undo adds and subtracts each tick in a running sum: exact for whole numbers, else to a rounding.
+TEST(Replay, ATickOfAnOperatorWithoutSnapshotsCanChangeALastDigit) {
+    const Library library;
+    const BarFile bars = SomeBars();
+    const ReplayResult rounded = Replay(library, bars, "TimeAvg(Close / 3, 1, 10)", {}, 5, 0.0);
+    EXPECT_GT(rounded.differingBars, 0u);
+    EXPECT_EQ(rounded.withoutSnapshots, std::vector<std::string>{"TimeAvg"});
+    const std::string text = ReplayText("x", bars, rounded);
+    EXPECT_NE(text.find("differ from those of a run, first on 2000-01-"), std::string::npos) << text;
+    EXPECT_NE(text.find("TimeAvg keeps no snapshots"), std::string::npos) << text;
+    const ReplayResult whole = Replay(library, bars, "TimeAvg((Close > Open) + Close / Close, 1, 10)", {}, 5, 0.0);
+    EXPECT_EQ(whole.differingBars, 0u) << whole.firstDifference;
+}
+
+TEST(Replay, TicksGoFromTheOpenOverHighAndLowToTheClose) {
+    BarFile bars(BarHeader{"bars", "date", {"open", "high", "low", "close", "volume"}});
+    bars.Append({"1", {4, 8, 2, 6, 5}});
+    bars.Append({"2", {6, 8, 2, 4, 5}});
+    bars.Append({"3", {6, 8, 2, UndefinedValue, 5}});
+    using Ticks = std::vector<std::vector<double>>;
+    EXPECT_EQ(TicksOf(bars, 0, 4), (Ticks{{4, 4, 4, 4, 5}, {4, 4, 2, 2, 5}, {4, 8, 2, 8, 5}, {4, 8, 2, 6, 5}}));
+    EXPECT_EQ(TicksOf(bars, 1, 4), (Ticks{{6, 6, 6, 6, 5}, {6, 8, 6, 8, 5}, {6, 8, 2, 2, 5}, {6, 8, 2, 4, 5}}));
+    EXPECT_EQ(TicksOf(bars, 2, 2), (Ticks(2, {6, 8, 2, UndefinedValue, 5})));
+    EXPECT_EQ(TicksOf(bars, 0, 1), (Ticks{{4, 8, 2, 6, 5}}));
+}
+
+}  // namespace
+}  // namespace sarvane::study
