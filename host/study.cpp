@@ -126,6 +126,30 @@ constexpr Sign Signs[] = {
 
 bool IsLabelName(std::string_view output) { return EqualIgnoringCase(output.substr(0, 5), "label"); }
 
+// A text of operators, with the texts of the curves that they read in the places for them. A formula that has a place
+// for the first curve alone says less than what the user wrote, and gives none.
+std::optional<std::string> FilledFormula(std::string_view formula,
+                                         const std::map<std::size_t, const Operand*>& curves) {
+    std::string filled;
+    auto curve = curves.begin();
+    for (std::size_t place; (place = formula.find("%s")) != std::string_view::npos; ++curve) {
+        if (curve == curves.end()) return std::nullopt;
+        filled += formula.substr(0, place);
+        filled += curve->second->text;
+        formula.remove_prefix(place + 2);
+    }
+    if (curve != curves.end()) return std::nullopt;
+    return filled += formula;
+}
+
+// Sums and differences of prices are measured as prices are, and so are their multiples and fractions.
+bool KeepsPriceUnits(std::string_view sign, const Expression& left, const Operand& a, const Expression& right,
+                     const Operand& b) {
+    if (sign == "+" || sign == "-") return a.inPriceUnits || b.inPriceUnits;
+    if (a.inPriceUnits && right.kind == Expression::Kind::Number) return sign == "*" || sign == "/";
+    return b.inPriceUnits && left.kind == Expression::Kind::Number && sign == "*";
+}
+
 Operand PlainOperand(const double* value) {
     Operand operand;
     operand.value = value;
@@ -135,10 +159,10 @@ Operand PlainOperand(const double* value) {
 
 }  // namespace
 
-const double* Operand::Output(std::string_view name) const {
+const NamedOutput* Operand::Output(std::string_view name) const {
     const auto found =
-        std::ranges::find_if(outputs, [&](const auto& output) { return EqualIgnoringCase(output.first, name); });
-    return found == outputs.end() ? nullptr : found->second;
+        std::ranges::find_if(outputs, [&](const NamedOutput& output) { return EqualIgnoringCase(output.name, name); });
+    return found == outputs.end() ? nullptr : &*found;
 }
 
 // Turns the parts of one expression into nodes and places.
@@ -148,7 +172,7 @@ public:
 
     Operand Bind(const Expression& part) {
         switch (part.kind) {
-        case Expression::Kind::Number: return PlainOperand(&study.constants.emplace_back(part.number));
+        case Expression::Kind::Number: return BindNumber(part);
         case Expression::Kind::Word: return BindWord(part);
         case Expression::Kind::Call: return BindCall(part);
         case Expression::Kind::Binary: return BindBinary(part);
@@ -165,22 +189,33 @@ public:
     }
 
 private:
+    Operand BindNumber(const Expression& number) {
+        Operand operand = PlainOperand(&study.constants.emplace_back(number.number));
+        operand.text = fmt::format("{}", number.number);
+        return operand;
+    }
+
     Operand BindWord(const Expression& word) {
         if (EqualIgnoringCase(word.name, "Bar")) return BindBar();
         const auto column = study.bars.FindColumn(word.name);
         if (!column) FailAt(text, word.begin, fmt::format("{} has no column {}", study.bars.Name(), Quoted(word.name)));
-        return PlainOperand(&study.row[*column]);
+        Operand operand = PlainOperand(&study.row[*column]);
+        operand.text = study.bars.Columns()[*column];
+        operand.inPriceUnits = PriceIndex(operand.text).has_value();
+        return operand;
     }
 
     // The file's own bar. Prices that the file lacks stay empty until something asks for them.
     Operand BindBar() {
         Operand bar;
+        bar.text = "Bar";
+        bar.inPriceUnits = true;
         bar.isBar = true;
         for (std::size_t price = 0; price < PriceNames.size(); ++price) {
             if (const auto column = study.bars.FindColumn(PriceNames[price])) bar.prices[price] = &study.row[*column];
         }
         for (std::size_t price = 0; price < PriceNames.size(); ++price) {
-            if (bar.prices[price]) bar.outputs.emplace_back(PriceNames[price], bar.prices[price]);
+            if (bar.prices[price]) bar.outputs.push_back({std::string(PriceNames[price]), bar.prices[price], true});
         }
         bar.value = bar.prices[Close];
         return bar;
@@ -188,14 +223,16 @@ private:
 
     Operand BindOutput(const Expression& selection) {
         const Operand whole = Bind(selection.parts.front());
-        if (const double* const output = whole.Output(selection.name)) {
-            Operand operand = PlainOperand(output);
+        if (const NamedOutput* const output = whole.Output(selection.name)) {
+            Operand operand = PlainOperand(output->value);
+            operand.text = fmt::format("{}.{}", whole.text, output->name);
+            operand.inPriceUnits = output->inPriceUnits;
             operand.isLabel = IsLabelName(selection.name);
             TakeReach(operand, whole);
             return operand;
         }
         std::string known;
-        for (const auto& [name, place] : whole.outputs) known += (known.empty() ? "; it has " : ", ") + name;
+        for (const NamedOutput& output : whole.outputs) known += (known.empty() ? "; it has " : ", ") + output.name;
         FailAt(text, selection.end - selection.name.size(),
                fmt::format("no output {}{}", Quoted(selection.name), known));
     }
@@ -213,12 +250,13 @@ private:
             });
         }
         auto node = std::make_unique<PlainNode>(sign.plain, Value(left, a), Value(right, b));
-        const double* const result = node->Output();
+        Operand result = PlainOperand(node->Output());
+        result.text = fmt::format("({} {} {})", a.text, sign.sign, b.text);
+        result.inPriceUnits = KeepsPriceUnits(sign.sign, left, a, right, b);
         study.nodes.push_back(std::move(node));
-        Operand operand = PlainOperand(result);
-        TakeReach(operand, a);
-        TakeReach(operand, b);
-        return operand;
+        TakeReach(result, a);
+        TakeReach(result, b);
+        return result;
     }
 
     // The farther one counts.
@@ -300,6 +338,7 @@ private:
         const Description described = Describe(study.library, *op.Get());
         std::vector<const double*> sources;
         Operand reach;
+        std::map<std::size_t, const Operand*> curves;
         for (const auto& [argument, field] : described.inputs) {
             const auto index = static_cast<std::size_t>(argument);
             const Operand* const operand = operandOf(index);
@@ -315,11 +354,19 @@ private:
             }
             sources.push_back(source);
             TakeReach(reach, *operand);
+            curves[index] = operand;
         }
+        // Outputs in the units of the input are measured as the operator's bar is, or else its first curve.
+        auto measure = std::ranges::find_if(described.inputs, [](const auto& input) { return !input.field.empty(); });
+        if (measure == described.inputs.end()) measure = described.inputs.begin();
+        const bool readsPrices =
+            measure != described.inputs.end() && curves.at(static_cast<std::size_t>(measure->argument))->inPriceUnits;
         auto node = std::make_unique<OperatorNode>(std::move(op), operatorClass.keyword, described, std::move(sources),
                                                    study.settings);
         if (!node->KeepsSnapshots()) study.withoutSnapshots.push_back(operatorClass.keyword);
-        Operand result = Outputs(*node, described);
+        Operand result = Outputs(*node, described, readsPrices);
+        result.text = FilledFormula(described.formula, curves)
+                          .value_or(std::string(text.substr(part.begin, part.end - part.begin)));
         result.depth = reach.depth + 1;
         result.lookback = reach.lookback + described.lookback;
         study.nodes.push_back(std::move(node));
@@ -327,18 +374,22 @@ private:
     }
 
     // An operator with all four prices among its outputs gives a bar. A price that another one lacks is its output 0.
-    static Operand Outputs(const OperatorNode& node, const Description& described) {
+    static Operand Outputs(const OperatorNode& node, const Description& described, bool readsPrices) {
+        constexpr int UnitsOfInput = 1;
         Operand operand;
-        for (std::size_t i = 0; i < described.outputs.size(); ++i)
-            operand.outputs.emplace_back(described.outputs[i].name, node.Output(i));
+        for (std::size_t i = 0; i < described.outputs.size(); ++i) {
+            const auto& [name, kind] = described.outputs[i];
+            operand.outputs.push_back({name, node.Output(i), readsPrices && kind == UnitsOfInput});
+        }
         if (operand.outputs.empty()) return operand;
         operand.isBar = std::ranges::all_of(PriceNames, [&](std::string_view name) { return operand.Output(name); });
         for (std::size_t price = 0; price < PriceNames.size(); ++price) {
-            const double* const named = operand.Output(PriceNames[price]);
-            operand.prices[price] = named ? named : node.Output(0);
+            const NamedOutput* const named = operand.Output(PriceNames[price]);
+            operand.prices[price] = named ? named->value : node.Output(0);
         }
         operand.value = operand.isBar ? operand.prices[Close] : node.Output(0);
-        operand.isLabel = !operand.isBar && IsLabelName(operand.outputs.front().first);
+        operand.isLabel = !operand.isBar && IsLabelName(operand.outputs.front().name);
+        operand.inPriceUnits = operand.outputs.front().inPriceUnits;
         return operand;
     }
 
@@ -355,11 +406,14 @@ void Study::Add(const std::string& expression, bool allOutputs) {
     const Operand bound = binder.Bind(parsed);
     depth = std::max(depth, bound.depth);
     lookback = std::max(lookback, bound.lookback);
+    const std::size_t number = results.empty() ? 0 : results.back().expression + 1;
     if (allOutputs && bound.outputs.size() > 1) {
-        for (const auto& [name, place] : bound.outputs)
-            results.push_back({fmt::format("{}.{}", expression, name), place, IsLabelName(name)});
+        for (const auto& [name, place, inPriceUnits] : bound.outputs)
+            results.push_back({fmt::format("{}.{}", expression, name), place, IsLabelName(name), number, bound.text,
+                               name, inPriceUnits});
     } else {
-        results.push_back({expression, binder.Value(parsed, bound), bound.isLabel});
+        results.push_back(
+            {expression, binder.Value(parsed, bound), bound.isLabel, number, bound.text, "", bound.inPriceUnits});
     }
 }
 

@@ -31,17 +31,25 @@ public:
     virtual void Restore(short slot) = 0;
 };
 
+struct NamedOutput {
+    std::string name;
+    const double* value = nullptr;
+    bool inPriceUnits = false;
+};
+
 // What an expression stands for: places that hold its value on the present bar.
 struct Operand {
+    std::string text;                       // the expression, in the words of its operators
+    bool inPriceUnits = false;              // `value` is measured as the file's prices are
     const double* value = nullptr;          // as a plain value: a bar's close, or an operator's first output
     std::array<const double*, 4> prices{};  // open, high, low, close; a plain value stands for all four
     bool isBar = false;
-    bool isLabel = false;                                        // `value` is a packed chart label
-    std::size_t depth = 0;                                       // operators one inside the other
-    std::size_t lookback = 0;                                    // bars, through all of these
-    std::vector<std::pair<std::string, const double*>> outputs;  // by name
+    bool isLabel = false;      // `value` is a packed chart label
+    std::size_t depth = 0;     // operators one inside the other
+    std::size_t lookback = 0;  // bars, through all of these
+    std::vector<NamedOutput> outputs;
 
-    const double* Output(std::string_view name) const;
+    const NamedOutput* Output(std::string_view name) const;
 };
 
 // A column of the table that a run gives.
@@ -49,6 +57,10 @@ struct Result {
     std::string title;
     const double* value;  // on the bar of the last step
     bool isLabel;
+    std::size_t expression;  // which one of those added
+    std::string formula;     // the expression, in the words of its operators
+    std::string output;      // its name, where the expression has a column for each
+    bool inPriceUnits;
 };
 
 // Expressions over a file of bars, bound to operators and run bar by bar.

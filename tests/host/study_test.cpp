@@ -127,5 +127,34 @@ TEST_F(StudyTest, AsksForAColumnOnlyWhenItIsNeeded) {
     EXPECT_THROW(study.Add("Bar * 2"), Failure);
 }
 
+TEST_F(StudyTest, SaysWhatIsDrawnInTheWordsOfItsOperators) {
+    struct Drawn {
+        const char* expression;
+        const char* formula;
+        bool inPriceUnits;
+    };
+    const Drawn drawn[] = {
+        {"CLOSE", "close", true},
+        {"volume", "volume", false},
+        {"Sim(Sim(Close,2),3)", "Sim( Sim( close, 2), 3)", true},
+        {"Sim(Volume, 2)", "Sim( volume, 2)", false},
+        {"Sim(Close,  Volume)", "Sim(Close,  Volume)", true},  // the operator's formula has no place for the second
+        {"Correl(Close, Volume, 3)", "Correl( close, volume, 3)", false},
+        {"Bar + Volume", "(Bar+volume)", true},
+        {"(Bar / 2).high", "(Bar/2).high", false},
+        {"(High + Low) / 2", "((high + low) / 2)", true},
+        {"2 * -Close", "(2 * (0 - close))", true},
+        {"1 / Close", "(1 / close)", false},
+        {"Close * Volume", "(close * volume)", false},
+        {"Close > Open", "(close > open)", false},
+    };
+    for (const auto& [expression, formula, inPriceUnits] : drawn) {
+        Study study(library, bars);
+        study.Add(expression);
+        EXPECT_EQ(study.Results()[0].formula, formula);
+        EXPECT_EQ(study.Results()[0].inPriceUnits, inPriceUnits) << expression;
+    }
+}
+
 }  // namespace
 }  // namespace sarvane::study
