@@ -1,5 +1,6 @@
 // study: runs expressions over files of bars, through the binary interface of the operator library.
 
+#include "chart.h"
 #include "failure.h"
 #include "live.h"
 #include "progress.h"
@@ -29,6 +30,8 @@ struct Options {
     bool noFollow = false;
     std::size_t ticks = 8;
     RunSettings settings;
+    std::string picture;
+    std::string theme = "auto";
 };
 
 void List(const Options& options) {
@@ -104,6 +107,16 @@ void AddRunSettings(CLI::App& command, Options& options) {
     AddOperatorSettings(command, options.settings.operators);
 }
 
+void DrawOne(const Options& options) {
+    const Library library(options.library);
+    const BarFile bars(options.barFile);
+    Study study(library, bars, options.settings);
+    for (const std::string& expression : options.expressions) study.Add(expression, true);
+    const ChartPage page = DrawChart(bars, study, {options.theme, options.last});
+    if (!options.output.empty()) WritePage(options.output, page);
+    if (!options.picture.empty()) PaintPicture(options.picture, page);
+}
+
 int Main(int argc, char** argv) {
     Options options;
     CLI::App app("Runs technical-analysis expressions over files of bars.", "study");
@@ -148,6 +161,19 @@ int Main(int argc, char** argv) {
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
     replay->callback([&] { ReplayAll(options); });
+
+    CLI::App* const chart =
+        app.add_subcommand("chart", "draw all outputs of expressions over a file of bars, as one page for a browser");
+    AddRunSettings(*chart, options);
+    chart->add_option("-o,--output", options.output, "the page");
+    chart->add_option("--png", options.picture, "a picture of the page, painted by an installed Chromium");
+    chart->add_option("--last", options.last, "show the last N bars at first")->check(CLI::PositiveNumber);
+    chart->add_option("--theme", options.theme, "colours: auto, light or dark")
+        ->check(CLI::IsMember({"auto", "light", "dark"}));
+    chart->callback([&] {
+        if (options.output.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
+        DrawOne(options);
+    });
 
     try {
         app.parse(argc, argv);

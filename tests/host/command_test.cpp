@@ -115,6 +115,18 @@ TEST(Command, ReplaysBars) {
     EXPECT_NE(different.text.find("study: 1 of 2 expressions differ from a run\n"), std::string::npos);
 }
 
+TEST(Command, DrawsOnOnePage) {
+    const TemporaryFile page("");
+    const std::string drawing = "chart " + Data + " 'Sim(Close, 5)' 'KaseCCSS(Bar)' -o ";
+    EXPECT_EQ(RunStudy(drawing + page.Path().string()).text, "");
+    const std::string html = Content(page.Path());
+    EXPECT_NE(html.find("\"formula\":\"Sim( close, 5)\""), std::string::npos);
+    EXPECT_TRUE(html.ends_with("</html>\n"));
+    EXPECT_EQ(RunStudy(drawing + "/no/such/folder/x.html").text,
+              "study: /no/such/folder/x.html: No such file or directory\n");
+    EXPECT_NE(RunStudy("chart " + Data).status, 0) << "drawn for nobody";
+}
+
 TEST(Command, FailsInOneLine) {
     for (const std::string& arguments :
          std::vector<std::string>{"run no_such_file.csv Close", "run /dev/null Close", "run " + Data + " 'Sim('",

@@ -1,0 +1,23 @@
+# Installs what SOURCE/package-lock.json names into FOLDER, unless it is there already. Sets `result` to whether it is.
+function(install_npm_packages source folder result)
+  set(lock ${source}/package-lock.json)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${lock})
+  set(installed ${folder}/installed-lock.json)
+  set(${result} TRUE PARENT_SCOPE)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${lock} ${installed} RESULT_VARIABLE differs
+                  OUTPUT_QUIET ERROR_QUIET)
+  if(NOT differs)
+    return()
+  endif()
+  find_program(NPM npm)
+  if(NPM)
+    file(COPY ${source}/package.json ${lock} DESTINATION ${folder})
+    execute_process(COMMAND ${NPM} ci --ignore-scripts --no-audit --no-fund --silent
+                    WORKING_DIRECTORY ${folder} RESULT_VARIABLE failed)
+    if(NOT failed)
+      configure_file(${lock} ${installed} COPYONLY)
+      return()
+    endif()
+  endif()
+  set(${result} FALSE PARENT_SCOPE)
+endfunction()

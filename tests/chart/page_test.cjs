@@ -1,0 +1,185 @@
+// The page of `study chart` as a browser shows it. Argument: the program. NODE_PATH leads to playwright-core.
+const assert = require('node:assert');
+const {spawnSync} = require('node:child_process');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const {after, before, test} = require('node:test');
+const {chromium} = require('playwright-core');
+
+const {STUDY_PROGRAM: program, BAR_FILE: data} = process.env;
+const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'chart-test-'));
+const file = name => path.join(folder, name);
+let browser;
+
+before(async () => {
+  browser = await chromium.launch({
+    executablePath: '/usr/bin/chromium',
+    args: ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+      '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+  });
+});
+after(async () => {
+  await browser?.close();
+  fs.rmSync(folder, {recursive: true});
+});
+
+function study(args, environment = process.env) {
+  const {status, stderr} = spawnSync(program, args, {encoding: 'utf8', env: environment});
+  return {status, stderr};
+}
+
+function run(args) {
+  assert.deepStrictEqual(study(args), {status: 0, stderr: ''});
+}
+
+// The page of some expressions, once it stands.
+async function open(bars, expressions, options = {}) {
+  const html = file('chart.html');
+  run(['chart', bars, ...expressions, '-o', html]);
+  const page = await browser.newPage({viewport: {width: 1200, height: 800}, ...options});
+  page.faults = [];
+  page.on('console', message => page.faults.push(message.text()));
+  page.on('pageerror', error => page.faults.push(error.message));
+  page.on('dialog', dialog => { page.faults.push('dialog'); dialog.dismiss(); });
+  page.on('request', request => { if (request.url() !== 'file://' + html) page.faults.push(request.url()); });
+  await page.goto('file://' + html);
+  await page.waitForFunction(() => document.querySelector('.legend')?.style.top);
+  return page;
+}
+
+const panes = page => page.evaluate(() => studyChart.panes().map(pane => pane.getSeries().length));
+const texts = (page, selector) => page.locator(selector).allTextContents();
+const view = page => page.evaluate(() => studyChart.timeScale().getVisibleLogicalRange());
+
+const layouts = [
+  {name: 'averages lie over the prices', expressions: ['Sim(Close, 5)', 'Sim(Sim(Close, 5), 20)'], panes: [3]},
+  {name: 'bands lie over the prices', expressions: ['Sim(Close, 20) + 2 * SDev(Close, 20)'], panes: [2]},
+  {name: 'what is measured as prices but far from them has a pane', expressions: ['SDev(Close, 20)'], panes: [1, 1]},
+  {name: 'quotients and volumes have panes', expressions: ['Bar / Sim(Close, 20)', 'Volume'], panes: [1, 1, 1]},
+  {name: 'an average of volumes has a pane', expressions: ['Sim(Volume, 5)'], panes: [1, 1]},
+  {name: 'outputs of an expression share a pane', expressions: ['KasePermStoch(Bar, 2, 3)'], panes: [1, 2]},
+  {name: 'labels are no curves', expressions: ['KaseCCSS(Bar).label1'], panes: [1]},
+  {name: 'places of labels are no curves', expressions: ['KaseCCSS(Bar)'], panes: [1, 8]},
+  {name: 'prices alone', expressions: [], panes: [1]},
+];
+
+for (const layout of layouts) {
+  test(layout.name, async () => {
+    const page = await open(data, layout.expressions);
+    assert.deepStrictEqual(await panes(page), layout.panes);
+    assert.deepStrictEqual(page.faults, []);
+    await page.close();
+  });
+}
+
+test('the crosshair shows what a run gives', async () => {
+  const expressions = ['Sim(Close, 5)', 'SDev(Close, 20)', 'KasePeakOsc(Bar, 8, 65, 2).label1'];
+  run(['run', data, ...expressions, 'Open', 'Close', '-o', file('run.csv'), '--last', '300']);
+  const table = new Map(fs.readFileSync(file('run.csv'), 'utf8').split('\n').slice(1).map(line => {
+    const [date, ...cells] = line.split(',');
+    return [date, cells];
+  }));
+  const page = await open(data, expressions);
+  const tenDigits = cell => String(Number(Number(cell).toPrecision(10)));
+  const seen = new Set();
+  let labels = 0;
+  for (let x = 5; x < 1100; x += 9) {
+    await page.mouse.move(x, 400);
+    const [date] = await texts(page, '.date');
+    const [mean, deviation, label, open, close] = table.get(date);
+    assert.deepStrictEqual(await texts(page, '.chip b'), [tenDigits(mean), label, tenDigits(deviation)], date);
+    const prices = await texts(page, '.price b');
+    assert.deepStrictEqual([prices[0], prices[3]], [tenDigits(open), tenDigits(close)], date);
+    seen.add(date);
+    labels += label !== '';
+  }
+  assert.ok(seen.size > 100 && labels > 0);
+  assert.deepStrictEqual(await texts(page, '.formula'),
+    ['Sim( close, 5)', 'KasePeakOsc( Bar, 8, 65, 2.000000).label1', 'SDev (close, 20, N)']);
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
+test('texts are inert', async () => {
+  const hostile = `</script><script>window.hit = 1</script><img src=x onerror="hit = 2">'&amp;<!--`;
+  const quoted = `"${hostile.replaceAll('"', '""')}"`;
+  const plain = hostile.replaceAll('"', '');
+  const name = `<img src=x onerror=alert(1)>&.csv`.replaceAll('/', '');
+  fs.writeFileSync(file(name), `date,close,"${plain}"\n${quoted},1,2\n<b>2,2,3\n2020-01-01,3,4\n`);
+  fs.appendFileSync(file(name), Buffer.from('\xff\xfe,4,5\n', 'latin1'));
+  const page = await open(file(name), [`"${plain}"`, `Sim("${plain}", 2)`]);
+  assert.deepStrictEqual(await texts(page, '.formula'), [plain, `Sim( ${plain}, 2)`]);
+  assert.deepStrictEqual(await texts(page, '.chip b'), ['5', '4.5']);
+  assert.strictEqual(await page.title(), name);
+  assert.match((await texts(page, '#span'))[0], /^<\/script>.* – \ufffd+, 4 bars$/);
+  assert.strictEqual(await page.evaluate(() => window.hit), undefined);
+  assert.strictEqual(await page.locator('img, b img, main script').count(), 0);
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
+const clocks = [
+  {name: 'times of day', dates: ['2024-03-01T09:30:00Z', '2024-03-01T09:31:00Z'], first: 1709285400},
+  {name: 'times with a zone', dates: ['2024-03-01 09:30:00+02:00', '2024-03-01 09:31+02:00'], first: 1709278200},
+  {name: 'days', dates: ['20240229', '20240301'], first: 1709164800},
+  {name: 'days that are none count bars', dates: ['2024-02-30', '2024-03-01'], first: 0},
+  {name: 'days out of order count bars', dates: ['2024-03-02', '2024-03-01'], first: 0},
+  {name: 'other texts count bars', dates: ['Monday', 'Monday'], first: 0},
+  {name: 'no bars', dates: [], first: null},
+];
+
+for (const clock of clocks) {
+  test(clock.name, async () => {
+    fs.writeFileSync(file('bars.csv'), ['time,close', ...clock.dates.map(date => `${date},5`), ''].join('\n'));
+    const page = await open(file('bars.csv'), ['Sim(Close, 2)']);
+    const times = await page.evaluate(() => studyChart.panes()[0].getSeries()[0].data().map(point => point.time));
+    assert.deepStrictEqual([times.length, times[0] ?? null], [clock.dates.length, clock.first]);
+    if (clock.first !== null) assert.deepStrictEqual(await texts(page, '.date'), clock.dates.slice(-1));
+    assert.deepStrictEqual(page.faults, []);
+    await page.close();
+  });
+}
+
+test('the view moves, colours change and curves hide', async () => {
+  const page = await open(data, ['Sim(Close, 20)'], {colorScheme: 'dark'});
+  const theme = () => page.evaluate(() => document.documentElement.dataset.theme);
+  assert.strictEqual(await theme(), 'dark');
+  await page.emulateMedia({colorScheme: 'light'});
+  await page.waitForFunction(() => document.documentElement.dataset.theme === 'light');
+  await page.click('#theme');
+  assert.strictEqual(await theme(), 'dark');
+
+  const atFirst = await view(page);
+  assert.ok(Math.abs(atFirst.to - atFirst.from - 254) < 2);
+  await page.mouse.move(600, 400);
+  await page.mouse.wheel(0, -300);
+  await page.waitForFunction(width => {
+    const {from, to} = studyChart.timeScale().getVisibleLogicalRange();
+    return to - from < width;
+  }, atFirst.to - atFirst.from - 5);
+  const zoomed = await view(page);
+  await page.mouse.down();
+  await page.mouse.move(800, 400, {steps: 5});
+  await page.mouse.up();
+  await page.waitForFunction(from => studyChart.timeScale().getVisibleLogicalRange().from < from, zoomed.from - 5);
+  await page.click('text=All');
+  await page.waitForFunction(() => studyChart.timeScale().getVisibleLogicalRange().from < 0);
+
+  await page.click('.chip');
+  assert.strictEqual(await page.evaluate(() => studyChart.panes()[0].getSeries()[1].options().visible), false);
+  assert.match(await page.locator('#license').textContent(), /TradingView[^]*Apache License\s+Version 2\.0/);
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
+test('a picture takes a browser', () => {
+  run(['chart', data, 'Sim(Close, 5)', '--png', file('chart.png'), '--theme', 'dark']);
+  const picture = fs.readFileSync(file('chart.png'));
+  assert.deepStrictEqual([picture.readUInt32BE(16), picture.readUInt32BE(20)], [1280, 800]);
+  assert.ok(picture.length > 20000, 'more than an empty page');
+
+  const none = study(['chart', data, '--png', file('none.png')], {...process.env, PATH: '/nowhere'});
+  assert.match(none.stderr, /^study: .*none\.png: no picture, for that takes Chromium, and none is installed\n$/);
+  assert.strictEqual(none.status, 1);
+});
