@@ -147,10 +147,12 @@ ComPtr<IZelmorOp> Library::Create(const OperatorClass& operatorClass, const Oper
     if (FAILED(status)) {
         Fail("{} cannot be created: status {:#010x}", operatorClass.keyword, static_cast<ULONG>(status));
     }
-    for (const auto& [index, value] : {std::pair(HistoryIndex, settings.history), {DigitsIndex, settings.digits}}) {
-        const std::string error = value ? SetArgument(*created.Get(), index, fmt::format("{}", *value)) : "";
+    const auto handOver = [&](int index, int value) {
+        const std::string error = SetArgument(*created.Get(), index, fmt::format("{}", value));
         if (!error.empty()) Fail("{}: {}", operatorClass.keyword, error);
-    }
+    };
+    handOver(HistoryIndex, settings.history);
+    if (settings.digits) handOver(DigitsIndex, *settings.digits);
     return created;
 }
 

@@ -22,8 +22,8 @@ struct OperatorClass {
 
 // What every operator is told ahead of its arguments. What is not given stays at the operator's default.
 struct OperatorSettings {
-    std::optional<int> history = {};  // depth in bars, where an argument does not set it
-    std::optional<int> digits = {};   // of precision, for the averages that round
+    int history = 400;               // depth in bars, where an argument does not set it
+    std::optional<int> digits = {};  // of precision, for the averages that round
 };
 
 // The loaded operator library, reached through its exported functions.
@@ -44,6 +44,7 @@ public:
     // The known keywords that look most like `keyword`, at most three.
     std::vector<std::string> Nearest(std::string_view keyword) const;
 
+    // An operator that has been handed its settings. Some set up their parts only when something is handed over.
     ComPtr<IZelmorOp> Create(const OperatorClass& operatorClass, const OperatorSettings& settings = {}) const;
 
     // Hands over the text of an argument. An operator that refuses it gives a message, else there is none.

@@ -95,7 +95,8 @@ void ReplayAll(const Options& options) {
 
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
     command.add_option("--history", settings.history, "bars that operators keep where no argument says how many")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
     command.add_option("--digits", settings.digits, "of precision of the averages that round: 4 to 15");
 }
 
@@ -165,6 +166,7 @@ int Main(int argc, char** argv) {
     CLI::App* const chart =
         app.add_subcommand("chart", "draw all outputs of expressions over a file of bars, as one page for a browser");
     AddRunSettings(*chart, options);
+    chart->get_option("expressions")->required(false);
     chart->add_option("-o,--output", options.output, "the page");
     chart->add_option("--png", options.picture, "a picture of the page, painted by an installed Chromium");
     chart->add_option("--last", options.last, "show the last N bars at first")->check(CLI::PositiveNumber);
