@@ -1,9 +1,8 @@
 // The program as a user runs it.
 
+#include "run_study.h"
 #include "temporary_file.h"
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -11,22 +10,6 @@
 
 namespace sarvane::study {
 namespace {
-
-struct Outcome {
-    int status;
-    std::string text;  // both streams
-};
-
-Outcome RunShell(const std::string& command) {
-    std::FILE* const pipe = popen(command.c_str(), "r");
-    std::string text;
-    std::array<char, 4096> chunk;
-    while (const std::size_t length = std::fread(chunk.data(), 1, chunk.size(), pipe))
-        text.append(chunk.data(), length);
-    return {pclose(pipe), text};
-}
-
-Outcome RunStudy(const std::string& arguments) { return RunShell(STUDY_PROGRAM " " + arguments + " 2>&1 </dev/null"); }
 
 std::string Content(const std::filesystem::path& path) {
     std::ostringstream content;
