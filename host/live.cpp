@@ -22,6 +22,7 @@ using Clock = std::chrono::steady_clock;
 // One slot stays for the state before the last bar.
 constexpr std::size_t MostKept = std::numeric_limits<short>::max() - 1;
 
+// Walks the lists of free blocks, which can be long: not for every bar.
 std::int64_t AllocatedBytes() {
     const auto use = mallinfo2();
     return static_cast<std::int64_t>(use.uordblks + use.hblkhd);
@@ -60,15 +61,12 @@ double Durations::Quantile(double share) const {
 
 Live::Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions,
            bool allOutputs, RunSettings settings, std::size_t snapshotDistance, Show whenChanged)
-    : bars(header), study(library, bars,
-                          [&] {
-                              settings.live = true;
-                              return settings;
-                          }()),
-      show(std::move(whenChanged)), distance(snapshotDistance) {
-    for (const std::string& expression : expressions) study.Add(expression, allOutputs);
-    if (!study.WithoutSnapshots().empty()) distance = 0;
-    study.Reset();
+    : bars(header), show(std::move(whenChanged)), distance(snapshotDistance) {
+    settings.live = true;
+    study.emplace(library, bars, settings);
+    for (const std::string& expression : expressions) study->Add(expression, allOutputs);
+    if (!study->WithoutSnapshots().empty()) distance = 0;
+    study->Reset();
 }
 
 void Live::Take(const BarRow& row) {
@@ -89,7 +87,7 @@ void Live::Open(const BarRow& row) {
     barOfDate.emplace(row.date, bar);
     const auto start = Clock::now();
     SaveBefore(bar);
-    study.Step(bar);
+    study->Step(bar);
     updates.Add(NanosecondsSince(start));
     ShowIfChanged(bar);
 }
@@ -98,8 +96,8 @@ void Live::Tick(const BarRow& row) {
     const std::size_t last = bars.BarCount() - 1;
     bars.Replace(last, row.values);
     const auto start = Clock::now();
-    study.Restore(TopSlot());
-    study.Step(last);
+    study->Restore(TopSlot());
+    study->Step(last);
     updates.Add(NanosecondsSince(start));
     ++ticks;
     ShowIfChanged(last);
@@ -110,15 +108,15 @@ void Live::Correct(std::size_t bar, const BarRow& row) {
     ++corrections;
     const std::size_t slot = distance > 0 ? std::min(bar / distance, kept) : 0;
     if (slot > 0) {
-        study.Restore(static_cast<short>(slot));
+        study->Restore(static_cast<short>(slot));
         kept = slot - 1;  // saved once more on the way
     } else {
-        study.Reset();
+        study->Reset();
         kept = 0;
     }
     for (std::size_t next = slot * distance; next < bars.BarCount(); ++next) {
         SaveBefore(next);
-        study.Step(next);
+        study->Step(next);
         if (next >= bar) ShowIfChanged(next);
     }
 }
@@ -126,30 +124,28 @@ void Live::Correct(std::size_t bar, const BarRow& row) {
 // Only the top slot follows the bars. A running state that shared its history with a snapshot that stays would carry
 // all bars since then along, so it goes over to the top slot.
 void Live::SaveBefore(std::size_t bar) {
-    if (distance == 0 || bar == 0 || bar % distance != 0) return study.Save(TopSlot());
+    if (distance == 0 || bar == 0 || bar % distance != 0) return study->Save(TopSlot());
     if (kept == MostKept) return MakeRoom(bar);
-    const std::int64_t before = AllocatedBytes();
-    study.Save(TopSlot());
+    study->Save(TopSlot());
     ++kept;
-    study.Save(TopSlot());
-    study.Restore(TopSlot());
-    snapshotBytes += AllocatedBytes() - before;
+    study->Save(TopSlot());
+    study->Restore(TopSlot());
 }
 
 // All slots are used up: half as many do, twice as far from each other.
 void Live::MakeRoom(std::size_t bar) {
     distance *= 2;
     kept = 0;
-    study.Reset();
+    study->Reset();
     for (std::size_t next = 0; next < bar; ++next) {
         SaveBefore(next);
-        study.Step(next);
+        study->Step(next);
     }
     SaveBefore(bar);
 }
 
 void Live::ShowIfChanged(std::size_t bar) {
-    const auto& results = study.Results();
+    const auto& results = study->Results();
     const std::size_t begin = bar * results.size();
     bool changed = begin == shown.size();
     if (changed) shown.resize(begin + results.size());
@@ -161,15 +157,18 @@ void Live::ShowIfChanged(std::size_t bar) {
     if (changed) show(bar);
 }
 
-std::string Live::Report() const {
+std::string Live::Finish() {
     std::string report = fmt::format("bars       {} (ticks: {}, corrections: {})\n"
                                      "depth      {}, lookback {} bars\n"
                                      "update     median {:.2f} us, 99th percentile {:.2f} us\n",
-                                     bars.BarCount(), ticks, corrections, study.Depth(), study.Lookback(),
+                                     bars.BarCount(), ticks, corrections, study->Depth(), study->Lookback(),
                                      updates.Quantile(0.5) / 1e3, updates.Quantile(0.99) / 1e3);
+    const std::int64_t before = AllocatedBytes();
+    study.reset();
+    const std::int64_t freed = std::max<std::int64_t>(before - AllocatedBytes(), 0);
     if (distance > 0)
-        report += fmt::format("snapshots  {}, every {} bars, {:.1f} kB\n", kept, distance,
-                              static_cast<double>(std::max<std::int64_t>(snapshotBytes, 0)) / 1e3);
+        report += fmt::format("snapshots  {}, every {} bars, {:.1f} kB with the running state\n", kept, distance,
+                              static_cast<double>(freed) / 1e3);
     return report;
 }
 
@@ -226,7 +225,7 @@ void RunLive(const Library& library, const std::string& file, const std::vector<
         if (text.empty()) break;
     }
     if (!live) Fail("{}: the file is empty", source.Name());
-    fmt::print(stderr, "{}{}", live->Report(),
+    fmt::print(stderr, "{}{}", live->Finish(),
                skipped > 0 ? fmt::format("left out   {} lines\n", skipped) : std::string());
 }
 

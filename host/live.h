@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -41,9 +42,9 @@ public:
     void Take(const BarRow& row);
 
     const BarFile& Bars() const { return bars; }
-    const Study& Expressions() const { return study; }
-    // What the run was like, in lines.
-    std::string Report() const;
+    const Study& Expressions() const { return *study; }
+    // Ends the run and tells in lines what it was like.
+    std::string Finish();
 
 private:
     void Open(const BarRow& row);
@@ -55,13 +56,12 @@ private:
     short TopSlot() const { return static_cast<short>(kept + 1); }
 
     BarFile bars;
-    Study study;
+    std::optional<Study> study;  // until the end
     Show show;
     std::unordered_map<std::string, std::size_t> barOfDate;
     std::vector<double> shown;  // values of all bars, as they were shown last
     std::size_t distance;
     std::size_t kept = 0;  // snapshots, in slots 1 and on
-    std::int64_t snapshotBytes = 0;
     std::size_t ticks = 0;
     std::size_t corrections = 0;
     Durations updates;  // of the last bar

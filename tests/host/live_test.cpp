@@ -53,7 +53,7 @@ TEST(Live, ShowsWhatARunOverTheBarsGives) {
             study.Step(bar);
             EXPECT_EQ(shown[bar], Present(study)) << "bar " << bar << ", a snapshot every " << distance;
         }
-        EXPECT_EQ(live.Report().find("snapshots") != std::string::npos, distance > 0);
+        EXPECT_EQ(live.Finish().find("snapshots") != std::string::npos, distance > 0);
     }
 }
 
