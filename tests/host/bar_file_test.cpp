@@ -78,7 +78,7 @@ TEST(BarFile, NamesThePlaceOfAFault) {
         }
     }
     EXPECT_THROW(BarFile("no/such/file.csv"), Failure);
-    EXPECT_THROW(BarFile(std::filesystem::temp_directory_path()), Failure);
+    EXPECT_THROW(BarFile{std::filesystem::temp_directory_path()}, Failure);
 }
 
 }  // namespace
