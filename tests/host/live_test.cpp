@@ -25,7 +25,7 @@ Values Present(const Study& study) {
 // gives it, whatever the distance of the snapshots.
 TEST(Live, ShowsWhatARunOverTheBarsGives) {
     const Library library;
-    for (const std::size_t distance : {0, 1, 4, 1000}) {
+    for (const std::size_t distance : {0u, 1u, 4u, 1000u}) {
         std::vector<Values> shown;
         const Live* running = nullptr;
         Live live(library, {"bars", "date", {"open", "high", "low", "close"}}, Studies, true, {}, distance,
