@@ -127,8 +127,8 @@ public:
     }
 
     int Height() const {
-        constexpr int Frame = 90, TopPane = 400, Pane = 150, Screen = 800;
-        return std::max(Screen, Frame + TopPane + Pane * static_cast<int>(paneCount - 1));
+        constexpr int Frame = 90, TopPane = 400, Pane = 150;
+        return Frame + TopPane + Pane * static_cast<int>(paneCount - 1);
     }
 
     json Json(const ChartSettings& settings) const {
@@ -304,10 +304,9 @@ void WritePage(const fs::path& file, const ChartPage& page) {
     if (!stream) Fail("{}: not all could be written", file.string());
 }
 
-void PaintPicture(const fs::path& file, const ChartPage& page) {
+void PaintPicture(const fs::path& file, const ChartPage& page, int width) {
     const auto browser = FindBrowser();
     if (!browser) Fail("{}: no picture, for that takes Chromium, and none is installed", file.string());
-    constexpr int Width = 1280;
     const TemporaryFolder folder;
     const fs::path html = folder.Path() / "chart.html", picture = folder.Path() / "chart.png";
     WritePage(html, page);
@@ -323,10 +322,10 @@ void PaintPicture(const fs::path& file, const ChartPage& page) {
                                       "--force-device-scale-factor=1",
                                       "--virtual-time-budget=3000",
                                       fmt::format("--user-data-dir={}", (folder.Path() / "profile").string()),
-                                      fmt::format("--window-size={},{}", Width, page.height),
+                                      fmt::format("--window-size={},{}", width, page.height),
                                       fmt::format("--screenshot={}", picture.string())};
     if (geteuid() == 0) words.push_back("--no-sandbox");  // which root can't have
-    words.push_back(FileUrl(html));
+    words.push_back(FileUrl(html) + "#picture");
     if (!RunSilently(words) || !fs::exists(picture)) Fail("{}: {} painted no picture", file.string(), *browser);
     std::error_code error;
     fs::copy_file(picture, file, fs::copy_options::overwrite_existing, error);

@@ -24,7 +24,7 @@ ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& sett
 
 void WritePage(const std::filesystem::path& file, const ChartPage& page);
 
-// Has a browser of this machine paint a page into a PNG file. Fails where there is none.
-void PaintPicture(const std::filesystem::path& file, const ChartPage& page);
+// Has a browser of this machine paint a page, `width` pixels wide, into a PNG file. Fails where there is none.
+void PaintPicture(const std::filesystem::path& file, const ChartPage& page, int width);
 
 }  // namespace sarvane::study

@@ -31,6 +31,7 @@ struct Options {
     std::size_t ticks = 8;
     RunSettings settings;
     std::string picture;
+    int pictureWidth = 1280;
     std::string theme = "auto";
 };
 
@@ -115,7 +116,7 @@ void DrawOne(const Options& options) {
     for (const std::string& expression : options.expressions) study.Add(expression, true);
     const ChartPage page = DrawChart(bars, study, {options.theme, options.last});
     if (!options.output.empty()) WritePage(options.output, page);
-    if (!options.picture.empty()) PaintPicture(options.picture, page);
+    if (!options.picture.empty()) PaintPicture(options.picture, page, options.pictureWidth);
 }
 
 int Main(int argc, char** argv) {
@@ -169,6 +170,9 @@ int Main(int argc, char** argv) {
     chart->get_option("expressions")->required(false);
     chart->add_option("-o,--output", options.output, "the page");
     chart->add_option("--png", options.picture, "a picture of the page, painted by an installed Chromium");
+    chart->add_option("--width", options.pictureWidth, "of the picture, in pixels")
+        ->check(CLI::Range(500, 10000))
+        ->capture_default_str();
     chart->add_option("--last", options.last, "show the last N bars at first")->check(CLI::PositiveNumber);
     chart->add_option("--theme", options.theme, "colours: auto, light or dark")
         ->check(CLI::IsMember({"auto", "light", "dark"}));

@@ -181,7 +181,7 @@ main.style.minHeight = study.height - 90 + 'px';
 
 const chart = charts.createChart(canvas, {
   autoSize: true,
-  layout: {fontFamily: getComputedStyle(document.body).fontFamily, fontSize: 11, attributionLogo: true},
+  layout: {fontFamily: getComputedStyle(document.body).fontFamily, fontSize: 11, attributionLogo: false},
   crosshair: {mode: charts.CrosshairMode.Normal},
   rightPriceScale: {minimumWidth: 72},
   timeScale: {
