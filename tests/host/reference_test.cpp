@@ -140,5 +140,23 @@ TEST(Reference, ShowsWhatStudyPrints) {
         EXPECT_NE(entry.text.find("```console\n$ study run data/"), std::string::npos) << entry.keyword;
 }
 
+TEST(Reference, ShowsAPictureOfEveryOperator) {
+    std::vector<std::string> shown, drawn;
+    for (const Entry& entry : Entries()) {
+        const std::regex reference("\n```\n\n!\\[" + entry.keyword + "\\(.*\\]\\(pictures/(.*)\\)\n");
+        for (const auto& picture : Matches(entry.text, reference)) shown.push_back(picture[1]);
+    }
+    for (const auto& file : std::filesystem::directory_iterator(PROJECT_FOLDER "/docs/pictures")) {
+        drawn.push_back(file.path().filename());
+        std::string signature(8, ' ');
+        std::ifstream(file.path()).read(signature.data(), 8);
+        EXPECT_EQ(signature, "\x89PNG\r\n\x1a\n") << drawn.back();
+    }
+    std::ranges::sort(shown);
+    std::ranges::sort(drawn);
+    EXPECT_EQ(shown, drawn);
+    EXPECT_EQ(shown.size(), Entries().size());
+}
+
 }  // namespace
 }  // namespace sarvane::study
