@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdio>
 #include <fmt/ranges.h>
-#include <limits>
 #include <malloc.h>
 #include <optional>
 
@@ -18,9 +17,6 @@ namespace sarvane::study {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// One slot stays for the state before the last bar.
-constexpr std::size_t MostKept = std::numeric_limits<short>::max() - 1;
 
 // Walks the lists of free blocks, which can be long: not for every bar.
 std::int64_t AllocatedBytes() {
@@ -60,8 +56,8 @@ double Durations::Quantile(double share) const {
 }
 
 Live::Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions,
-           bool allOutputs, RunSettings settings, std::size_t snapshotDistance, Show whenChanged)
-    : bars(header), show(std::move(whenChanged)), distance(snapshotDistance) {
+           bool allOutputs, RunSettings settings, std::size_t snapshotDistance, Show whenChanged, std::size_t slots)
+    : bars(header), show(std::move(whenChanged)), distance(snapshotDistance), mostKept(slots) {
     settings.live = true;
     study.emplace(library, bars, settings);
     for (const std::string& expression : expressions) study->Add(expression, allOutputs);
@@ -125,7 +121,7 @@ void Live::Correct(std::size_t bar, const BarRow& row) {
 // all bars since then along, so it goes over to the top slot.
 void Live::SaveBefore(std::size_t bar) {
     if (distance == 0 || bar == 0 || bar % distance != 0) return study->Save(TopSlot());
-    if (kept == MostKept) return MakeRoom(bar);
+    if (kept == mostKept) return MakeRoom(bar);
     study->Save(TopSlot());
     ++kept;
     study->Save(TopSlot());

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -34,9 +35,13 @@ class Live {
 public:
     using Show = std::function<void(std::size_t bar)>;
 
-    // `show` is called for each bar whose values have changed. A snapshot stays every `distance` bars, none with 0.
+    // All slots that a snapshot can stay in; one more is for the state before the last bar.
+    static constexpr std::size_t AllSlots = std::numeric_limits<short>::max() - 1;
+
+    // `show` is called for each bar whose values have changed. A snapshot stays every `distance` bars, none with 0. Once
+    // these fill `slots`, two or more, every other one goes, and further ones come twice as far from each other.
     Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions, bool allOutputs,
-         RunSettings settings, std::size_t distance, Show show);
+         RunSettings settings, std::size_t distance, Show show, std::size_t slots = AllSlots);
 
     // Fails if the row can't have a place in the series; that row is left out.
     void Take(const BarRow& row);
@@ -61,6 +66,7 @@ private:
     std::unordered_map<std::string, std::size_t> barOfDate;
     std::vector<double> shown;  // values of all bars, as they were shown last
     std::size_t distance;
+    std::size_t mostKept;
     std::size_t kept = 0;  // snapshots, in slots 1 and on
     std::size_t ticks = 0;
     std::size_t corrections = 0;

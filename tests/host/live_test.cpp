@@ -57,6 +57,25 @@ TEST(Live, ShowsWhatARunOverTheBarsGives) {
     }
 }
 
+// What stays when the slots run out still leads back to the bars that it was saved before.
+TEST(Live, KeepsEveryOtherSnapshotWhenSlotsRunOut) {
+    const Library library;
+    for (const unsigned slots : {2u, 5u}) {
+        Live live(
+            library, {"bars", "date", {"close"}}, {"AMAOp(Close, 10, 2, 30)"}, false, {}, 3, [](std::size_t) {}, slots);
+        for (unsigned bar = 0; bar < 60; ++bar) live.Take({std::to_string(bar), {bar % 7 * 1.5}});
+        for (unsigned bar = 60; bar-- > 0;) {
+            live.Take({std::to_string(bar), {bar % 8 / 3.0}});
+            Study study(library, live.Bars());
+            study.Add("AMAOp(Close, 10, 2, 30)");
+            study.Reset();
+            for (std::size_t step = 0; step < 60; ++step) study.Step(step);
+            EXPECT_EQ(Present(live.Expressions()), Present(study)) << slots << " slots, bar " << bar;
+        }
+        EXPECT_NE(live.Finish().find(slots == 2 ? ", every 24 bars" : ", every 12 bars"), std::string::npos) << slots;
+    }
+}
+
 class LiveTest : public testing::Test {
 protected:
     // The changes that rows of a date and a close make to an expression, as "date value".
