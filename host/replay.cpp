@@ -35,6 +35,7 @@ std::vector<double> RunValues(const Library& library, const BarFile& bars, const
 
 // Notes what differs on `bar` from the values of a run, which stand one behind the other from `expected` on.
 void Compare(const Study& study, const BarFile& bars, std::size_t bar, const double* expected, ReplayResult& result) {
+    result.barsWithValues += !std::all_of(expected, expected + study.Results().size(), IsUndefined);
     for (const Result& output : study.Results()) {
         const double actual = *output.value, wanted = *expected++;
         if (std::bit_cast<std::uint64_t>(actual) == std::bit_cast<std::uint64_t>(wanted)) continue;
@@ -139,7 +140,8 @@ ReplayResult Replay(const Library& library, const BarFile& bars, const std::stri
 std::string ReplayText(const std::string& expression, const BarFile& bars, const ReplayResult& result) {
     std::string text = fmt::format("{}\n", expression);
     if (result.differingBars == 0)
-        text += fmt::format("  {} bars equal those of a run, bit for bit\n", bars.BarCount());
+        text += fmt::format("  {} bars, {} of them with values, equal those of a run, bit for bit\n", bars.BarCount(),
+                            result.barsWithValues);
     else
         text += fmt::format("  {} of {} bars differ from those of a run, first on {}\n", result.differingBars,
                             bars.BarCount(), result.firstDifference);

@@ -12,6 +12,7 @@ struct ReplayResult {
     double updatesPerSecond = 0.0;
     std::size_t lookback = 0;              // bars that the other way calculates on each update
     double recalculationsPerSecond = 0.0;  // by that way
+    std::size_t barsWithValues = 0;        // in some output of the run
     std::size_t differingBars = 0;
     std::string firstDifference;  // in words
     std::vector<std::string> withoutSnapshots;

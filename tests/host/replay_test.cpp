@@ -32,7 +32,7 @@ const char* const Studies[] = {
     "MedOp(Close, 21, 50, 25, 75)",
     "Middle(Close, 20)",
     "OverlapCntOp(Bar, 1, 20, 1)",
-    "Ranking(Close, 0, 20, 1, 0.5)",
+    "Ranking(Close, , 20, 1, 0, 0)",
     "SBarAdd(Volume, Bar)",
     "SBarDiv(Close, Bar)",
     "SBarMul(2, Bar)",
@@ -73,6 +73,7 @@ TEST(Replay, TicksEndAsFinishedBarsForEveryOperator) {
         const ReplayResult result = Replay(library, bars, study, {}, 5, 0.0);
         EXPECT_EQ(result.differingBars, 0u) << study << ": " << result.firstDifference;
         EXPECT_EQ(result.updates, 2500u);
+        EXPECT_GT(result.barsWithValues, 0u) << study << " compared nothing";
         EXPECT_TRUE(result.withoutSnapshots.empty()) << study;
         ++studies[study.substr(0, study.find('('))];
     }
