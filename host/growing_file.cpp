@@ -31,7 +31,7 @@ GrowingFile::GrowingFile(const std::string& path, bool followIt)
       chunk(1 << 16) {
     struct stat status = {};
     if (descriptor < 0 || fstat(descriptor, &status) != 0) Fail("{}: {}", name, std::strerror(errno));
-    regular = S_ISREG(status.st_mode);
+    regular = path != "-" && S_ISREG(status.st_mode);
     interrupted = 0;
     for (const int signal : {SIGINT, SIGTERM}) OnSignal(signal, [](int) { interrupted = 1; });
 }

@@ -68,6 +68,10 @@ TEST(Command, FollowsBarsFromAPipe) {
         << live.text;
     EXPECT_NE(live.text.find("snapshots  1, every 1 bars, "), std::string::npos) << live.text;
     EXPECT_TRUE(live.text.ends_with("left out   1 lines\n")) << live.text;
+    const TemporaryFile bars("date,close\na,1");
+    const std::string input = bars.Path().string();
+    EXPECT_EQ(RunShell("timeout 20 " STUDY_PROGRAM " live - Close <" + input + " 2>/dev/null").status, 0)
+        << "a file as standard input is not followed";
 }
 
 // The shell's lines come one after the other: each waits until the program has shown what came before.
