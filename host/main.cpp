@@ -140,7 +140,7 @@ int Main(int argc, char** argv) {
     CLI::App* const run = app.add_subcommand("run", "run expressions over a file of bars");
     AddRunSettings(*run, options);
     run->add_option("-o,--output", options.output, "write the table to this file, too, with all digits");
-    run->add_option("--last", options.last, "show only the last N bars");
+    run->add_option("--last", options.last, "show only the last N bars")->check(CLI::NonNegativeNumber);
     run->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
     run->callback([&] { Run(options); });
 
@@ -152,7 +152,8 @@ int Main(int argc, char** argv) {
     AddRunSettings(*live, options);
     live->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
     live->add_option("--snapshots", options.snapshotDistance,
-                     "keep a snapshot every N bars, from which corrections of older bars go on");
+                     "keep a snapshot every N bars, from which corrections of older bars go on")
+        ->check(CLI::NonNegativeNumber);
     live->add_flag("--no-follow", options.noFollow, "stop at the end of the file");
     live->callback([&] { RunLive(options); });
 
@@ -183,6 +184,7 @@ int Main(int argc, char** argv) {
 
     try {
         app.parse(argc, argv);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout)) Fail("standard output: not all could be written");
     } catch (const CLI::ParseError& error) {
         return app.exit(error);
     } catch (const Failure& failure) {

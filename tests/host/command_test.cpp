@@ -114,6 +114,12 @@ TEST(Command, DrawsOnOnePage) {
     EXPECT_NE(RunStudy("chart " + Data).status, 0) << "drawn for nobody";
 }
 
+TEST(Command, TellsOfLinesThatCouldNotBeWritten) {
+    const Outcome full = RunShell(STUDY_PROGRAM " describe Sim 2>&1 >/dev/full");
+    EXPECT_EQ(full.status, 1 << 8);
+    EXPECT_EQ(full.text, "study: standard output: not all could be written\n");
+}
+
 TEST(Command, FailsInOneLine) {
     for (const std::string& arguments :
          std::vector<std::string>{"run no_such_file.csv Close", "run /dev/null Close", "run " + Data + " 'Sim('",
@@ -124,7 +130,9 @@ TEST(Command, FailsInOneLine) {
         EXPECT_TRUE(outcome.text.starts_with("study: ")) << outcome.text;
         EXPECT_EQ(std::count(outcome.text.begin(), outcome.text.end(), '\n'), 1) << outcome.text;
     }
-    EXPECT_NE(RunStudy("run").status, 0);
+    for (const std::string& arguments :
+         std::vector<std::string>{"run", "run " + Data + " Close --last -1", "live - Close --snapshots -1"})
+        EXPECT_NE(RunStudy(arguments).text.find("Run with --help"), std::string::npos) << arguments;
 }
 
 }  // namespace
