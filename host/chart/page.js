@@ -231,21 +231,47 @@ for (const [index, pane] of chart.panes().entries()) {
 
 // ---- Labels
 
+// A marker stands at a value of its series. Without one on its bar it would go to a neighbour, so that an unseen series
+// holds it, at the price before.
 const labelHost = priceSeries ?? curves[0]?.series;
+const standIns = new Map();  // values by bar
+if (labelHost && study.labels.length) {
+  const points = isCandles ? candlePoints() : linePoints(priceValues ?? curves[0].values);
+  const prices = points.map(point => point.close ?? point.value);
+  const labelled = new Set(study.labels.map(label => label.bar));
+  let last = prices.find(price => price !== undefined) ?? 0;
+  for (const [bar, price] of prices.entries()) {
+    last = price ?? last;
+    if (price === undefined && labelled.has(bar)) standIns.set(bar, last);
+  }
+}
+
+function addStandIns() {
+  const series = chart.addSeries(charts.LineSeries, {
+    color: 'transparent', priceFormat: formats[0], priceLineVisible: false, lastValueVisible: false,
+    crosshairMarkerVisible: false,
+  }, 0);
+  series.setData([...standIns].map(([bar, value]) => ({time: times[bar], value})));
+  return series;
+}
+
 const markers = labelHost && study.labels.length ? charts.createSeriesMarkers(labelHost, []) : null;
+const strayMarkers = standIns.size ? charts.createSeriesMarkers(addStandIns(), []) : null;
 const hiddenLabels = new Set();
 
 // Labels point up or down where an operator has both kinds.
 const pointing = new Set(study.labels.filter(label => label.down).map(label => label.expression));
 
 function drawLabels() {
-  if (!markers) return;
-  markers.setMarkers(study.labels.filter(label => !hiddenLabels.has(label.expression)).map(label => {
+  const marker = label => {
     const place = {time: times[label.bar], text: label.text, size: 0.8};
     if (!pointing.has(label.expression)) return {...place, position: 'aboveBar', shape: 'circle', color: color('label')};
     return label.down ? {...place, position: 'aboveBar', shape: 'arrowDown', color: color('down')}
                       : {...place, position: 'belowBar', shape: 'arrowUp', color: color('up')};
-  }));
+  };
+  const visible = study.labels.filter(label => !hiddenLabels.has(label.expression));
+  markers?.setMarkers(visible.filter(label => !standIns.has(label.bar)).map(marker));
+  strayMarkers?.setMarkers(visible.filter(label => standIns.has(label.bar)).map(marker));
 }
 
 const labelTexts = new Map();  // by bar, and in that by expression

@@ -119,6 +119,17 @@ test('texts are inert', async () => {
   await page.close();
 });
 
+test('labels stay on bars without a price', async () => {
+  fs.writeFileSync(file('gaps.csv'), 'time,open,high,low,close\na,,,,\nb,1,3,1,2\nc,2,3,,2\nd,,,,\ne,2,4,1,3\n');
+  const page = await open(file('gaps.csv'), ['CountOp(Bar, , 0 = 1, 0 = 1)']);
+  const points = await page.evaluate(() => studyChart.panes()[0].getSeries().map(series => series.data()
+    .filter(point => (point.value ?? point.close) !== undefined).map(point => [point.time, point.value ?? point.close])));
+  const day = 86400;
+  assert.deepStrictEqual(points, [[[day, 2], [4 * day, 3]], [[2 * day, 2], [3 * day, 2]]]);
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
 const clocks = [
   {name: 'times of day', dates: ['2024-03-01T09:30:00Z', '2024-03-01T09:31:00Z'], first: 1709285400},
   {name: 'times with a zone', dates: ['2024-03-01 09:30:00+02:00', '2024-03-01 09:31+02:00'], first: 1709278200},
