@@ -34,11 +34,7 @@ private:
 
 // Composes a text with the conversions of `printf` that texts of operators use: %d, %s, %f with width and precision,
 // and %%.
-#ifdef __GNUC__
-__attribute__((format(printf, 1, 2)))
-#endif
-FormattedText
-FormatText(const char* format, ...);
+[[gnu::format(printf, 1, 2)]] FormattedText FormatText(const char* format, ...);
 
 // Entry `n` of a list, counted from 0: a number as text, or one of several texts. Out of range it is `otherwise`.
 FormattedText NthInt(short n, std::initializer_list<int> numbers);

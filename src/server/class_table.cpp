@@ -33,6 +33,9 @@
 #include "statistics/sqrt_dev_op.h"
 #include "statistics/std_dev_op.h"
 
+#include <array>
+#include <bit>
+#include <cstdint>
 #include <string_view>
 
 namespace sarvane {
@@ -92,10 +95,16 @@ constexpr ClassEntry Table[] = {
     Class<CExHullAvgOp>(ClassId::ExHullAvgOp, "ExHullAvgOp", "ExHull", 144),
 };
 
+// The comparison that a platform brings may not work at compile time.
+constexpr bool IsSameId(const GUID& a, const GUID& b) {
+    using Halves = std::array<std::uint64_t, 2>;
+    return std::bit_cast<Halves>(a) == std::bit_cast<Halves>(b);
+}
+
 constexpr bool IsConsistent() {
     for (const ClassEntry& a : Table) {
         for (const ClassEntry& b : Table) {
-            const bool clash = a.id == b.id || a.scriptId == b.scriptId || std::string_view(a.name) == b.name ||
+            const bool clash = IsSameId(a.id, b.id) || a.scriptId == b.scriptId || std::string_view(a.name) == b.name ||
                                std::string_view(a.keyword) == b.keyword;
             if (&a != &b && clash) return false;
         }

@@ -1,0 +1,53 @@
+# SARVANE.DLL. Included by the top-level file.
+
+# Headers of libraries that consist of nothing else, by themselves: the rest of the build machine's headers stays unseen.
+set(shared_headers ${CMAKE_BINARY_DIR}/shared_headers)
+file(MAKE_DIRECTORY ${shared_headers})
+foreach(name boost CLI fmt nlohmann)
+  file(CREATE_LINK /usr/include/${name} ${shared_headers}/${name} SYMBOLIC)
+endforeach()
+
+add_compile_definitions(NOMINMAX _WIN32_WINNT=0x0601)
+target_sources(sarvane_objects PRIVATE src/platform/platform_windows.cpp)
+target_include_directories(sarvane_objects BEFORE PUBLIC src/platform/windows)
+target_include_directories(sarvane_objects SYSTEM PUBLIC ${shared_headers})
+target_link_libraries(sarvane_objects PUBLIC ole32 oleaut32 uuid)
+
+target_sources(sarvane PRIVATE src/platform/exports_windows.def)
+set_target_properties(sarvane PROPERTIES PREFIX "" OUTPUT_NAME SARVANE SUFFIX .DLL)
+
+# Resources. A program of the build machine knows the class table, so the library is built for that machine first.
+set(resources ${CMAKE_BINARY_DIR}/resources)
+set(resource_sources ${CMAKE_SOURCE_DIR}/resources)
+file(MAKE_DIRECTORY ${resources})
+add_custom_command(
+  OUTPUT ${resources}/scripts.rc ${resources}/coclasses.idl
+  COMMAND ${CMAKE_COMMAND} --preset release
+  COMMAND ${CMAKE_COMMAND} --build --preset release --target write_resources
+  COMMAND ${CMAKE_SOURCE_DIR}/build/release/bin/write_resources ${resources}
+  DEPENDS ${sarvane_sources} ${resource_sources}/write_resources.cpp
+  WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
+  VERBATIM)
+
+# Type libraries refer to the system's own, which comes with Wine.
+find_program(WIDL x86_64-w64-mingw32-widl REQUIRED)
+find_path(SYSTEM_TYPE_LIBRARIES stdole2.tlb PATHS /usr/lib/x86_64-linux-gnu/wine/x86_64-windows NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+function(add_type_library name)
+  add_custom_command(
+    OUTPUT ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}.tlb
+    COMMAND ${WIDL} --win64 -t -I ${resources} -L ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} -L ${SYSTEM_TYPE_LIBRARIES}
+            -o ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}.tlb ${resource_sources}/${name}.idl
+    DEPENDS ${resource_sources}/${name}.idl ${resource_sources}/operator.idl ${resource_sources}/platform.idl ${ARGN}
+    VERBATIM)
+endfunction()
+add_type_library(zelmorop)
+add_type_library(sarvane ${resources}/coclasses.idl ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelmorop.tlb)
+
+add_custom_command(
+  OUTPUT ${resources}/sarvane.o
+  COMMAND ${CMAKE_RC_COMPILER} -I ${resources} -I ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${resource_sources}/sarvane.rc
+          ${resources}/sarvane.o
+  DEPENDS ${resource_sources}/sarvane.rc ${resources}/scripts.rc ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/sarvane.tlb
+  VERBATIM)
+set_source_files_properties(${resources}/sarvane.o PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
+target_sources(sarvane PRIVATE ${resources}/sarvane.o)
