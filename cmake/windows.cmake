@@ -3,7 +3,7 @@
 # Headers of libraries that consist of nothing else, by themselves: the rest of the build machine's headers stays unseen.
 set(shared_headers ${CMAKE_BINARY_DIR}/shared_headers)
 file(MAKE_DIRECTORY ${shared_headers})
-foreach(name boost CLI fmt nlohmann)
+foreach(name boost)
   file(CREATE_LINK /usr/include/${name} ${shared_headers}/${name} SYMBOLIC)
 endforeach()
 
@@ -51,3 +51,13 @@ add_custom_command(
   VERBATIM)
 set_source_files_properties(${resources}/sarvane.o PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
 target_sources(sarvane PRIVATE ${resources}/sarvane.o)
+
+# The test framework comes as source, which builds for any system.
+if(SARVANE_TESTS)
+  set(googletest /usr/src/googletest/googletest)
+  add_library(gtest_main STATIC ${googletest}/src/gtest-all.cc ${googletest}/src/gtest_main.cc)
+  target_include_directories(gtest_main PRIVATE ${googletest})
+  target_include_directories(gtest_main SYSTEM PUBLIC ${googletest}/include)
+  target_compile_options(gtest_main PRIVATE -w)
+  add_library(GTest::gtest_main ALIAS gtest_main)
+endif()

@@ -24,8 +24,8 @@ public:
         if (handle) RegCloseKey(handle);
     }
     HRESULT Create(std::u16string_view key) {
-        return HRESULT_FROM_WIN32(RegCreateKeyExW(HKEY_CLASSES_ROOT, Wide(key).c_str(), 0, nullptr, 0, KEY_WRITE,
-                                                  nullptr, &handle, nullptr));
+        return HRESULT_FROM_WIN32(
+            RegCreateKeyExW(HKEY_CLASSES_ROOT, Wide(key).c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &handle, nullptr));
     }
 
     HKEY handle = nullptr;

@@ -1,7 +1,6 @@
 #include "support/operator_driver.h"
 
-#include "sarvane/class_ids.h"
-#include "sarvane/registry.h"
+#include "server/class_table.h"
 
 #include <bit>
 #include <gtest/gtest.h>
@@ -11,25 +10,10 @@
 namespace sarvane::test {
 namespace {
 
-std::u16string RegistryText(const std::u16string& key) {
-    TextSlot text = nullptr;
-    SarvaneReadRegistryValue(key.c_str(), u"", &text);
-    std::u16string result = text ? text : u"";
-    CoTaskMemFree(text);
-    return result;
-}
-
 const std::map<std::string, GUID>& Classes() {
     static const std::map<std::string, GUID> classes = [] {
         std::map<std::string, GUID> found;
-        EXPECT_EQ(DllRegisterServer(), S_OK);
-        TextSlot name = nullptr;
-        for (uint i = 0; SarvaneReadRegistryKey(u"CLSID", i, &name) == S_OK; ++i) {
-            const std::u16string id = name;
-            CoTaskMemFree(name);
-            const std::u16string keyword = RegistryText(u"CLSID\\" + id + u"\\Keyword");
-            found[std::string(keyword.begin(), keyword.end())] = *ParsedId(std::u16string_view(id));
-        }
+        for (const ClassEntry& entry : ClassTable()) found[entry.keyword] = entry.id;
         return found;
     }();
     return classes;

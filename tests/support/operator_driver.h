@@ -17,7 +17,7 @@ inline constexpr double U = UndefinedValue;
 std::string Taken(TextSlot text);
 std::u16string Wide(std::string_view ascii);
 
-// The keywords of all classes in the registry.
+// The keywords of all classes of the table.
 std::vector<std::string> AllKeywords();
 // The class id behind a keyword.
 GUID ClassIdOf(std::string_view keyword);

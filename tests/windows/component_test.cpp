@@ -1,0 +1,208 @@
+// A client of the registered component: it knows the platform and the public headers, nothing of the module itself.
+
+#include "sarvane/class_ids.h"
+#include "sarvane/com_ptr.h"
+#include "sarvane/operator.h"
+
+#include <comcat.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace sarvane::test {
+namespace {
+
+constexpr std::size_t ClassCount = 41;
+
+std::wstring Wide(const GUID& id) {
+    const std::u16string text = BracedText(id);
+    return {text.begin(), text.end()};
+}
+
+std::wstring Value(const std::wstring& key, const wchar_t* name = nullptr) {
+    wchar_t text[512];
+    DWORD bytes = sizeof text;
+    const LSTATUS error = RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &bytes);
+    return error == ERROR_SUCCESS ? text : L"none";
+}
+
+bool Exists(const std::wstring& key) {
+    HKEY handle = nullptr;
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &handle) != ERROR_SUCCESS) return false;
+    RegCloseKey(handle);
+    return true;
+}
+
+std::vector<GUID> ClassesOfCategory() {
+    ComPtr<ICatInformation> manager;
+    EXPECT_EQ(CoCreateInstance(CLSID_StdComponentCategoriesMgr, nullptr, CLSCTX_INPROC_SERVER, IID_ICatInformation,
+                               manager.Slot()),
+              S_OK);
+    ComPtr<IEnumCLSID> classes;
+    GUID category = CategoryId;
+    EXPECT_EQ(manager->EnumClassesOfCategories(1, &category, 0, nullptr, reinterpret_cast<IEnumGUID**>(classes.Slot())),
+              S_OK);
+    std::vector<GUID> ids;
+    for (GUID id; classes->Next(1, &id, nullptr) == S_OK;) ids.push_back(id);
+    return ids;
+}
+
+HRESULT Create(const GUID& id, const GUID& iid, void** object, IUnknown* outer = nullptr) {
+    return CoCreateInstance(id, outer, CLSCTX_INPROC_SERVER, iid, object);
+}
+
+struct Outer final : IUnknown {
+    STDMETHODIMP QueryInterface(const GUID& iid, void** object) override {
+        if (iid == IID_IZelmorOp && inner) return inner->QueryInterface(iid, object);
+        *object = iid == IID_IUnknown ? this : nullptr;
+        if (!*object) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
+    STDMETHODIMP_(ULONG) Release() override { return --references; }
+
+    ULONG references = 1;
+    IUnknown* inner = nullptr;
+};
+
+class Registered : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(CoInitialize(nullptr), S_OK); }
+    void TearDown() override { CoUninitialize(); }
+};
+
+TEST_F(Registered, EveryClassIsCreatedByIdAndByProgId) {
+    const std::set<std::wstring> takeBars = {L"BarAdd",  L"BarSub",  L"BarMul",  L"BarDiv", L"SBarAdd",
+                                             L"SBarSub", L"SBarMul", L"SBarDiv", L"TDREBO", L"VolStop"};
+    std::set<std::wstring> keywords;
+    for (const GUID& id : ClassesOfCategory()) {
+        const std::wstring key = L"CLSID\\" + Wide(id);
+        const std::wstring keyword = Value(key + L"\\Keyword");
+        SCOPED_TRACE(std::string(keyword.begin(), keyword.end()));
+        keywords.insert(keyword);
+        EXPECT_EQ(Value(key + L"\\InprocServer32", L"ThreadingModel"), L"Apartment");
+
+        wchar_t* progId = nullptr;
+        ASSERT_EQ(ProgIDFromCLSID(id, &progId), S_OK);
+        EXPECT_EQ(progId, Value(key + L"\\ProgID"));
+        CoTaskMemFree(progId);
+        // The name without a version leads to the one with it.
+        const std::wstring current = Value(Value(key + L"\\VersionIndependentProgID") + L"\\CurVer");
+        GUID found = {};
+        ASSERT_EQ(CLSIDFromProgID(current.c_str(), &found), S_OK);
+        EXPECT_TRUE(found == id);
+
+        ComPtr<IZelmorOp> op;
+        ComPtr<IZelmorOp2> bars;
+        ASSERT_EQ(Create(found, IID_IZelmorOp, op.Slot()), S_OK);
+        EXPECT_EQ(SUCCEEDED(op->QueryInterface(IID_IZelmorOp2, bars.Slot())), takeBars.contains(keyword));
+        TextSlot formula = nullptr;
+        ASSERT_EQ(op->GetFormula(&formula, nullptr), S_OK);
+        EXPECT_NE(std::u16string(formula), u"");
+        CoTaskMemFree(formula);
+    }
+    EXPECT_EQ(keywords.size(), ClassCount);
+}
+
+TEST_F(Registered, AnOperatorCalculates) {
+    ComPtr<IZelmorOp> average;
+    ASSERT_EQ(Create(ClassId::SimAvgOp, IID_IZelmorOp, average.Slot()), S_OK);
+    average->SetParameter(1, u"3", nullptr);
+    average->Reset(0, nullptr);
+    double out = 0.0;
+    for (const double close : {10.0, 11.0, 12.0, 14.5}) average->Calculate(1, &close, 1, &out);
+    EXPECT_EQ(out, 12.5);
+}
+
+TEST_F(Registered, EveryClassButOneIsAggregated) {
+    for (const GUID& id : ClassesOfCategory()) {
+        SCOPED_TRACE(id.Data1);
+        Outer outer;
+        void* object = nullptr;
+        const HRESULT status = Create(id, IID_IUnknown, &object, &outer);
+        if (id == ClassId::TrixOp) {
+            EXPECT_EQ(status, CLASS_E_NOAGGREGATION);
+            continue;
+        }
+        ASSERT_EQ(status, S_OK);
+        outer.inner = static_cast<IUnknown*>(object);
+        {
+            ComPtr<IZelmorOp> op;
+            ComPtr<IUnknown> identity;
+            ASSERT_EQ(outer.QueryInterface(IID_IZelmorOp, op.Slot()), S_OK);
+            EXPECT_EQ(outer.references, 2u);
+            ASSERT_EQ(op->QueryInterface(IID_IUnknown, identity.Slot()), S_OK);
+            EXPECT_EQ(identity.Get(), &outer);
+        }
+        EXPECT_EQ(outer.references, 1u);
+        EXPECT_EQ(outer.inner->Release(), 0u);
+    }
+}
+
+TEST_F(Registered, TheModuleGoesWithItsLastObject) {
+    ComPtr<IZelmorOp> op;
+    ASSERT_EQ(Create(ClassId::SimAvgOp, IID_IZelmorOp, op.Slot()), S_OK);
+    CoFreeUnusedLibrariesEx(0, 0);
+    EXPECT_NE(GetModuleHandleW(L"SARVANE.DLL"), nullptr);
+    op.Reset();
+    CoFreeUnusedLibrariesEx(0, 0);
+    EXPECT_EQ(GetModuleHandleW(L"SARVANE.DLL"), nullptr);
+}
+
+TEST_F(Registered, TheTypeLibraryListsTheClasses) {
+    ComPtr<ITypeLib> library;
+    ASSERT_EQ(LoadRegTypeLib(TypeLibraryId, 1, 0, 0, reinterpret_cast<ITypeLib**>(library.Slot())), S_OK);
+    BSTR name = nullptr, help = nullptr;
+    ASSERT_EQ(library->GetDocumentation(-1, &name, &help, nullptr, nullptr), S_OK);
+    EXPECT_STREQ(name, L"SARVANELib");
+    EXPECT_STREQ(help, L"sarvane 1.0 Type Library");
+    SysFreeString(name);
+    SysFreeString(help);
+
+    std::vector<std::wstring> names;
+    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
+        TYPEKIND kind = TKIND_MAX;
+        ASSERT_EQ(library->GetTypeInfoType(i, &kind), S_OK);
+        if (kind != TKIND_COCLASS) continue;
+        ASSERT_EQ(library->GetDocumentation(static_cast<INT>(i), &name, nullptr, nullptr, nullptr), S_OK);
+        names.emplace_back(name);
+        SysFreeString(name);
+    }
+    ASSERT_EQ(names.size(), ClassCount);
+    EXPECT_EQ(names.front(), L"SimAvgOp");
+    EXPECT_EQ(names[12], L"KasePermStochOp");
+    EXPECT_EQ(names.back(), L"ExHullAvgOp");
+}
+
+TEST_F(Registered, TheModuleHoldsTheScriptsByTheirIds) {
+    const std::wstring path = Value(L"CLSID\\" + Wide(ClassId::SimAvgOp) + L"\\InprocServer32");
+    const HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    ASSERT_NE(module, nullptr);
+    const std::map<WORD, std::string> keywords = {{101, "Sim"}, {132, "MedOp"}, {131, "SBarMul"}, {144, "ExHull"}};
+    for (const auto& [id, keyword] : keywords) {
+        const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(id), L"REGISTRY");
+        ASSERT_NE(found, nullptr) << id;
+        const auto* const text = static_cast<const char*>(LockResource(LoadResource(module, found)));
+        const std::string_view script(text, SizeofResource(module, found));
+        EXPECT_NE(script.find("Keyword = s '" + keyword + "'"), std::string_view::npos);
+    }
+    EXPECT_NE(FindResourceA(module, MAKEINTRESOURCEA(1), RT_VERSION), nullptr);
+    FreeLibrary(module);
+}
+
+// Run after the component was taken out of the registry.
+TEST(Removed, OnlyTheTypeLibraryStays) {
+    EXPECT_FALSE(Exists(L"CLSID\\" + Wide(ClassId::SimAvgOp)));
+    EXPECT_FALSE(Exists(L"SimAvgOp.SimAvgOp"));
+    EXPECT_FALSE(Exists(L"ExHullAvgOp.ExHullAvgOp.1"));
+    EXPECT_FALSE(Exists(L"Component Categories\\" + Wide(CategoryId)));
+    EXPECT_TRUE(Exists(L"CLSID"));
+    EXPECT_TRUE(Exists(L"Component Categories"));
+    EXPECT_TRUE(Exists(L"TypeLib\\" + Wide(TypeLibraryId) + L"\\1.0"));
+}
+
+}  // namespace
+}  // namespace sarvane::test

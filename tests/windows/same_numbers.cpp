@@ -1,0 +1,155 @@
+// Compares the numbers that two builds of the library give, to the last bit.
+//
+//     same_numbers write BARS FILE    runs every class over a file of bars and writes all outputs as bit patterns
+//     same_numbers compare FILE FILE  names the classes whose numbers differ; fails if others than those that take
+//                                     logarithms from the C library do
+
+#include "sarvane/com_ptr.h"
+#include "sarvane/operator.h"
+#include "server/class_table.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace sarvane::test {
+namespace {
+
+constexpr std::size_t Fields = 4;  // open, high, low, close
+using Bar = std::vector<double>;
+
+// The date and what stands behind the prices are not read.
+std::vector<Bar> ReadBars(const char* path) {
+    std::ifstream file(path);
+    std::string line;
+    std::getline(file, line);
+    std::vector<Bar> bars;
+    while (std::getline(file, line)) {
+        std::istringstream cells(line);
+        std::string cell;
+        std::getline(cells, cell, ',');
+        Bar bar;
+        while (bar.size() < Fields && std::getline(cells, cell, ',')) bar.push_back(std::strtod(cell.c_str(), nullptr));
+        bars.push_back(bar);
+    }
+    return bars;
+}
+
+std::size_t FieldOf(IZelmorOp& op, short input) {
+    TextSlot text = nullptr;
+    op.GetInputBarType(input, &text, nullptr);
+    const std::u16string type = text ? text : u"";
+    CoTaskMemFree(text);
+    return type == u"BAR_TYPE_OPEN" ? 0 : type == u"BAR_TYPE_HIGH" ? 1 : type == u"BAR_TYPE_LOW" ? 2 : 3;
+}
+
+using Arguments = std::vector<const char16_t*>;  // from argument 1 on
+
+// A run over all bars, with a gap here and there, and with a step back now and then.
+void WriteRun(std::FILE* file, const ClassEntry& entry, const Arguments& arguments, const std::vector<Bar>& bars) {
+    ComPtr<IZelmorOp> op;
+    ComPtr<IZelmorOp2> barOp;
+    if (!entry.create || FAILED(entry.create(nullptr, IID_IZelmorOp, op.Slot()))) return;
+    op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        TextSlot error = nullptr;
+        op->SetParameter(static_cast<short>(i + 1), arguments[i], &error);
+        CoTaskMemFree(error);
+    }
+    ushort inputs = 0, outputs = 0;
+    op->GetInputCount(&inputs, nullptr);
+    op->GetOutputCount(&outputs, nullptr);
+    std::vector<std::size_t> fields;
+    for (short input = 0; input < inputs; ++input) fields.push_back(FieldOf(*op.Get(), input));
+
+    std::vector<double> in(inputs), out(outputs);
+    const int last = static_cast<int>(bars.size()) - 1;
+    barOp ? barOp->ResetBar(1, last, 0, nullptr) : op->Reset(0, nullptr);
+    for (int index = 0; index <= last; ++index) {
+        const Bar& bar = bars[static_cast<std::size_t>(index)];
+        for (std::size_t i = 0; i < in.size(); ++i) in[i] = index % 97 == 96 ? UndefinedValue : bar[fields[i]];
+        const auto calculate = [&] {
+            barOp ? barOp->CalculateBar(index, inputs, in.data(), outputs, out.data())
+                  : op->Calculate(inputs, in.data(), outputs, out.data());
+        };
+        if (index % 50 == 49) {
+            op->SaveState(1);
+            calculate();
+            op->RestoreState(1);
+        }
+        calculate();
+        std::fputs(entry.keyword, file);
+        for (const double value : out)
+            std::fprintf(file, " %016llx", static_cast<unsigned long long>(std::bit_cast<std::uint64_t>(value)));
+        std::fputc('\n', file);
+    }
+}
+
+int Write(const char* barFile, const char* path) {
+    const std::vector<Bar> bars = ReadBars(barFile);
+    std::FILE* const file = std::fopen(path, "wb");
+    if (bars.empty() || !file) return 1;
+    const Arguments settings[] = {{},
+                                  {u"5"},
+                                  {u"14", u"3"},
+                                  {u"10", u"5", u"3"},
+                                  {u"0.1", u"0.3", u"0.2"},
+                                  {u"21", u"8", u"5", u"3", u"2", u"1"}};
+    for (const ClassEntry& entry : ClassTable()) {
+        for (const Arguments& arguments : settings) WriteRun(file, entry, arguments, bars);
+    }
+    return std::fclose(file) == 0 ? 0 : 1;
+}
+
+double Value(const std::string& bits) { return std::bit_cast<double>(std::uint64_t{std::stoull(bits, nullptr, 16)}); }
+
+int Compare(const char* firstPath, const char* secondPath) {
+    const std::set<std::string> takeLogarithms = {"Trix", "KasePeakOsc"};
+    std::ifstream first(firstPath), second(secondPath);
+    std::map<std::string, double> differences;  // the greatest of each class, in relation to the value
+    std::size_t lines = 0;
+    std::string one, other;
+    while (std::getline(first, one)) {
+        ++lines;
+        if (!std::getline(second, other)) break;
+        if (one == other) continue;
+        std::istringstream ones(one), others(other);
+        std::string keyword, a, b;
+        ones >> keyword;
+        others >> b;
+        double& greatest = differences[keyword];
+        while (ones >> a && others >> b) {
+            if (a == b) continue;
+            const double size = std::max(std::abs(Value(a)), std::abs(Value(b)));
+            greatest = std::max(greatest, std::abs(Value(a) - Value(b)) / size);
+        }
+    }
+    if (lines == 0 || second.eof() || std::getline(second, other)) {
+        std::puts("the files do not go together");
+        return 1;
+    }
+    bool good = true;
+    for (const auto& [keyword, greatest] : differences) {
+        std::printf("%s differs by a relative %.3g at most\n", keyword.c_str(), greatest);
+        good = good && takeLogarithms.contains(keyword);
+    }
+    std::printf("%zu bars compared, %zu classes differ\n", lines, differences.size());
+    return good ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace sarvane::test
+
+int main(int argc, char** argv) {
+    if (argc != 4) return 2;
+    return std::string(argv[1]) == "write" ? sarvane::test::Write(argv[2], argv[3])
+                                           : sarvane::test::Compare(argv[2], argv[3]);
+}
