@@ -21,7 +21,7 @@ std::string Ascii(std::u16string_view text) {
 
 bool HasSecondInterface(const ClassEntry& entry) {
     void* object = nullptr;
-    if (!entry.create || FAILED(entry.create(nullptr, IID_IZelmorOp2, &object))) return false;
+    if (FAILED(entry.create(nullptr, IID_IZelmorOp2, &object))) return false;
     static_cast<IUnknown*>(object)->Release();
     return true;
 }

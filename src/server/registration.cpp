@@ -67,7 +67,7 @@ struct ScriptKey {
 };
 
 struct Word {
-    std::u16string_view text;
+    std::u16string text;
     bool quoted;
 
     bool Is(std::u16string_view bare) const { return !quoted && text == bare; }
@@ -83,15 +83,15 @@ std::vector<Word> SplitWords(std::u16string_view script) {
         const bool quoted = script.front() == u'\'';
         if (quoted) script.remove_prefix(1);
         const std::size_t end = std::min(quoted ? script.find(u'\'') : script.find_first_of(WhiteSpace), script.size());
-        words.push_back({script.substr(0, end), quoted});
+        words.push_back({std::u16string(script.substr(0, end)), quoted});
         script.remove_prefix(std::min(end + (quoted ? 1 : 0), script.size()));
     }
 }
 
-// Turns words into keys. A false result means that they are no script.
+// Turns words into keys, which refer to the words' texts. A false result means that they are no script.
 class ScriptReader {
 public:
-    explicit ScriptReader(std::vector<Word> script) : words(std::move(script)) {}
+    explicit ScriptReader(const std::vector<Word>& script) : words(script) {}
 
     bool Read(ScriptKey& root) { return Take(u"HKCR") && Take(u"{") && ReadBlock(root) && next == words.size(); }
 
@@ -127,7 +127,7 @@ private:
         return true;
     }
 
-    std::vector<Word> words;
+    const std::vector<Word>& words;
     std::size_t next = 0;
 };
 
@@ -168,9 +168,11 @@ std::u16string RegistrationScript(const ClassEntry& entry) {
 }
 
 HRESULT RunScript(std::u16string_view script, std::u16string_view modulePath, Direction direction) {
-    const std::u16string filled = Replaced(script, u"%MODULE%", modulePath);
+    // Filled in word by word: a path may have white space and apostrophes.
+    std::vector<Word> words = SplitWords(script);
+    for (Word& word : words) word.text = Replaced(word.text, u"%MODULE%", modulePath);
     ScriptKey root;
-    if (!ScriptReader(SplitWords(filled)).Read(root)) return E_FAIL;
+    if (!ScriptReader(words).Read(root)) return E_FAIL;
     return direction == Direction::Register ? RegisterKeys(root.keys, u"") : RemoveKeys(root.keys, u"");
 }
 

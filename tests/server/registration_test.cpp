@@ -63,13 +63,13 @@ TEST_F(Registration, ForceRemoveClearsWhatStoodThere) {
     constexpr std::u16string_view second = u"HKCR { ForceRemove Key = s '%MODULE%' { val 'Other Name' = s 'e' } }";
     EXPECT_EQ(RunScript(first, u"", Direction::Register), S_OK);
     EXPECT_EQ(Value("Key", "Name"), "c");
-    EXPECT_EQ(RunScript(second, u"a path", Direction::Register), S_OK);
-    EXPECT_EQ(Value("Key"), "a path");
+    EXPECT_EQ(RunScript(second, u"An owner's path", Direction::Register), S_OK);
+    EXPECT_EQ(Value("Key"), "An owner's path");
     EXPECT_EQ(Subkeys("Key"), "");
     EXPECT_EQ(Value("Key", "Name"), "none");
     EXPECT_EQ(Value("Key", "Other Name"), "e");
     EXPECT_EQ(RunScript(u"HKCR { NoRemove Key { val 'Other Name' = s 'e' } }", u"", Direction::Remove), S_OK);
-    EXPECT_EQ(Value("Key"), "a path");
+    EXPECT_EQ(Value("Key"), "An owner's path");
     EXPECT_EQ(Value("Key", "Other Name"), "none");
     EXPECT_EQ(RunScript(second, u"", Direction::Remove), S_OK);
     EXPECT_EQ(Value("Key"), "none");

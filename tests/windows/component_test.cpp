@@ -53,6 +53,29 @@ HRESULT Create(const GUID& id, const GUID& iid, void** object, IUnknown* outer =
     return CoCreateInstance(id, outer, CLSCTX_INPROC_SERVER, iid, object);
 }
 
+ComPtr<ITypeLib> RegisteredTypeLibrary() {
+    ComPtr<ITypeLib> library;
+    EXPECT_EQ(LoadRegTypeLib(TypeLibraryId, 1, 0, 0, reinterpret_cast<ITypeLib**>(library.Slot())), S_OK);
+    return library;
+}
+
+// Names and ids in the library's order.
+std::vector<std::pair<std::wstring, GUID>> CoClasses(ITypeLib& library) {
+    std::vector<std::pair<std::wstring, GUID>> classes;
+    for (UINT i = 0; i < library.GetTypeInfoCount(); ++i) {
+        ComPtr<ITypeInfo> info;
+        TYPEATTR* attributes = nullptr;
+        BSTR name = nullptr;
+        EXPECT_EQ(library.GetTypeInfo(i, reinterpret_cast<ITypeInfo**>(info.Slot())), S_OK);
+        EXPECT_EQ(info->GetTypeAttr(&attributes), S_OK);
+        EXPECT_EQ(info->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr), S_OK);
+        if (attributes->typekind == TKIND_COCLASS) classes.emplace_back(name, attributes->guid);
+        SysFreeString(name);
+        info->ReleaseTypeAttr(attributes);
+    }
+    return classes;
+}
+
 struct Outer final : IUnknown {
     STDMETHODIMP QueryInterface(const GUID& iid, void** object) override {
         if (iid == IID_IZelmorOp && inner) return inner->QueryInterface(iid, object);
@@ -153,8 +176,8 @@ TEST_F(Registered, TheModuleGoesWithItsLastObject) {
 }
 
 TEST_F(Registered, TheTypeLibraryListsTheClasses) {
-    ComPtr<ITypeLib> library;
-    ASSERT_EQ(LoadRegTypeLib(TypeLibraryId, 1, 0, 0, reinterpret_cast<ITypeLib**>(library.Slot())), S_OK);
+    const ComPtr<ITypeLib> library = RegisteredTypeLibrary();
+    ASSERT_TRUE(library);
     BSTR name = nullptr, help = nullptr;
     ASSERT_EQ(library->GetDocumentation(-1, &name, &help, nullptr, nullptr), S_OK);
     EXPECT_STREQ(name, L"SARVANELib");
@@ -162,19 +185,11 @@ TEST_F(Registered, TheTypeLibraryListsTheClasses) {
     SysFreeString(name);
     SysFreeString(help);
 
-    std::vector<std::wstring> names;
-    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-        TYPEKIND kind = TKIND_MAX;
-        ASSERT_EQ(library->GetTypeInfoType(i, &kind), S_OK);
-        if (kind != TKIND_COCLASS) continue;
-        ASSERT_EQ(library->GetDocumentation(static_cast<INT>(i), &name, nullptr, nullptr, nullptr), S_OK);
-        names.emplace_back(name);
-        SysFreeString(name);
-    }
-    ASSERT_EQ(names.size(), ClassCount);
-    EXPECT_EQ(names.front(), L"SimAvgOp");
-    EXPECT_EQ(names[12], L"KasePermStochOp");
-    EXPECT_EQ(names.back(), L"ExHullAvgOp");
+    const auto classes = CoClasses(*library.Get());
+    ASSERT_EQ(classes.size(), ClassCount);
+    EXPECT_EQ(classes.front().first, L"SimAvgOp");
+    EXPECT_EQ(classes[12].first, L"KasePermStochOp");
+    EXPECT_EQ(classes.back().first, L"ExHullAvgOp");
 }
 
 TEST_F(Registered, TheModuleHoldsTheScriptsByTheirIds) {
@@ -195,13 +210,17 @@ TEST_F(Registered, TheModuleHoldsTheScriptsByTheirIds) {
 
 // Run after the component was taken out of the registry.
 TEST(Removed, OnlyTheTypeLibraryStays) {
-    EXPECT_FALSE(Exists(L"CLSID\\" + Wide(ClassId::SimAvgOp)));
-    EXPECT_FALSE(Exists(L"SimAvgOp.SimAvgOp"));
-    EXPECT_FALSE(Exists(L"ExHullAvgOp.ExHullAvgOp.1"));
+    const ComPtr<ITypeLib> library = RegisteredTypeLibrary();
+    ASSERT_TRUE(library);
+    const auto classes = CoClasses(*library.Get());
+    ASSERT_EQ(classes.size(), ClassCount);
+    for (const auto& [name, id] : classes) {
+        for (const std::wstring& key : {L"CLSID\\" + Wide(id), name + L"." + name, name + L"." + name + L".1"})
+            EXPECT_FALSE(Exists(key)) << std::string(key.begin(), key.end());
+    }
     EXPECT_FALSE(Exists(L"Component Categories\\" + Wide(CategoryId)));
     EXPECT_TRUE(Exists(L"CLSID"));
     EXPECT_TRUE(Exists(L"Component Categories"));
-    EXPECT_TRUE(Exists(L"TypeLib\\" + Wide(TypeLibraryId) + L"\\1.0"));
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ using Arguments = std::vector<const char16_t*>;  // from argument 1 on
 void WriteRun(std::FILE* file, const ClassEntry& entry, const Arguments& arguments, const std::vector<Bar>& bars) {
     ComPtr<IZelmorOp> op;
     ComPtr<IZelmorOp2> barOp;
-    if (!entry.create || FAILED(entry.create(nullptr, IID_IZelmorOp, op.Slot()))) return;
+    if (FAILED(entry.create(nullptr, IID_IZelmorOp, op.Slot()))) std::abort();
     op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         TextSlot error = nullptr;
