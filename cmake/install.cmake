@@ -9,6 +9,9 @@ target_compile_features(sarvane PUBLIC cxx_std_20)
 install(TARGETS sarvane EXPORT sarvane INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS study)
 install(DIRECTORY include/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(WIN32)  # in the place of one of these
+  install(DIRECTORY src/platform/windows/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endif()
 install(FILES LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 

@@ -1,17 +1,10 @@
 # SARVANE.DLL. Included by the top-level file.
 
-# Headers of libraries that consist of nothing else, by themselves: the rest of the build machine's headers stays unseen.
-set(shared_headers ${CMAKE_BINARY_DIR}/shared_headers)
-file(MAKE_DIRECTORY ${shared_headers})
-foreach(name boost)
-  file(CREATE_LINK /usr/include/${name} ${shared_headers}/${name} SYMBOLIC)
+add_compile_definitions(NOMINMAX _WIN32_WINNT=0x0A00 _FILE_OFFSET_BITS=64)
+foreach(target sarvane_objects sarvane)
+  target_include_directories(${target} BEFORE PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/src/platform/windows>)
+  target_link_libraries(${target} PUBLIC ole32 oleaut32 uuid)
 endforeach()
-
-add_compile_definitions(NOMINMAX _WIN32_WINNT=0x0601)
-target_sources(sarvane_objects PRIVATE src/platform/platform_windows.cpp)
-target_include_directories(sarvane_objects BEFORE PUBLIC src/platform/windows)
-target_include_directories(sarvane_objects SYSTEM PUBLIC ${shared_headers})
-target_link_libraries(sarvane_objects PUBLIC ole32 oleaut32 uuid)
 
 target_sources(sarvane PRIVATE src/platform/exports_windows.def)
 set_target_properties(sarvane PROPERTIES PREFIX "" OUTPUT_NAME SARVANE SUFFIX .DLL)
@@ -50,14 +43,5 @@ add_custom_command(
   DEPENDS ${resource_sources}/sarvane.rc ${resources}/scripts.rc ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/sarvane.tlb
   VERBATIM)
 set_source_files_properties(${resources}/sarvane.o PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
-target_sources(sarvane PRIVATE ${resources}/sarvane.o)
-
-# The test framework comes as source, which builds for any system.
-if(SARVANE_TESTS)
-  set(googletest /usr/src/googletest/googletest)
-  add_library(gtest_main STATIC ${googletest}/src/gtest-all.cc ${googletest}/src/gtest_main.cc)
-  target_include_directories(gtest_main PRIVATE ${googletest})
-  target_include_directories(gtest_main SYSTEM PUBLIC ${googletest}/include)
-  target_compile_options(gtest_main PRIVATE -w)
-  add_library(GTest::gtest_main ALIAS gtest_main)
-endif()
+set(module_resources ${resources}/sarvane.o)
+target_sources(sarvane PRIVATE ${module_resources})

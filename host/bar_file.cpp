@@ -1,6 +1,7 @@
 #include "bar_file.h"
 
 #include "failure.h"
+#include "path.h"
 #include "progress.h"
 
 #include <cerrno>
@@ -18,9 +19,9 @@ struct CloseFile {
 }  // namespace
 
 BarFile::BarFile(const std::filesystem::path& path) {
-    RowReader reader(path.string());
+    RowReader reader(TextOf(path));
     const std::string& name = reader.Header().name;
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(TextOf(path).c_str(), "rb"));
     if (!file) Fail("{}: {}", name, std::strerror(errno));
     std::error_code unknown;
     const auto size = std::filesystem::file_size(path, unknown);

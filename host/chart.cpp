@@ -2,25 +2,17 @@
 
 #include "chart_template.h"
 #include "failure.h"
+#include "path.h"
+#include "platform/system.h"
 #include "progress.h"
 #include "sarvane/chart_label.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
-
-extern char** environ;
 
 namespace sarvane::study {
 namespace {
@@ -153,7 +145,7 @@ public:
         }
         for (const auto& [bar, expression, text, pointsDown] : labels)
             marks.push_back({{"bar", bar}, {"expression", expression}, {"text", text}, {"down", pointsDown}});
-        return {{"title", fs::path(bars.Name()).filename().string()},
+        return {{"title", TextOf(PathOf(bars.Name()).filename())},
                 {"dates", std::move(dates)},
                 {"prices", std::move(prices)},
                 {"studies", std::move(studies)},
@@ -200,11 +192,7 @@ std::string ScriptJson(const json& data) {
 
 class TemporaryFolder {
 public:
-    TemporaryFolder() {
-        std::string name = (fs::temp_directory_path() / "study-XXXXXX").string();
-        if (!mkdtemp(name.data())) Fail("{}: {}", name, std::strerror(errno));
-        path = name;
-    }
+    TemporaryFolder() : path(MakeTemporaryFolder()) {}
     ~TemporaryFolder() {
         std::error_code leftBehind;
         fs::remove_all(path, leftBehind);
@@ -218,58 +206,16 @@ private:
     fs::path path;
 };
 
-constexpr std::string_view Browsers[] = {"chromium", "chromium-browser", "google-chrome", "google-chrome-stable"};
-
-std::optional<std::string> FindBrowser() {
-    const char* const known = std::getenv("PATH");
-    const std::string_view folders = known ? known : "";
-    for (const std::string_view browser : Browsers) {
-        for (std::size_t begin = 0; begin < folders.size();) {
-            const std::size_t end = std::min(folders.find(':', begin), folders.size());
-            const fs::path file = fs::path(folders.substr(begin, end - begin)) / browser;
-            if (access(file.c_str(), X_OK) == 0) return file.string();
-            begin = end + 1;
-        }
-    }
-    return std::nullopt;
-}
-
 std::string FileUrl(const fs::path& file) {
-    std::string url = "file://";
-    for (const char c : fs::absolute(file).string()) {
-        if (std::isalnum(static_cast<unsigned char>(c)) || std::strchr("/-_.", c))
+    const std::string path = TextOf(fs::absolute(file).generic_u8string());
+    std::string url = path.starts_with('/') ? "file://" : "file:///";
+    for (const char c : path) {
+        if (std::isalnum(static_cast<unsigned char>(c)) || std::strchr("/-_.:", c))
             url += c;
         else
             url += fmt::format("%{:02X}", static_cast<unsigned char>(c));
     }
     return url;
-}
-
-// Runs a program without its output. False if it fails or takes longer than a minute.
-bool RunSilently(std::vector<std::string> words) {
-    std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
-        posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
-    pid_t child = 0;
-    const int error = posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) return false;
-
-    using Clock = std::chrono::steady_clock;
-    int status = 0;
-    for (const auto end = Clock::now() + std::chrono::minutes(1); Clock::now() < end;) {
-        if (waitpid(child, &status, WNOHANG) != 0) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return false;
 }
 
 }  // namespace
@@ -298,38 +244,31 @@ ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& sett
 
 void WritePage(const fs::path& file, const ChartPage& page) {
     std::ofstream stream(file, std::ios::binary);
-    if (!stream) Fail("{}: {}", file.string(), std::strerror(errno));
+    if (!stream) Fail("{}: {}", TextOf(file), std::strerror(errno));
     stream << page.html;
     stream.close();
-    if (!stream) Fail("{}: not all could be written", file.string());
+    if (!stream) Fail("{}: not all could be written", TextOf(file));
 }
 
 void PaintPicture(const fs::path& file, const ChartPage& page, int width) {
-    const auto browser = FindBrowser();
-    if (!browser) Fail("{}: no picture, for that takes Chromium, and none is installed", file.string());
+    std::vector<std::string> words = BrowserCommand();
+    if (words.empty()) Fail("{}: no picture, for that takes Chromium, and none is installed", TextOf(file));
     const TemporaryFolder folder;
     const fs::path html = folder.Path() / "chart.html", picture = folder.Path() / "chart.png";
     WritePage(html, page);
-    std::vector<std::string> words = {*browser,
-                                      "--headless",
-                                      "--disable-gpu",
-                                      "--disable-quic",
-                                      "--no-first-run",
-                                      "--disable-background-networking",
-                                      "--disable-component-update",
-                                      "--disable-sync",
-                                      "--hide-scrollbars",
-                                      "--force-device-scale-factor=1",
-                                      "--virtual-time-budget=3000",
-                                      fmt::format("--user-data-dir={}", (folder.Path() / "profile").string()),
-                                      fmt::format("--window-size={},{}", width, page.height),
-                                      fmt::format("--screenshot={}", picture.string())};
-    if (geteuid() == 0) words.push_back("--no-sandbox");  // which root can't have
-    words.push_back(FileUrl(html) + "#picture");
-    if (!RunSilently(words) || !fs::exists(picture)) Fail("{}: {} painted no picture", file.string(), *browser);
+    const std::string browser = words.front();
+    std::ranges::copy(
+        std::initializer_list<std::string>{
+            "--headless", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
+            "--disable-component-update", "--disable-sync", "--hide-scrollbars", "--force-device-scale-factor=1",
+            "--virtual-time-budget=3000", fmt::format("--user-data-dir={}", TextOf(folder.Path() / "profile")),
+            fmt::format("--window-size={},{}", width, page.height), fmt::format("--screenshot={}", TextOf(picture)),
+            FileUrl(html) + "#picture"},
+        std::back_inserter(words));
+    if (!RunSilently(words) || !fs::exists(picture)) Fail("{}: {} painted no picture", TextOf(file), browser);
     std::error_code error;
     fs::copy_file(picture, file, fs::copy_options::overwrite_existing, error);
-    if (error) Fail("{}: {}", file.string(), error.message());
+    if (error) Fail("{}: {}", TextOf(file), error.message());
 }
 
 }  // namespace sarvane::study

@@ -2,41 +2,20 @@
 
 #include "failure.h"
 #include "sarvane/class_ids.h"
-#include "sarvane/registry.h"
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/locale/encoding_utf.hpp>
-#include <dlfcn.h>
 #include <fmt/ranges.h>
 #include <numeric>
 
 namespace sarvane::study {
 namespace {
 
-constexpr const char* LibraryName = "libsarvane.so";
-
 constexpr int HistoryIndex = -1, DigitsIndex = -2;
 
 std::string Utf8(std::u16string_view text) {
     return boost::locale::conv::utf_to_utf<char>(text.data(), text.data() + text.size());
-}
-
-template <class Function>
-Function* Exported(void* module, const char* name) {
-    void* const address = dlsym(module, name);
-    if (!address) Fail("the library does not export {}", name);
-    return reinterpret_cast<Function*>(address);
-}
-
-// Beside the program, or in the `lib` beside its `bin`; else wherever the system looks.
-std::filesystem::path Located() {
-    std::error_code error;
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    for (const auto& file : {folder / LibraryName, folder.parent_path() / "lib" / LibraryName}) {
-        if (!error && std::filesystem::exists(file)) return file;
-    }
-    return LibraryName;
 }
 
 // Letters to insert, remove or change until `a` is `b`.
@@ -57,13 +36,6 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-struct Library::Functions {
-    decltype(DllGetClassObject)* getClassObject;
-    decltype(CoTaskMemFree)* freeMemory;
-    decltype(SarvaneReadRegistryValue)* readValue;
-    decltype(SarvaneReadRegistryKey)* readKey;
-};
-
 std::u16string Utf16(std::string_view utf8) {
     return boost::locale::conv::utf_to_utf<char16_t>(utf8.data(), utf8.data() + utf8.size());
 }
@@ -72,23 +44,12 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
     return boost::algorithm::iequals(a, b, std::locale::classic());
 }
 
-Library::Library(std::filesystem::path file) {
-    if (file.empty()) file = Located();
-    module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!module) Fail("cannot load the operator library: {}", dlerror());
-    functions = std::make_unique<Functions>(
-        Functions{Exported<decltype(DllGetClassObject)>(module, "DllGetClassObject"),
-                  Exported<decltype(CoTaskMemFree)>(module, "CoTaskMemFree"),
-                  Exported<decltype(SarvaneReadRegistryValue)>(module, "SarvaneReadRegistryValue"),
-                  Exported<decltype(SarvaneReadRegistryKey)>(module, "SarvaneReadRegistryKey")});
-    const HRESULT status = Exported<decltype(DllRegisterServer)>(module, "DllRegisterServer")();
-    if (FAILED(status)) Fail("the operator library does not register: status {:#010x}", static_cast<ULONG>(status));
-
-    const std::string category = Utf8(BracedText(CategoryId));
-    for (const std::string& id : ReadKeys("CLSID")) {
-        const std::string key = "CLSID\\" + id;
+Library::Library(const std::filesystem::path& file) : module(file) {
+    const std::u16string category = BracedText(CategoryId);
+    for (const std::u16string& wideId : module.ReadKeys(u"CLSID")) {
+        const std::string id = Utf8(wideId), key = "CLSID\\" + id;
         const auto guid = ParsedId(std::string_view(id));
-        const auto categories = ReadKeys(key + "\\Implemented Categories");
+        const auto categories = module.ReadKeys(Utf16(key + "\\Implemented Categories"));
         if (!guid || std::ranges::find(categories, category) == categories.end()) continue;
         const std::string progId = ReadValue(key + "\\VersionIndependentProgID");
         classes.push_back({ReadValue(key + "\\Keyword"), progId.substr(0, progId.find('.')), id, *guid});
@@ -96,22 +57,7 @@ Library::Library(std::filesystem::path file) {
     std::ranges::sort(classes, {}, &OperatorClass::keyword);
 }
 
-Library::~Library() { dlclose(module); }
-
-std::string Library::ReadValue(const std::string& key) const {
-    TextSlot text = nullptr;
-    functions->readValue(Utf16(key).c_str(), nullptr, &text);
-    return Take(text);
-}
-
-std::vector<std::string> Library::ReadKeys(const std::string& key) const {
-    const std::u16string wideKey = Utf16(key);
-    std::vector<std::string> names;
-    TextSlot name = nullptr;
-    while (functions->readKey(wideKey.c_str(), static_cast<uint>(names.size()), &name) == S_OK)
-        names.push_back(Take(name));
-    return names;
-}
+std::string Library::ReadValue(const std::string& key) const { return Utf8(module.ReadValue(Utf16(key))); }
 
 const OperatorClass* Library::Find(std::string_view keyword) const {
     const auto found =
@@ -142,7 +88,7 @@ const OperatorClass& Library::FindOrFail(std::string_view keyword) const {
 ComPtr<IZelmorOp> Library::Create(const OperatorClass& operatorClass, const OperatorSettings& settings) const {
     ComPtr<IClassFactory> factory;
     ComPtr<IZelmorOp> created;
-    HRESULT status = functions->getClassObject(operatorClass.guid, IID_IClassFactory, factory.Slot());
+    HRESULT status = module.GetClassObject(operatorClass.guid, IID_IClassFactory, factory.Slot());
     if (SUCCEEDED(status)) status = factory->CreateInstance(nullptr, IID_IZelmorOp, created.Slot());
     if (FAILED(status)) {
         Fail("{} cannot be created: status {:#010x}", operatorClass.keyword, static_cast<ULONG>(status));
@@ -167,7 +113,7 @@ std::string Library::SetArgument(IZelmorOp& op, int index, std::string_view text
 std::string Library::Take(TextSlot text) const {
     if (!text) return {};
     const std::string taken = Utf8(text);
-    functions->freeMemory(text);
+    module.FreeMemory(text);
     return taken;
 }
 

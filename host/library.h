@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/operator_module.h"
 #include "sarvane/com_ptr.h"
 #include "sarvane/operator.h"
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,14 +26,11 @@ struct OperatorSettings {
     std::optional<int> digits = {};  // of precision, for the averages that round
 };
 
-// The loaded operator library, reached through its exported functions.
+// The operators of a loaded library.
 class Library {
 public:
     // Without a path, the one beside the program or in the system's library folders.
-    explicit Library(std::filesystem::path file = {});
-    ~Library();
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
+    explicit Library(const std::filesystem::path& file = {});
 
     // Ordered by keyword.
     const std::vector<OperatorClass>& Classes() const { return classes; }
@@ -54,13 +51,9 @@ public:
     std::string Take(TextSlot text) const;
 
 private:
-    struct Functions;
-
     std::string ReadValue(const std::string& key) const;
-    std::vector<std::string> ReadKeys(const std::string& key) const;
 
-    void* module = nullptr;
-    std::unique_ptr<Functions> functions;
+    OperatorModule module;
     std::vector<OperatorClass> classes;
 };
 

@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "growing_file.h"
+#include "platform/system.h"
 #include "table.h"
 
 #include <algorithm>
@@ -10,19 +11,12 @@
 #include <cmath>
 #include <cstdio>
 #include <fmt/ranges.h>
-#include <malloc.h>
 #include <optional>
 
 namespace sarvane::study {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// Walks the lists of free blocks, which can be long: not for every bar.
-std::int64_t AllocatedBytes() {
-    const auto use = mallinfo2();
-    return static_cast<std::int64_t>(use.uordblks + use.hblkhd);
-}
 
 // Texts of dates compare as dates where a year of four digits comes first. Of others this is not known.
 bool IsEarlier(std::string_view date, std::string_view than) {

@@ -3,6 +3,8 @@
 #include "chart.h"
 #include "failure.h"
 #include "live.h"
+#include "path.h"
+#include "platform/system.h"
 #include "progress.h"
 #include "replay.h"
 #include "table.h"
@@ -36,7 +38,7 @@ struct Options {
 };
 
 void List(const Options& options) {
-    const Library library(options.library);
+    const Library library(PathOf(options.library));
     if (options.json)
         fmt::print("{}\n", ListJson(library).dump(2));
     else
@@ -44,7 +46,7 @@ void List(const Options& options) {
 }
 
 void DescribeOne(const Options& options) {
-    const Library library(options.library);
+    const Library library(PathOf(options.library));
     const OperatorSettings& operators = options.settings.operators;
     if (options.json)
         fmt::print("{}\n", DescribeJson(library, options.keyword, options.arguments, operators).dump(2));
@@ -53,8 +55,8 @@ void DescribeOne(const Options& options) {
 }
 
 void Run(const Options& options) {
-    const Library library(options.library);
-    const BarFile bars(options.barFile);
+    const Library library(PathOf(options.library));
+    const BarFile bars(PathOf(options.barFile));
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, options.allOutputs);
 
@@ -77,14 +79,14 @@ void Run(const Options& options) {
 }
 
 void RunLive(const Options& options) {
-    const Library library(options.library);
+    const Library library(PathOf(options.library));
     RunLive(library, options.barFile, options.expressions, options.allOutputs, options.settings,
             options.snapshotDistance, !options.noFollow);
 }
 
 void ReplayAll(const Options& options) {
-    const Library library(options.library);
-    const BarFile bars(options.barFile);
+    const Library library(PathOf(options.library));
+    const BarFile bars(PathOf(options.barFile));
     std::size_t different = 0;
     for (const std::string& expression : options.expressions) {
         const ReplayResult result = Replay(library, bars, expression, options.settings, options.ticks);
@@ -110,21 +112,22 @@ void AddRunSettings(CLI::App& command, Options& options) {
 }
 
 void DrawOne(const Options& options) {
-    const Library library(options.library);
-    const BarFile bars(options.barFile);
+    const Library library(PathOf(options.library));
+    const BarFile bars(PathOf(options.barFile));
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, true);
     const ChartPage page = DrawChart(bars, study, {options.theme, options.last});
-    if (!options.output.empty()) WritePage(options.output, page);
-    if (!options.picture.empty()) PaintPicture(options.picture, page, options.pictureWidth);
+    if (!options.output.empty()) WritePage(PathOf(options.output), page);
+    if (!options.picture.empty()) PaintPicture(PathOf(options.picture), page, options.pictureWidth);
 }
 
 int Main(int argc, char** argv) {
+    PrepareStreams();
     Options options;
     CLI::App app("Runs technical-analysis expressions over files of bars.", "study");
     app.require_subcommand(1);
-    app.add_option("--library", options.library, "the operator library, if not the one beside this program")
-        ->check(CLI::ExistingFile);
+    app.allow_windows_style_options(false);  // a path may begin with a slash
+    app.add_option("--library", options.library, "the operator library, if not the one beside this program");
 
     CLI::App* const list = app.add_subcommand("list", "all operators: keyword, class, inputs, parameters, outputs");
     list->add_flag("--json", options.json, "for programs");

@@ -1,14 +1,15 @@
 #include "progress.h"
 
+#include "platform/system.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
-#include <unistd.h>
 
 namespace sarvane::study {
 
 Progress::Progress(std::string what, double whole)
-    : label(std::move(what)), total(whole), terminal(isatty(STDERR_FILENO) != 0),
+    : label(std::move(what)), total(whole), terminal(CanRedrawErrors()),
       nextDrawing(std::chrono::steady_clock::now() + std::chrono::seconds(1)) {}
 
 Progress::~Progress() { Hide(); }

@@ -24,7 +24,7 @@ struct Checked {
     Checked(const Checked& source) : ring(source.ring) { Follow(source); }
     ~Checked() { Leave(); }
 
-    long Start() const { return end - std::ssize(contents); }
+    std::ptrdiff_t Start() const { return end - std::ssize(contents); }
     const Checked* Sharer() const { return buffer->owner == this ? buffer->joined : buffer->owner; }
     void Leave() {
         if (buffer) *buffer = {buffer->capacity, Sharer(), nullptr, nullptr};
@@ -64,7 +64,7 @@ struct Checked {
     HistoryRing ring;
     std::shared_ptr<Buffer> buffer;
     std::deque<double> contents;
-    long end = 0;  // position behind the newest element
+    std::ptrdiff_t end = 0;  // position behind the newest element
 };
 
 TEST(HistoryRing, SharesItsBufferLikeTheModel) {

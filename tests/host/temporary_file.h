@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -22,6 +23,11 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const std::filesystem::path& Path() const { return path; }
+    std::string Content() const {
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    }
 
 private:
     std::filesystem::path path;

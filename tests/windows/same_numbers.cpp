@@ -1,20 +1,25 @@
 // Compares the numbers that two builds of the library give, to the last bit.
 //
-//     same_numbers write BARS FILE    runs every class over a file of bars and writes all outputs as bit patterns
-//     same_numbers compare FILE FILE  names the classes whose numbers differ; fails if others than those that take
-//                                     logarithms from the C library do
+//     same_numbers write BARS FILE    runs every class over a file of bars, reads and writes texts and rounds, and
+//                                     writes all results as bit patterns
+//     same_numbers compare FILE FILE  names what differs; fails if anything but the classes that take logarithms from
+//                                     the C library does
 
+#include "frame/numbers.h"
+#include "frame/text.h"
 #include "sarvane/com_ptr.h"
 #include "sarvane/operator.h"
 #include "server/class_table.h"
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <random>
 #include <set>
 #include <sstream>
 #include <string>
@@ -53,6 +58,13 @@ std::size_t FieldOf(IZelmorOp& op, short input) {
 
 using Arguments = std::vector<const char16_t*>;  // from argument 1 on
 
+void WriteLine(std::FILE* file, const char* name, const std::vector<double>& values) {
+    std::fputs(name, file);
+    for (const double value : values)
+        std::fprintf(file, " %016llx", static_cast<unsigned long long>(std::bit_cast<std::uint64_t>(value)));
+    std::fputc('\n', file);
+}
+
 // A run over all bars, with a gap here and there, and with a step back now and then.
 void WriteRun(std::FILE* file, const ClassEntry& entry, const Arguments& arguments, const std::vector<Bar>& bars) {
     ComPtr<IZelmorOp> op;
@@ -86,10 +98,46 @@ void WriteRun(std::FILE* file, const ClassEntry& entry, const Arguments& argumen
             op->RestoreState(1);
         }
         calculate();
-        std::fputs(entry.keyword, file);
-        for (const double value : out)
-            std::fprintf(file, " %016llx", static_cast<unsigned long long>(std::bit_cast<std::uint64_t>(value)));
-        std::fputc('\n', file);
+        WriteLine(file, entry.keyword, out);
+    }
+}
+
+// What the library makes of texts that may be numbers.
+void WriteTexts(std::FILE* file) {
+    constexpr std::u16string_view Characters = u"00123456789abcdef..eEpPxX+- inf";
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 300000; ++i) {
+        std::u16string text;
+        for (std::size_t length = random() % (i % 100 ? 12 : 400); length > 0; --length)
+            text += Characters[random() % (i % 2 ? 14 : Characters.size())];  // every second time mostly digits
+        WriteLine(file, "TextToDouble", {TextToDouble(text.c_str()), static_cast<double>(TextToInt(text.c_str()))});
+    }
+}
+
+void WriteFormats(std::FILE* file) {
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 3000; ++i) {
+        const auto any = std::bit_cast<double>(random());
+        const FormattedText text =
+            FormatText("%d, %.3f, %f, %20.10f", static_cast<int>(random()), any, std::remainder(any, 1e6), i / 2048.0);
+        const std::u16string characters(text);
+        WriteLine(file, "FormatText", {characters.begin(), characters.end()});
+    }
+}
+
+void WriteRoundings(std::FILE* file) {
+    for (int power = -323; power <= 308; ++power) {
+        const std::string text = "1e" + std::to_string(power);
+        double nearest = 0.0;
+        std::from_chars(text.data(), text.data() + text.size(), nearest);
+        for (int away = -60; away <= 60; ++away) {
+            std::vector<double> rounded;
+            for (int digits = 1; digits <= 15; ++digits) {
+                const auto bits = std::bit_cast<std::int64_t>(nearest) + away * (1 + digits % 3);
+                rounded.push_back(RoundToSignificant(std::bit_cast<double>(bits), digits));
+            }
+            WriteLine(file, "RoundToSignificant", rounded);
+        }
     }
 }
 
@@ -106,6 +154,9 @@ int Write(const char* barFile, const char* path) {
     for (const ClassEntry& entry : ClassTable()) {
         for (const Arguments& arguments : settings) WriteRun(file, entry, arguments, bars);
     }
+    WriteTexts(file);
+    WriteFormats(file);
+    WriteRoundings(file);
     return std::fclose(file) == 0 ? 0 : 1;
 }
 
@@ -114,7 +165,7 @@ double Value(const std::string& bits) { return std::bit_cast<double>(std::uint64
 int Compare(const char* firstPath, const char* secondPath) {
     const std::set<std::string> takeLogarithms = {"Trix", "KasePeakOsc"};
     std::ifstream first(firstPath), second(secondPath);
-    std::map<std::string, double> differences;  // the greatest of each class, in relation to the value
+    std::map<std::string, double> differences;  // the greatest of each kind, in relation to the value
     std::size_t lines = 0;
     std::string one, other;
     while (std::getline(first, one)) {
@@ -141,7 +192,7 @@ int Compare(const char* firstPath, const char* secondPath) {
         std::printf("%s differs by a relative %.3g at most\n", keyword.c_str(), greatest);
         good = good && takeLogarithms.contains(keyword);
     }
-    std::printf("%zu bars compared, %zu classes differ\n", lines, differences.size());
+    std::printf("%zu lines compared, %zu kinds differ\n", lines, differences.size());
     return good ? 0 : 1;
 }
 

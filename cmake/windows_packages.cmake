@@ -1,0 +1,30 @@
+# The libraries that the project needs, for Windows: headers where that is all, the rest from its sources.
+
+# By themselves: the other headers of the build machine stay unseen.
+set(shared_headers ${CMAKE_BINARY_DIR}/shared_headers)
+file(MAKE_DIRECTORY ${shared_headers})
+foreach(name boost CLI fmt nlohmann)
+  file(CREATE_LINK /usr/include/${name} ${shared_headers}/${name} SYMBOLIC)
+endforeach()
+foreach(package Boost::headers CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json)
+  add_library(${package} INTERFACE IMPORTED GLOBAL)
+  target_include_directories(${package} SYSTEM INTERFACE ${shared_headers})
+endforeach()
+target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+
+enable_language(C)
+execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/fetch_source libcsv ${CMAKE_BINARY_DIR}/sources
+                COMMAND_ERROR_IS_FATAL ANY)
+set(csv_include ${CMAKE_BINARY_DIR}/sources/libcsv)
+set(csv_library csv)
+add_library(csv STATIC ${csv_include}/libcsv.c)
+target_compile_options(csv PRIVATE -w)
+
+if(SARVANE_TESTS)
+  set(googletest /usr/src/googletest/googletest)
+  add_library(gtest_main STATIC ${googletest}/src/gtest-all.cc ${googletest}/src/gtest_main.cc)
+  target_include_directories(gtest_main PRIVATE ${googletest})
+  target_include_directories(gtest_main SYSTEM PUBLIC ${googletest}/include)
+  target_compile_options(gtest_main PRIVATE -w)
+  add_library(GTest::gtest_main ALIAS gtest_main)
+endif()

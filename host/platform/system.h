@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// What `study` asks of the system it runs on.
+namespace sarvane::study {
+
+// Makes the standard streams carry UTF-8, byte for byte, and errors at once.
+void PrepareStreams();
+
+// Whether standard error is a terminal on which a line can be drawn anew.
+bool CanRedrawErrors();
+
+// Descriptors of texts, for `read` and `close`; below 0 with `errno` if it can't be opened.
+int OpenToRead(const std::string& path);
+int StandardInput();
+
+// Waits until there is something to read, an end or an error included. False when the time is over.
+bool WaitForText(int descriptor, int milliseconds);
+
+// What the program holds of the free store. Not for every bar: it may walk through all of it.
+std::int64_t AllocatedBytes();
+
+// What to call when the user or the system asks the program to end; null to end at once, as at first.
+void OnInterrupt(void (*handler)(int));
+
+// A new folder that only this user can look into.
+std::filesystem::path MakeTemporaryFolder();
+
+// A Chromium that is installed and the options it needs to start here; empty if there is none.
+std::vector<std::string> BrowserCommand();
+
+// Runs a program without its output. False if it fails or takes longer than a minute.
+bool RunSilently(const std::vector<std::string>& command);
+
+}  // namespace sarvane::study

@@ -1,0 +1,143 @@
+#include "platform/system.h"
+
+#include "failure.h"
+#include "path.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <io.h>
+#include <malloc.h>
+#include <system_error>
+#include <windows.h>
+
+namespace sarvane::study {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Programs that an installation makes known by their names alone.
+fs::path FindInstalled(const std::wstring& program) {
+    const std::wstring key = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\" + program;
+    for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+        wchar_t path[MAX_PATH] = {};
+        DWORD bytes = sizeof path;
+        if (RegGetValueW(root, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, path, &bytes) == ERROR_SUCCESS &&
+            fs::exists(path))
+            return path;
+    }
+    return {};
+}
+
+// Each word in quotes, with what stands ahead of a quote escaped.
+std::wstring CommandLine(const std::vector<std::string>& words) {
+    std::wstring line;
+    for (const std::string& word : words) {
+        std::size_t backslashes = 0;
+        line += line.empty() ? L"\"" : L" \"";
+        for (const wchar_t c : PathOf(word).wstring()) {
+            if (c == L'"') line.append(backslashes + 1, L'\\');
+            backslashes = c == L'\\' ? backslashes + 1 : 0;
+            line += c;
+        }
+        line.append(backslashes, L'\\');
+        line += L'"';
+    }
+    return line;
+}
+
+}  // namespace
+
+void PrepareStreams() {
+    SetConsoleOutputCP(CP_UTF8);
+    std::setvbuf(stderr, nullptr, _IONBF, 0);
+    for (const int descriptor : {0, 1, 2}) _setmode(descriptor, _O_BINARY);
+}
+
+bool CanRedrawErrors() {
+    const HANDLE terminal = GetStdHandle(STD_ERROR_HANDLE);
+    DWORD mode = 0;
+    return GetConsoleMode(terminal, &mode) && SetConsoleMode(terminal, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+int OpenToRead(const std::string& path) { return _wopen(PathOf(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT); }
+
+int StandardInput() { return 0; }
+
+// Pipes can't be waited for, only looked at. Files always have something, if only their end.
+bool WaitForText(int descriptor, int milliseconds) {
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+    const auto time = static_cast<DWORD>(milliseconds);
+    switch (GetFileType(handle)) {
+    case FILE_TYPE_PIPE: {
+        DWORD length = 0;
+        if (!PeekNamedPipe(handle, nullptr, 0, nullptr, &length, nullptr) || length > 0) return true;
+        Sleep(time);
+        return false;
+    }
+    case FILE_TYPE_CHAR: return WaitForSingleObject(handle, time) != WAIT_TIMEOUT;
+    default: return true;
+    }
+}
+
+std::int64_t AllocatedBytes() {
+    const auto heap = reinterpret_cast<HANDLE>(_get_heap_handle());
+    std::int64_t bytes = 0;
+    HeapLock(heap);
+    for (PROCESS_HEAP_ENTRY block = {}; HeapWalk(heap, &block);) {
+        if (block.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += block.cbData;
+    }
+    HeapUnlock(heap);
+    return bytes;
+}
+
+void OnInterrupt(void (*handler)(int)) {
+    for (const int signal : {SIGINT, SIGTERM, SIGBREAK}) std::signal(signal, handler ? handler : SIG_DFL);
+}
+
+// The folder for temporary files is the user's own.
+fs::path MakeTemporaryFolder() {
+    for (DWORD i = GetTickCount();; ++i) {
+        const fs::path folder = fs::temp_directory_path() / fmt::format("study-{}-{}", GetCurrentProcessId(), i);
+        std::error_code error;
+        if (fs::create_directory(folder, error)) return folder;
+        if (error) Fail("{}: {}", TextOf(folder), error.message());
+    }
+}
+
+std::vector<std::string> BrowserCommand() {
+    for (const wchar_t* const program : {L"chrome.exe", L"chromium.exe", L"msedge.exe"}) {
+        if (const fs::path browser = FindInstalled(program); !browser.empty()) return {TextOf(browser)};
+    }
+    return {};
+}
+
+bool RunSilently(const std::vector<std::string>& command) {
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    const HANDLE nothing = CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                       &inherited, OPEN_EXISTING, 0, nullptr);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = startup.hStdOutput = startup.hStdError = nothing;
+    PROCESS_INFORMATION process = {};
+    std::wstring line = CommandLine(command);
+    const bool started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                                        nullptr, &startup, &process);
+    CloseHandle(nothing);
+    if (!started) return false;
+    constexpr DWORD Minute = 60'000;
+    DWORD status = 1;
+    if (WaitForSingleObject(process.hProcess, Minute) == WAIT_OBJECT_0)
+        GetExitCodeProcess(process.hProcess, &status);
+    else
+        TerminateProcess(process.hProcess, status);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return status == 0;
+}
+
+}  // namespace sarvane::study

@@ -1,0 +1,19 @@
+#include "sarvane/operator.h"
+#include "sarvane/registry.h"
+
+#include <gtest/gtest.h>
+
+namespace sarvane::test {
+namespace {
+
+TEST(NativeRegistry, ReadsWithClearStatuses) {
+    TextSlot text = reinterpret_cast<TextSlot>(1);
+    EXPECT_EQ(SarvaneReadRegistryValue(u"No such\\key", nullptr, &text), E_FILENOTFOUND);
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(SarvaneReadRegistryValue(u"CLSID", u"", nullptr), E_POINTER);
+    EXPECT_EQ(SarvaneReadRegistryKey(u"CLSID", 41, &text), E_FILENOTFOUND);
+    EXPECT_EQ(SarvaneReadRegistryKey(nullptr, 0, nullptr), E_POINTER);
+}
+
+}  // namespace
+}  // namespace sarvane::test
