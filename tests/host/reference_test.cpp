@@ -149,7 +149,7 @@ TEST(Reference, ShowsAPictureOfEveryOperator) {
     for (const auto& file : std::filesystem::directory_iterator(PROJECT_FOLDER "/docs/pictures")) {
         drawn.push_back(file.path().filename().string());
         std::string signature(8, ' ');
-        std::ifstream(file.path()).read(signature.data(), 8);
+        std::ifstream(file.path(), std::ios::binary).read(signature.data(), 8);
         EXPECT_EQ(signature, "\x89PNG\r\n\x1a\n") << drawn.back();
     }
     std::ranges::sort(shown);
