@@ -1,16 +1,14 @@
 // docs/operators.md tells of the library what the library tells of itself.
 
 #include "description.h"
+#include "reference.h"
 #include "run_study.h"
 
 #include <algorithm>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
-#include <regex>
-#include <sstream>
 
 namespace sarvane::study {
 namespace {
@@ -20,24 +18,11 @@ const Library& Operators() {
     return library;
 }
 
-std::vector<std::smatch> Matches(const std::string& text, const std::regex& pattern) {
-    return {std::sregex_iterator(text.begin(), text.end(), pattern), std::sregex_iterator()};
-}
-
 // The part of the reference below one heading.
 struct Entry {
     std::string keyword;
     std::string text;
 };
-
-const std::string& Reference() {
-    static const std::string text = [] {
-        std::ostringstream content;
-        content << std::ifstream(PROJECT_FOLDER "/docs/operators.md").rdbuf();
-        return content.str();
-    }();
-    return text;
-}
 
 std::vector<Entry> ReadEntries() {
     std::string reference = Reference();
