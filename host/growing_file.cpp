@@ -38,7 +38,7 @@ GrowingFile::~GrowingFile() {
 std::string_view GrowingFile::Read() {
     while (!interrupted) {
         if (!WaitForText(descriptor, LookEvery)) continue;
-        const auto length = read(descriptor, chunk.data(), static_cast<unsigned>(chunk.size()));
+        const long long length = ReadText(descriptor, chunk.data(), chunk.size());
         if (length < 0 && errno == EINTR) continue;
         if (length < 0) Fail("{}: {}", name, std::strerror(errno));
         if (length > 0) {

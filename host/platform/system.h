@@ -14,12 +14,15 @@ void PrepareStreams();
 // Whether standard error is a terminal on which a line can be drawn anew.
 bool CanRedrawErrors();
 
-// Descriptors of texts, for `read` and `close`; below 0 with `errno` if it can't be opened.
+// Descriptors of texts, for `close`; below 0 with `errno` if it can't be opened.
 int OpenToRead(const std::string& path);
 int StandardInput();
 
 // Waits until there is something to read, an end or an error included. False when the time is over.
 bool WaitForText(int descriptor, int milliseconds);
+
+// What there is to read, up to `size` bytes: 0 at the end, which others may move by writing on, and below 0 with `errno`.
+long long ReadText(int descriptor, char* text, std::size_t size);
 
 // What the program holds of the free store. Not for every bar: it may walk through all of it.
 std::int64_t AllocatedBytes();

@@ -55,6 +55,8 @@ bool WaitForText(int descriptor, int milliseconds) {
     return poll(&waiting, 1, milliseconds) > 0;
 }
 
+long long ReadText(int descriptor, char* text, std::size_t size) { return read(descriptor, text, size); }
+
 std::int64_t AllocatedBytes() {
     const auto use = mallinfo2();
     return static_cast<std::int64_t>(use.uordblks + use.hblkhd);

@@ -83,6 +83,17 @@ bool WaitForText(int descriptor, int milliseconds) {
     }
 }
 
+// Not by `_read`, which stays at an end that it has seen.
+long long ReadText(int descriptor, char* text, std::size_t size) {
+    DWORD length = 0;
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+    if (ReadFile(handle, text, static_cast<DWORD>(size), &length, nullptr)) return length;
+    const DWORD error = GetLastError();
+    if (error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF) return 0;
+    errno = error == ERROR_OPERATION_ABORTED ? EINTR : EIO;
+    return -1;
+}
+
 std::int64_t AllocatedBytes() {
     const auto heap = reinterpret_cast<HANDLE>(_get_heap_handle());
     std::int64_t bytes = 0;
