@@ -5,49 +5,52 @@
 #include <tuple>
 
 namespace sarvane::test {
-namespace {
 
 const DescriptionCase descriptions[] = {
-    {"a constant", {u"10"}, "Exp(%s, 10.000) | in 0 | out curve1:1 | par        10.0000000000 | back 70"},
-    {"a curve", {u"Close"}, "Exp(%s, -2147483648) | in 0 1 | out curve1:1 | par | back 400"},
+    {"a constant", "10", "Exp(%s, 10.000) | in 0 | out curve1:1 | par        10.0000000000 | back 70"},
+    {"a curve", "Close", "Exp(%s, -2147483648) | in 0 1 | out curve1:1 | par | back 400"},
 };
 
 // Keyword, smoothing, digits, lookback.
-const std::tuple<std::string_view, const char16_t*, const char16_t*, uint> lookbacks[] = {
-    {"Exp", u"0.5", u"3", 14},       {"Exp", u"10", u"99", 173},         {"Exp", u"10", u"x", 47},
-    {"Exp", u"1e-20", u"6", 10000},  {"Exp", u"1e-100", u"6", 400},      {"Exp", u"-5", u"6", 0},
-    {"Exp", u"nan", u"6", 0},        {"TriAvg", u"10", u"6", 210},       {"TriAvg", u"500", u"6", 10000},
-    {"TriAvg", u"-0.1", u"6", 0},    {"TriAvg", u"x", u"6", 400},        {"ExHull", u"10", u"6", 105},
-    {"ExHull", u"1e9", u"6", 20000}, {"ExHull", u"1.5e-100", u"6", 400}, {"ExHull", u"-5", u"6", 400},
+const std::tuple<std::string_view, const char*, const char*, uint> lookbacks[] = {
+    {"Exp", "0.5", "3", 14},       {"Exp", "10", "99", 173},         {"Exp", "10", "x", 47},
+    {"Exp", "1e-20", "6", 10000},  {"Exp", "1e-100", "6", 400},      {"Exp", "-5", "6", 0},
+    {"Exp", "nan", "6", 0},        {"TriAvg", "10", "6", 210},       {"TriAvg", "500", "6", 10000},
+    {"TriAvg", "-0.1", "6", 0},    {"TriAvg", "x", "6", 400},        {"ExHull", "10", "6", 105},
+    {"ExHull", "1e9", "6", 20000}, {"ExHull", "1.5e-100", "6", 400}, {"ExHull", "-5", "6", 400},
 };
 
 const RunCase expRuns[] = {
-    {"the first value starts the average", {u"3"}, {{1}, {2}, {4}}, {1, 1.5, 2.75}},
-    {"the output is rounded, the average is not", {u"3"}, {{1234567}, {1}}, {1234570, 617284}},
-    {"a gap repeats the last input", {u"3"}, {{U}, {4}, {U}, {0}, {U}}, {U, 4, 4, 2, 1}},
-    {"the seed is an input before the first, not an average", {u"3"}, {{4}, {U}}, {4, 4}, nullptr, {8}},
-    {"the seed stands in for a first gap", {u"3"}, {{U}, {4}}, {8, 6}, nullptr, {8}},
-    {"what does not stand out from zero is no smoothing", {u"9e-10"}, {{1}, {2}}, {U, U}},
-    {"a bad bound value skips the bar", {}, {{8, 3}, {9, U}, {9, std::nan("")}, {U, 3}, {4, 1}}, {8, U, U, 8, 4}},
-    {"an average of the undefined value starts anew", {u"3"}, {{0}, {-4294967296}, {2}}, {0, -2147480000, 2}},
+    {"the output is rounded, the average is not", "3", {{1234567}, {1}}, {1234570, 617284}},
+    {"a gap repeats the last input", "3", {{U}, {4}, {U}, {0}, {U}}, {4, 4, 2, 1}},
+    {"the seed is an input before the first, not an average", "3", {{4}, {U}}, {4, 4}, nullptr, {8}},
+    {"the seed stands in for a first gap", "3", {{U}, {4}}, {8, 6}, nullptr, {8}},
+    {"what does not stand out from zero is no smoothing", "9e-10", {{1}, {2}}, {}},
+    {"a bad bound value skips the bar", "", {{8, 3}, {9, U}, {9, std::nan("")}, {U, 3}, {4, 1}}, {8, U, U, 8, 4}},
+    {"an average of the undefined value starts anew", "3", {{0}, {-4294967296}, {2}}, {0, -2147480000, 2}},
 };
 
 const RunCase triRuns[] = {
-    {"each stage takes in the one before", {u"3"}, {{8}, {0}, {U}}, {8, 7, 5.5}},
-    {"the seed reaches the last stage", {u"3"}, {{U}, {0}}, {8, 7}, nullptr, {8}},
-    {"a bad bound value holds all stages", {}, {{8, 3}, {0, 0}, {0, 0.5}}, {8, U, 7}},
+    {"each stage takes in the one before", "3", {{8}, {0}, {U}}, {8, 7, 5.5}},
+    {"the seed reaches the last stage", "3", {{U}, {0}}, {8, 7}, nullptr, {8}},
+    {"a bad bound value holds all stages", "", {{8, 3}, {0, 0}, {0, 0.5}}, {8, U, 7}},
 };
 
 const RunCase hullRuns[] = {
-    {"a ratio, half of it and its root", {u"0.25"}, {{8}, {0}, {0}}, {8, 8, 7.875}},
-    {"a length, half of it and its root", {u"9"}, {{8}, {0}}, {8, 5.89091}},
-    {"the seed stands in for a first gap", {u"1"}, {{U}, {0}, {0}}, {8, 8, 4}, nullptr, {8}},
-    {"the first stage runs on while the second is held", {}, {{8, 1.5e-9}, {0, 0.25}}, {U, -6}},
-    {"a negative value gives nothing", {}, {{8, 1}, {0, -1}, {0, 1}}, {8, U, 8}},
+    {"a ratio, half of it and its root", "0.25", {{8}, {0}, {0}}, {8, 8, 7.875}},
+    {"a length, half of it and its root", "9", {{8}, {0}}, {8, 5.89091}},
+    {"the seed stands in for a first gap", "1", {{U}, {0}, {0}}, {8, 8, 4}, nullptr, {8}},
+    {"the first stage runs on while the second is held", "", {{8, 1.5e-9}, {0, 0.25}}, {-6}},
+    {"a negative value gives nothing", "", {{8, 1}, {0, -1}, {0, 1}}, {8, U, 8}},
 };
 
-TEST(ExpAvgOp, Describes) {
-    for (const DescriptionCase& expected : descriptions) CheckDescription("Exp", expected);
+TEST(ExpAvgOp, Cases) {
+    CheckCases("Exp", descriptions, expRuns);
+    CheckCases("TriAvg", {}, triRuns);
+    CheckCases("ExHull", {}, hullRuns);
+}
+
+TEST(ExpAvgOp, LooksBackUntilItHasSettled) {
     for (const auto& [keyword, smoothing, digits, expected] : lookbacks) {
         OperatorDriver op(keyword);
         op.Set(-2, digits);
@@ -58,17 +61,10 @@ TEST(ExpAvgOp, Describes) {
     }
 }
 
-TEST(ExpAvgOp, Runs) {
-    for (const RunCase& run : expRuns) CheckRun("Exp", run);
-    for (const RunCase& run : triRuns) CheckRun("TriAvg", run);
-    for (const RunCase& run : hullRuns) CheckRun("ExHull", run);
-}
-
 TEST(ExpAvgOp, FollowsItsInputUntilReset) {
     OperatorDriver op("TriAvg");
-    op.Set(1, u"3");
+    op.Set(1, "3");
     for (const double value : {1.0, 4.0}) ExpectSameBits(op.Step({value}), {value}, "new");
 }
 
-}  // namespace
 }  // namespace sarvane::test

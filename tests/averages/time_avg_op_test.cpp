@@ -4,27 +4,23 @@
 #include <stdexcept>
 
 namespace sarvane::test {
-namespace {
 
 const DescriptionCase descriptions[] = {
-    {"defaults", {}, "TimeAvg( %s, 10, 1000) | in 0 1 | out curve1:1 | par 10 1000 | back 1000"},
-    {"no numbers", {u"", u"x", u"y"}, "TimeAvg( %s, 0, 0) | in 0 1 | out curve1:1 | par 0 0 | back 0"},
+    {"defaults", "", "TimeAvg( %s, 10, 1000) | in 0 1 | out curve1:1 | par 10 1000 | back 1000"},
+    {"no numbers", "- x y", "TimeAvg( %s, 0, 0) | in 0 1 | out curve1:1 | par 0 0 | back 0"},
 };
 
 const RunCase runs[] = {
-    {"each key has a window", {u"", u"2"}, {{1, 1}, {5, 2}, {3, 1.9}, {8, 2}, {4, 1}}, {U, U, 2, 6.5, 3.5}},
-    {"a gap is skipped, a missing key is a key", {u"", u"2"}, {{1, U}, {U, U}, {3, U}}, {U, U, 2}},
-    {"a window moves by the difference of its ends", {u"", u"1"}, {{1e308, 1}, {1e308, 1}, {1, 1}}, {1e308, 1e308, 0}},
+    {"each key has a window", "- 2", {{1, 1}, {5, 2}, {3, 1.9}, {8, 2}, {4, 1}}, {2, 6.5, 3.5}},
+    {"a gap is skipped, a missing key is a key", "- 2", {{1, U}, {U, U}, {3, U}}, {2}},
+    {"a window moves by the difference of its ends", "- 1", {{1e308, 1}, {1e308, 1}, {1, 1}}, {1e308, 1e308, 0}},
 };
 
-TEST(TimeAvgOp, Runs) {
-    for (const DescriptionCase& expected : descriptions) CheckDescription("TimeAvg", expected);
-    for (const RunCase& run : runs) CheckRun("TimeAvg", run);
-}
+TEST(TimeAvgOp, Cases) { CheckCases("TimeAvg", descriptions, runs); }
 
 TEST(TimeAvgOp, TakesTheLastUpdateBackOnceWithoutWhatItPushedOut) {
     OperatorDriver op("TimeAvg");
-    op.Set(2, u"2");
+    op.Set(2, "2");
     for (const double value : {1.0, 9.0, 4.0, U}) op.Step({value, 7});
     EXPECT_EQ(op->RestoreState(-3), S_OK);
     EXPECT_EQ(op->RestoreState(1), S_OK);
@@ -33,7 +29,7 @@ TEST(TimeAvgOp, TakesTheLastUpdateBackOnceWithoutWhatItPushedOut) {
 
 TEST(TimeAvgOp, KeepsItsWindowsAfterABadPeriodUntilTheNextRun) {
     OperatorDriver op("TimeAvg");
-    op.Set(2, u"1");
+    op.Set(2, "1");
     TextSlot error = nullptr;
     EXPECT_EQ(op->SetParameter(2, u"-4", &error), E_FAIL);
     EXPECT_EQ(Taken(error), "Period of TimeAvg operator shall be positive integer number.");
@@ -41,9 +37,8 @@ TEST(TimeAvgOp, KeepsItsWindowsAfterABadPeriodUntilTheNextRun) {
     op.Reset();
     EXPECT_EQ(op.Step({4, 1})[0], U);
     EXPECT_EQ(op->RestoreState(0), S_OK);
-    EXPECT_EQ(op.Set(2, u"536870912"), S_OK);
+    EXPECT_EQ(op.Set(2, "536870912"), S_OK);
     EXPECT_THROW(op.Step({4, 1}), std::length_error);
 }
 
-}  // namespace
 }  // namespace sarvane::test

@@ -4,41 +4,28 @@
 #include <gtest/gtest.h>
 
 namespace sarvane::test {
-namespace {
 
 const DescriptionCase descriptions[] = {
-    {"a constant period", {u"5"}, "Trix( %s, 5) | in 0 | out curve1:3 | par 5 | back 400"},
-    {"0 binds, but shows", {u"0"}, "Trix( %s, 0) | in 0 1 | out curve1:3 | par | back 400"},
-    {"no period", {u"x"}, "Trix( %s) | in 0 1 | out curve1:3 | par | back 400"},
+    {"a constant period", "5", "Trix( %s, 5) | in 0 | out curve1:3 | par 5 | back 400"},
+    {"0 binds, but shows", "0", "Trix( %s, 0) | in 0 1 | out curve1:3 | par | back 400"},
+    {"no period", "x", "Trix( %s) | in 0 1 | out curve1:3 | par | back 400"},
 };
 
 const double ln2 = std::log(2.0) * 1e6;
 
 // A period of 1 smooths nothing; at 3 each of the three averages goes half the way.
 const RunCase runs[] = {
-    {"three averages in a row", {}, {{1, 3}, {2, 3}, {2, 1}}, {0, ln2 / 8, ln2 - ln2 / 8}, u"1"},
-    {"a constant period waits for one value more", {u"3"}, {{1}, {1}, {U}, {2}}, {U, U, U, ln2 / 8}, u"1"},
-    {"a zero counts but changes nothing", {u"1"}, {{2}, {0}, {U}, {4}}, {U, U, 0, ln2}, u"1"},
-    {"a negative value mirrors its magnitude", {u"1"}, {{-2}, {2}, {-1}}, {U, 2 * ln2, -ln2}, u"1"},
-    {"bars without a value count for the history depth", {}, {{U, 1}, {1, 1}, {2, 1}}, {U, U, ln2}, u"3"},
-    {"but not for a constant period", {u"1"}, {{U}, {1}, {2}}, {U, U, ln2}, u"1"},
-    {"a gap in the period repeats the last good one", {}, {{1, U}, {1, 3}, {2, U}}, {U, 0, ln2 / 8}, u"1"},
-    {"a period below 1 leaves its value to the next bar", {}, {{1, 1}, {4, 0.9}, {U, U}}, {0, U, 2 * ln2}, u"1"},
-    {"the seed fills a first gap", {}, {{U, 1}, {1, 1}}, {0, -ln2}, u"1", {2, 3}},
+    {"three averages in a row", "", {{1, 3}, {2, 3}, {2, 1}}, {0, ln2 / 8, ln2 - ln2 / 8}, "1"},
+    {"a constant period waits for one value more", "3", {{1}, {1}, {U}, {2}}, {ln2 / 8}, "1"},
+    {"a zero counts but changes nothing", "1", {{2}, {0}, {U}, {4}}, {0, ln2}, "1"},
+    {"a negative value mirrors its magnitude", "1", {{-2}, {2}, {-1}}, {2 * ln2, -ln2}, "1"},
+    {"bars without a value count for the history depth", "", {{U, 1}, {1, 1}, {2, 1}}, {ln2}, "3"},
+    {"but not for a constant period", "1", {{U}, {1}, {2}}, {ln2}, "1"},
+    {"a gap in the period repeats the last good one", "", {{1, U}, {1, 3}, {2, U}}, {0, ln2 / 8}, "1"},
+    {"a period below 1 leaves its value to the next bar", "", {{1, 1}, {4, 0.9}, {U, U}}, {0, U, 2 * ln2}, "1"},
+    {"the seed fills a first gap", "", {{U, 1}, {1, 1}}, {0, -ln2}, "1", {2, 3}},
 };
 
-TEST(TrixOp, Runs) {
-    for (const DescriptionCase& expected : descriptions) CheckDescription("Trix", expected);
-    for (const RunCase& run : runs) CheckRun("Trix", run);
-}
+TEST(TrixOp, Cases) { CheckCases("Trix", descriptions, runs); }
 
-TEST(TrixOp, CanNotBeAggregated) {
-    ComPtr<IClassFactory> factory;
-    ASSERT_EQ(DllGetClassObject(ClassIdOf("Trix"), IID_IClassFactory, factory.Slot()), S_OK);
-    void* object = &factory;
-    EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(object, nullptr);
-}
-
-}  // namespace
 }  // namespace sarvane::test

@@ -42,14 +42,14 @@ TEST(BarOp, CombinesABarAndAValue) {
 
 TEST(BarOp, DivisorsNearZero) {
     CheckRun("BarDiv", {"a value near zero blanks the whole bar and is remembered",
-                        {},
+                        "",
                         {{4e-100, 4e-100, 1e-100, U, -1e-100}, {8, 8, 8, 8, 9e-101}, {8, 8, 8, 6, U}, {U, U, U, U, 2}},
                         {-4, -1, -4, -2, U, U, U, U, U, U, U, U, 4, 4, 4, 3},
                         nullptr,
                         {0, 0, 0, 2e-100, 0},
                         1});
     CheckRun("SBarDiv", {"a price near zero blanks its part, and high and low are forgotten together",
-                         {},
+                         "",
                          {{24, 6, 12, -9e-101, 3}, {24, 8, U, 8, U}, {24, 9e-101, 12, 8, U}, {0, 6, 0, 8, 1e-100}},
                          {4, U, U, 8, U, U, U, U, U, 3, 2, 8, 0, U, U, 0},
                          nullptr,

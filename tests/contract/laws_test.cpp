@@ -24,7 +24,7 @@ void ForEveryClass(Law law) {
             SCOPED_TRACE(keyword + " with arguments of seed " + std::to_string(seed));
             RandomBars random(seed);
             OperatorDriver op(keyword);
-            if (seed % 4 == 1) op.Set(-1, std::vector{u"5", u"0", u"-7", u"x"}[seed / 4 % 4]);
+            if (seed % 4 == 1) op.Set(-1, std::vector{"5", "0", "-7", "x"}[seed / 4 % 4]);
             if (seed > 0) op.SetArguments(RandomArguments(random));
             law(keyword, op, random);
             if (testing::Test::HasFailure()) return;
@@ -32,27 +32,23 @@ void ForEveryClass(Law law) {
     }
 }
 
-std::vector<std::vector<double>> RunBars(OperatorDriver& op, const std::vector<std::vector<double>>& bars) {
-    std::vector<std::vector<double>> outputs;
+using Rows = std::vector<std::vector<double>>;
+
+Rows RunBars(OperatorDriver& op, const Rows& bars) {
+    Rows outputs;
     for (const std::vector<double>& bar : bars) outputs.push_back(op.Step(bar));
     return outputs;
 }
 
-std::vector<std::vector<double>> SomeBars(const OperatorDriver& op, RandomBars& random, int count) {
-    std::vector<std::vector<double>> bars;
+Rows SomeBars(const OperatorDriver& op, RandomBars& random, int count) {
+    Rows bars;
     for (int i = 0; i < count; ++i) bars.push_back(random.Next(op.InputCount()));
     return bars;
 }
 
-void ExpectSameRun(const std::vector<std::vector<double>>& actual, const std::vector<std::vector<double>>& expected) {
-    for (std::size_t bar = 0; bar < expected.size(); ++bar)
-        ExpectSameBits(actual[bar], expected[bar], "bar " + std::to_string(bar));
-}
-
 TEST(Law, ARestoredStateGoesOnAsItDidBefore) {
-    const std::set<std::string> without = {"TimeAvg"};  // has a one-step undo instead of snapshots
-    ForEveryClass([&](const std::string& keyword, OperatorDriver& op, RandomBars& random) {
-        if (without.contains(keyword)) return;
+    ForEveryClass([](const std::string& keyword, OperatorDriver& op, RandomBars& random) {
+        if (keyword == "TimeAvg") return;  // has a one-step undo instead of snapshots
         op.Reset();
         for (int round = 0; round < 6; ++round) {
             RunBars(op, SomeBars(op, random, random.Below(Bars)));
@@ -64,32 +60,22 @@ TEST(Law, ARestoredStateGoesOnAsItDidBefore) {
             if (round % 2 == 0 && keyword != "MedOp" && keyword != "VolStop") op->SaveState(4);
             ASSERT_EQ(op->RestoreState(slot), S_OK);
             op.SetNextBar(0);
-            ExpectSameRun(RunBars(op, bars), first);
+            for (std::size_t bar = 0; bar < bars.size(); ++bar)
+                ExpectSameBits(op.Step(bars[bar]), first[bar], "bar " + std::to_string(bar));
         }
     });
 }
 
-TEST(Law, ARunAfterResetEqualsTheFirst) {
+TEST(Law, ARunAfterResetEqualsTheFirstHoweverOftenDescribed) {
     ForEveryClass([](const std::string&, OperatorDriver& op, RandomBars& random) {
         const auto bars = SomeBars(op, random, Bars);
         op.Reset({}, 1, Bars - 1);
         const auto first = RunBars(op, bars);
-        op.Reset({}, 1, Bars - 1);
-        ExpectSameRun(RunBars(op, bars), first);
-    });
-}
-
-TEST(Law, DescribingChangesNothing) {
-    ForEveryClass([&](const std::string&, OperatorDriver& op, RandomBars& random) {
-        const auto bars = SomeBars(op, random, Bars);
-        op.Reset();
-        const auto expected = RunBars(op, bars);
         const std::string description = op.Description();
-        op.Reset();
+        op.Reset({}, 1, Bars - 1);
         for (std::size_t bar = 0; bar < bars.size(); ++bar) {
             EXPECT_EQ(op.Description(), description);
-            ExpectSameBits(op.Step(bars[bar]), expected[bar], "bar " + std::to_string(bar));
-            if (bar > 10) break;
+            ExpectSameBits(op.Step(bars[bar]), first[bar], "bar " + std::to_string(bar));
         }
     });
 }
@@ -100,8 +86,8 @@ TEST(Law, OutputsHaveNamesOfTheVocabulary) {
         const OperatorDriver op(keyword);
         std::set<std::string> names;
         for (int output = 0; output < op.OutputCount(); ++output) {
-            EXPECT_TRUE(std::regex_match(op.OutputName(output), vocabulary)) << keyword << op.OutputName(output);
-            EXPECT_TRUE(names.insert(op.OutputName(output)).second) << keyword;
+            const std::string name = op.OutputName(output);
+            EXPECT_TRUE(std::regex_match(name, vocabulary) && names.insert(name).second) << keyword << " " << name;
         }
         EXPECT_GT(op.OutputCount(), 0) << keyword;
     }
@@ -149,7 +135,7 @@ TEST(Law, HugeParametersCostNoMemory) {
     for (const std::string& keyword : AllKeywords()) {
         SCOPED_TRACE(keyword);
         OperatorDriver op(keyword);
-        op.SetArguments(std::vector<std::u16string>(15, u"2147483647"));
+        for (int argument = 1; argument < 16; ++argument) op.Set(argument, "2147483647");
         op.Reset();
         RandomBars random(1);
         const auto bars = SomeBars(op, random, 3);
@@ -172,10 +158,10 @@ TEST(Law, HugeParametersCostNoMemory) {
 // In steady state a bar, a snapshot into a used slot and the way back take nothing from the free store.
 TEST(Law, ASteadyRunAllocatesNothing) {
     for (const std::string& keyword : AllKeywords()) {
-        for (const char16_t* number : {u"1", u"3", u"8"}) {
+        for (const char* number : {"1", "3", "8"}) {
             SCOPED_TRACE(keyword);
             OperatorDriver op(keyword);
-            op.SetArguments(std::vector<std::u16string>(15, number));
+            for (int argument = 1; argument < 16; ++argument) op.Set(argument, number);
             op.Reset();
             RandomBars random(7);
             std::vector<double> in, out(static_cast<std::size_t>(op.OutputCount()));

@@ -3,7 +3,6 @@
 #include "support/operator_driver.h"
 
 #include <gtest/gtest.h>
-#include <random>
 
 namespace sarvane::test {
 namespace {
@@ -51,21 +50,6 @@ TEST(SetStepValue, Kinds) {
         ExpectSameBits(actual, values, direction ? "first alternatives" : "second alternatives");
         for (const auto& [one, other] : {std::pair(20u, 22u), {21, 23}, {28, 30}, {29, 31}, {32, 33}, {34, 35}})
             std::swap(values[one], values[other]);
-    }
-}
-
-TEST(SetStepValue, AgreesWithAPlainSearchOfTheWindow) {
-    CSetStepValue highest, lowest;
-    highest.Configure(16, 1, 4);
-    lowest.Configure(25, 1, 4);
-    std::mt19937 random(1);
-    std::vector<double> prices;
-    for (int bar = 0; bar < 500; ++bar) {
-        const double price = static_cast<int>(random() % 8);
-        prices.push_back(price);
-        const auto first = prices.end() - std::min<std::ptrdiff_t>(std::ssize(prices), 4);
-        EXPECT_EQ(highest.Step({0, price, 0, 0}), *std::max_element(first, prices.end()));
-        EXPECT_EQ(lowest.Step({0, 0, 0, price}), *std::min_element(first, prices.end()));
     }
 }
 

@@ -4,16 +4,13 @@
 #include <gtest/gtest.h>
 
 namespace sarvane::test {
-namespace {
 
 const DescriptionCase descriptions[] = {
-    {"a new one",
-     {},
+    {"a new one", "",
      "TDRebo( %s, 0,         0.6180000000, 5, 1, 1, 1, 1, 3, 1, 1, 1, 3, 1, 1, 1) | in 0O 0H 0L 0C | out high:1 low:1"
      " | par 0         0.6180000000 5 1 1 1 1 3 1 1 1 3 1 1 1 | back 4"},
     {"a formula ends after 127 characters",
-     {u"1", u"x", u"1000000000", u"30", u"7", u"1000000003", u"4", u"1000000005", u"6", u"1000000007", u"8",
-      u"1000000009", u"1", u"2", u"1000000012"},
+     "1 x 1000000000 30 7 1000000003 4 1000000005 6 1000000007 8 1000000009 1 2 1000000012",
      "TDRebo( %s, 1, -2147483648.0000000000, 1000000000, 30, 7, 1000000003, 4, 1000000005, 6, 1000000007, 8, "
      "1000000009, 1, 2, 100000 | in 0O 0H 0L 0C | out high:1 low:1 | par 1 -2147483648.0000000000 1000000000 30 7"
      " 1000000003 4 1000000005 6 1000000007 8 1000000009 1 2 1000000012 | back 1000000014"},
@@ -25,65 +22,39 @@ const Bars rise = {{9, 12, 10, 11}, {9, 13, 11, 12}, {9, 14, 12, 13}, {9, 15, 13
 const Bars uneven = {{5, 10, 6, 50}, {5, 14, 8, 50}, {5, 12, 11, 50}, {5, 99, 0, 50}};
 
 const RunCase runs[] = {
-    {"levels from the bar before",
-     {u"1"},
-     {{9, 12, 10, 11}, {9, 13, 11, 12}},
-     {U, U, 0.618 * 2.0 + 11.0, 11.0 - 0.618 * 2.0}},
-    {"the last two bars show levels", {u"0", u"2"}, rise, {U, U, U, U, 16, 8, 17, 9}},
-    {"the shortest lag sets which bars do",
-     {u"0", u"2", u"", u"", u"", u"", u"2", u"", u"2", u"", u"2", u"", u"2", u"2"},
-     rise,
-     {U, U, U, U, 15, 7, U, U}},
-    {"two kinds of base, each over its period",
-     {u"1", u"2", u"20", u"", u"", u"", u"", u"", u"", u"", u"", u"", u"", u"0", u"2"},
-     rise,
-     {16, 6, 17, 6, 18, 7, 19, 8}},
-    {"a range of oldest bars, taken a bar early",
-     {u"1", u"1", u"", u"2", u"1", u"", u"2", u"", u"2", u"", u"2", u"", u"2"},
-     uneven,
-     {U, U, U, U, 58, 42, 58, 42}},
-    {"without a lag it can't be early",
-     {u"1", u"1", u"", u"3", u"1", u"", u"0", u"", u"0", u"", u"0", u"", u"0"},
-     uneven,
-     {U, U, U, U, 58, 42, 149, -49}},
-    {"a range of one bar needs no method", {u"1", u"1", u"", u"1", u"9"}, rise, {U, U, 13, 9, 14, 10, 15, 11}},
-    {"no root of a range below 0",
-     {u"1", u"1", u"", u"1", u"7", u"3", u"1", u"1"},
-     {{9, 14, 10, 11}, {9, 14, 10, 11}},
-     {U, U, 7, 9}},
+    {"levels from the bar before", "1", {{9, 12, 10, 11}, {9, 13, 11, 12}}, {0.618 * 2.0 + 11.0, 11.0 - 0.618 * 2.0}},
+    {"the last two bars show levels", "0 2", rise, {16, 8, 17, 9}},
+    {"the shortest lag sets which bars do", "0 2 - - - - 2 - 2 - 2 - 2 2", rise, {15, 7, U, U}},
+    {"two kinds of base, each over its period", "1 2 20 - - - - - - - - - - 0 2", rise, {16, 6, 17, 6, 18, 7, 19, 8}},
+    {"a range of oldest bars, taken a bar early", "1 1 - 2 1 - 2 - 2 - 2 - 2", uneven, {58, 42, 58, 42}},
+    {"without a lag it can't be early", "1 1 - 3 1 - 0 - 0 - 0 - 0", uneven, {58, 42, 149, -49}},
+    {"a range of one bar needs no method", "1 1 - 1 9", rise, {13, 9, 14, 10, 15, 11}},
+    {"no root of a range below 0", "1 1 - 1 7 3 1 1", {{9, 14, 10, 11}, {9, 14, 10, 11}}, {7, 9}},
     {"fields repeat one by one",
-     {u"1", u"1"},
+     "1 1",
      {{U, 12, 10, 11}, {9, 12, 10, 11}, {U, U, U, 12}, {9, 13, 10, U}},
-     {U, U, U, U, 13, 9, 14, 10}},
-    {"no level without a method", {u"1", u"1", u"", u"2", u"9"}, rise, {U, U, U, U, U, U, U, U}},
-    {"nor without one of its values", {u"1", u"1", u"15"}, rise, {U, U, U, U, U, U, U, U}},
-    {"nor with a lag below 0", {u"1", u"1", u"", u"1", u"1", u"1", u"-3"}, rise, {U, U, U, U, U, U, U, U}},
+     {13, 9, 14, 10}},
+    {"no level without a method", "1 1 - 2 9", rise, {}},
+    {"nor without one of its values", "1 1 15", rise, {}},
+    {"nor with a lag below 0", "1 1 - 1 1 1 -3", rise, {}},
 };
 
-TEST(TDReboOp, Describes) {
-    for (const DescriptionCase& expected : descriptions) CheckDescription("TDREBO", expected);
-}
-
-TEST(TDReboOp, Runs) {
-    for (const RunCase& run : runs) CheckRun("TDREBO", run);
-}
+TEST(TDReboOp, Cases) { CheckCases("TDREBO", descriptions, runs); }
 
 TEST(TDReboOp, MergesTheBarsOfARange) {
     const double mean = (11.0 / 3 + 7) * 0.5;
     const double ranges[][2] = {{11.0 / 3, 7}, {8, 9}, {-1, 5},      {6, 9},
                                 {1, 5},        {4, 5}, {mean, mean}, {std::sqrt(8), 3}};
-    for (char16_t method = u'0'; method < u'8'; ++method) {
-        const auto [up, down] = ranges[method - u'0'];
-        CheckRun("TDREBO", {"by method",
-                            {u"1", u"1", u"", u"3", {method}, u"", u"", u"", u"", u"", u"", u"0"},
-                            uneven,
-                            {U, U, U, U, up + 50, 50 - down, up + 50, 50 - down}});
+    for (std::size_t method = 0; method < std::size(ranges); ++method) {
+        const auto [up, down] = ranges[method];
+        const std::string arguments = "1 1 - 3 " + std::to_string(method) + " - - - - - - 0";
+        CheckRun("TDREBO", {"by method", arguments, uneven, {up + 50, 50 - down, up + 50, 50 - down}});
     }
 }
 
 TEST(TDReboOp, ReachesAheadByTheShortestLag) {
     OperatorDriver op("TDREBO");
-    op.SetArguments({u"", u"", u"", u"", u"", u"", u"3", u"", u"2", u"", u"4", u"", u"5", u"6"});
+    op.SetArguments("- - - - - - 3 - 2 - 4 - 5 6");
     uint first = 0, last = 0, style = 0;
     EXPECT_EQ(op->GetOutputRange(0, 0, &first, &last), S_OK);
     EXPECT_EQ(op.Bars()->GetBarStyle(&style), S_OK);
@@ -92,5 +63,4 @@ TEST(TDReboOp, ReachesAheadByTheShortestLag) {
     ExpectSameBits(op.Step(rise[0]), {U, U}, "the bars to show lie below every number");
 }
 
-}  // namespace
 }  // namespace sarvane::test

@@ -8,22 +8,20 @@ namespace sarvane::test {
 namespace {
 
 const RunCase runs[] = {
-    {"a share of 0.8", {u"", u"4"}, {{1, 7}, {1, 1}, {-1, -1}, {-1, -7}}, {U, U, U, 80}},
-    {"rounding below zero is flat", {u"", u"3"}, {{3.2, 1}, {3.2, 2}, {3.2, 4}}, {U, U, U}},
-    {"a gap repeats the pair", {u"", u"4"}, {{U, 5}, {1, 2}, {U, 9}, {3, 4}, {8, U}}, {U, U, U, U, 100}},
-    {"the seed is a pair", {u"", u"2"}, {{U, 9}, {3, 4}}, {U, 100}, nullptr, {1, 2}},
-    {"bound, one bar below the depth", {}, {{1, 2, 2}, {3, 4, 2.9}, {5, 0, 2}, {7, 9, 3}}, {U, 100, -100, U}, u"3"},
+    {"a share of 0.8", "- 4", {{1, 7}, {1, 1}, {-1, -1}, {-1, -7}}, {80}},
+    {"rounding below zero is flat", "- 3", {{3.2, 1}, {3.2, 2}, {3.2, 4}}, {}},
+    {"a gap repeats the pair", "- 4", {{U, 5}, {1, 2}, {U, 9}, {3, 4}, {8, U}}, {100}},
+    {"the seed is a pair", "- 2", {{U, 9}, {3, 4}}, {100}, nullptr, {1, 2}},
+    {"bound, one bar below the depth", "", {{1, 2, 2}, {3, 4, 2.9}, {5, 0, 2}, {7, 9, 3}}, {100, -100, U}, "3"},
 };
 
-TEST(CorrelOp, Runs) {
-    for (const RunCase& run : runs) CheckRun("Correl", run);
-}
+TEST(CorrelOp, Cases) { CheckCases("Correl", {}, runs); }
 
 TEST(CorrelOp, ForgetsThePeriodWithAnyOtherArgument) {
     OperatorDriver op("Correl");
-    op.Set(2, u"5");
+    op.Set(2, "5");
     EXPECT_EQ(op.Description(), "Correl( %s, %s, 5) | in 0 1 | out curve1:3 | par 5 | back 5");
-    op.Set(-1, u"7");
+    op.Set(-1, "7");
     EXPECT_EQ(op.Description(), "Correl( %s, %s, -2147483648) | in 0 1 2 | out curve1:3 | par | back 7");
 }
 
@@ -38,7 +36,7 @@ TEST(CorrelOp, ShowsLostDigitsAsNaN) {
 // Sums of small whole numbers are exact, so running ones equal fresh ones.
 TEST(CorrelOp, BothFormsAgree) {
     OperatorDriver constant("Correl"), bound("Correl");
-    constant.Set(2, u"5");
+    constant.Set(2, "5");
     std::mt19937 random(1);
     const auto next = [&] { return random() % 8 == 0 ? U : static_cast<double>(random() % 100); };
     for (int bar = 0; bar < 500; ++bar) {

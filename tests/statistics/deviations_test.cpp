@@ -9,73 +9,53 @@ namespace sarvane::test {
 namespace {
 
 const DescriptionCase stdDescriptions[] = {
-    {"a new one reads its period from a curve", {}, "SDev (%s, N) | in 0 1 | out curve1:1 | par N | back 400"},
-    {"a divisor that is no number is N-1",
-     {u"5", u"N"},
-     "SDev (%s, 5, N-1) | in 0 | out curve1:1 | par 5 N-1 | back 5"},
+    {"a new one reads its period from a curve", "", "SDev (%s, N) | in 0 1 | out curve1:1 | par N | back 400"},
+    {"a divisor that is no number is N-1", "5 N", "SDev (%s, 5, N-1) | in 0 | out curve1:1 | par 5 N-1 | back 5"},
 };
 const DescriptionCase sqrtDescriptions[] = {
-    {"a new one reads its period from a curve", {}, "SqrtDev( %s, N) | in 0 1 2 | out curve1:1 | par N | back 400"},
-    {"minBars follows the period",
-     {u"", u"10"},
-     "SqrtDev( %s, 10, 10, N) | in 0 1 | out curve1:1 | par 10 10 N | back 10"},
-    {"minBars has no upper limit",
-     {u"", u"10", u"12", u"1"},
+    {"a new one reads its period from a curve", "", "SqrtDev( %s, N) | in 0 1 2 | out curve1:1 | par N | back 400"},
+    {"minBars follows the period", "- 10", "SqrtDev( %s, 10, 10, N) | in 0 1 | out curve1:1 | par 10 10 N | back 10"},
+    {"minBars has no limit", "- 10 12 1",
      "SqrtDev( %s, 10, 12, N-1) | in 0 1 | out curve1:1 | par 10 12 N-1 | back 10"},
-    {"minBars is 1 at least",
-     {u"", u"10", u"few"},
-     "SqrtDev( %s, 10, 1, N) | in 0 1 | out curve1:1 | par 10 1 N | back 10"},
+    {"minBars is 1 at least", "- 10 few", "SqrtDev( %s, 10, 1, N) | in 0 1 | out curve1:1 | par 10 1 N | back 10"},
 };
 const DescriptionCase meanDescriptions[] = {
-    {"a new one has a period of 0", {}, "MeanDev(%s,0) | in 0 | out curve1:2 | par 0 | back 0"},
-    {"a bound period", {u"0"}, "MeanDev(%s,-2147483648) | in 0 1 | out curve1:2 | par | back 400"},
+    {"a new one has a period of 0", "", "MeanDev(%s,0) | in 0 | out curve1:2 | par 0 | back 0"},
+    {"a bound period", "0", "MeanDev(%s,-2147483648) | in 0 1 | out curve1:2 | par | back 400"},
 };
 
 const RunCase stdRuns[] = {
-    {"divided by N", {u"3"}, {{1}, {2}, {3}}, {U, U, std::sqrt(2.0 / 3)}},
-    {"divided by N-1", {u"3", u"1"}, {{1}, {2}, {3}, {U}}, {U, U, 1, std::sqrt((4.0 / 9 + 1.0 / 9 + 1.0 / 9) / 2)}},
-    {"one value is divided by N", {u"1", u"1"}, {{U}, {7}}, {U, 0}},
-    {"a bound period keeps to the history depth",
-     {},
+    {"divided by N", "3", {{1}, {2}, {3}}, {std::sqrt(2.0 / 3)}},
+    {"divided by N-1", "3 1", {{1}, {2}, {3}, {U}}, {1, std::sqrt((4.0 / 9 + 1.0 / 9 + 1.0 / 9) / 2)}},
+    {"one value is divided by N", "1 1", {{U}, {7}}, {0}},
+    {"a bound period is held to the depth",
+     "",
      {{1, 1}, {3, 2.9}, {7, 3}, {3, U}, {5, 2}, {5, 0}},
      {0, 1, U, U, 1, U},
-     u"2"},
+     "2"},
 };
 const RunCase sqrtRuns[] = {
-    {"minBars starts early, over the values so far",
-     {u"", u"3", u"2"},
+    {"minBars starts early",
+     "- 3 2",
      {{1, 5}, {2, 5}, {8, 5}, {5, 5}},
-     {U, std::sqrt(12.5), std::sqrt(34.0 / 3), std::sqrt(6.0)}},
-    {"the present reference counts for all values",
-     {u"", u"2", u"", u"1"},
-     {{1, 9}, {4, 1}, {4, 7}},
-     {U, 3, std::sqrt(18.0)}},
-    {"values fill the window ahead of a first reference", {u"", u"2"}, {{3, U}, {4, U}, {U, 7}}, {U, U, 3}},
-    {"nothing is kept ahead of a first value", {u"", u"1"}, {{U, 7}, {4, U}}, {U, U}},
-    {"a seed for both", {u"", u"1"}, {{U, U}}, {3}, nullptr, {4, 1}},
-    {"a bound period", {}, {{1, 2, 1}, {5, 3, 2}, {5, 3, 3}, {6, U, 1.9}}, {1, 2, U, 3}, u"2"},
+     {std::sqrt(12.5), std::sqrt(34.0 / 3), std::sqrt(6.0)}},
+    {"the present reference counts for all values", "- 2 - 1", {{1, 9}, {4, 1}, {4, 7}}, {3, std::sqrt(18.0)}},
+    {"values fill the window ahead of a first reference", "- 2", {{3, U}, {4, U}, {U, 7}}, {3}},
+    {"nothing is kept ahead of a first value", "- 1", {{U, 7}, {4, U}}, {}},
+    {"a seed for both", "- 1", {{U, U}}, {3}, nullptr, {4, 1}},
+    {"a bound period", "", {{1, 2, 1}, {5, 3, 2}, {5, 3, 3}, {6, U, 1.9}}, {1, 2, U, 3}, "2"},
 };
 const RunCase meanRuns[] = {
-    {"from the mean", {u"3"}, {{1}, {2}, {6}, {U}}, {U, U, 2, (8.0 / 3 + 4.0 / 3 + 4.0 / 3) / 3}},
-    {"a period of 0 gives nothing", {}, {{1}, {1}}, {U, U}},
-    {"the mean is a running one", {u"2"}, {{1e17}, {1}, {1}}, {U, 5e16, 0.5}},
-    {"a bound period measures from the mean of its own values",
-     {u"x"},
-     {{1, 1}, {3, 2}, {8, 2.9}, {8, U}, {9, 5}},
-     {0, 1, 2.5, U, U},
-     u"3"},
+    {"from the mean", "3", {{1}, {2}, {6}, {U}}, {2, (8.0 / 3 + 4.0 / 3 + 4.0 / 3) / 3}},
+    {"a period of 0 gives nothing", "", {{1}, {1}}, {}},
+    {"the mean is a running one", "2", {{1e17}, {1}, {1}}, {5e16, 0.5}},
+    {"a bound period has a mean of its own", "x", {{1, 1}, {3, 2}, {8, 2.9}, {8, U}, {9, 5}}, {0, 1, 2.5, U, U}, "3"},
 };
 
-TEST(Deviations, Describe) {
-    for (const DescriptionCase& expected : stdDescriptions) CheckDescription("SDev", expected);
-    for (const DescriptionCase& expected : sqrtDescriptions) CheckDescription("DevSqrt", expected);
-    for (const DescriptionCase& expected : meanDescriptions) CheckDescription("MeanDev", expected);
-}
-
-TEST(Deviations, Run) {
-    for (const RunCase& run : stdRuns) CheckRun("SDev", run);
-    for (const RunCase& run : sqrtRuns) CheckRun("DevSqrt", run);
-    for (const RunCase& run : meanRuns) CheckRun("MeanDev", run);
+TEST(Deviations, Cases) {
+    CheckCases("SDev", stdDescriptions, stdRuns);
+    CheckCases("DevSqrt", sqrtDescriptions, sqrtRuns);
+    CheckCases("MeanDev", meanDescriptions, meanRuns);
 }
 
 double Deviation(const std::vector<double>& values) {
@@ -89,7 +69,7 @@ double Deviation(const std::vector<double>& values) {
 TEST(Deviations, AgreeWithAPlainRecomputation) {
     std::mt19937 random(1);
     OperatorDriver constant("SDev"), bound("SDev");
-    constant.Set(1, u"5");
+    constant.Set(1, "5");
     constant.Reset();
     bound.Reset();
     std::vector<double> values = {1.0};

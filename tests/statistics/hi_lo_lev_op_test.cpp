@@ -14,28 +14,24 @@ struct GapMethods : IZelmorOp {
 namespace {
 
 const DescriptionCase descriptions[] = {
-    {"bound", {}, "HiLevel( %s, -2147483648, 0) | in 0 1 2 | out curve1:1 integer1:3 | par -2147483648 | back 400"},
-    {"constant", {u"", u"5", u"x"}, "HiLevel( %s, 5, 1) | in 0 1 | out curve1:1 integer1:3 | par 5 1 | back 5"},
+    {"bound", "", "HiLevel( %s, -2147483648, 0) | in 0 1 2 | out curve1:1 integer1:3 | par -2147483648 | back 400"},
+    {"constant", "- 5 x", "HiLevel( %s, 5, 1) | in 0 1 | out curve1:1 integer1:3 | par 5 1 | back 5"},
 };
 
 const RunCase highest[] = {
-    {"of equal keys the oldest counts", {u"", u"3"}, {{5, 5}, {6, 7}, {7, 7}, {8, 1}}, {U, U, U, U, 6, 1, 6, 2}},
-    {"a gap repeats its own past", {u"", u"2"}, {{1, U}, {2, 5}, {U, 6}, {4, U}}, {U, U, U, U, 2, 0, 2, 1}},
-    {"the seed stands in for a first gap", {u"", u"2"}, {{U, U}, {7, 4}}, {U, U, 3, 1}, nullptr, {3, 9}},
-    {"a kept gap hides no key", {u"", u"2", u"1"}, {{1, U}, {2, -3e9}, {3, U}, {4, U}}, {U, U, 2, 0, 2, 1, 4, 0}},
-    {"a NaN that leads stays", {u"", u"2"}, {{1, NAN}, {2, 9}, {3, 1}}, {U, U, 1, 1, 2, 1}},
-    {"bound", {}, {{1, 5, 1}, {2, 4, 2.9}, {3, 3, 0}, {4, 2, 3}, {5, 1, 4}}, {1, 0, 1, 1, U, U, 2, 2, U, U}, u"3"},
+    {"of equal keys the oldest counts", "- 3", {{5, 5}, {6, 7}, {7, 7}, {8, 1}}, {6, 1, 6, 2}},
+    {"a gap repeats its own past", "- 2", {{1, U}, {2, 5}, {U, 6}, {4, U}}, {2, 0, 2, 1}},
+    {"the seed stands in for a first gap", "- 2", {{U, U}, {7, 4}}, {3, 1}, nullptr, {3, 9}},
+    {"a kept gap hides no key", "- 2 1", {{1, U}, {2, -3e9}, {3, U}, {4, U}}, {2, 0, 2, 1, 4, 0}},
+    {"a NaN that leads stays", "- 2", {{1, NAN}, {2, 9}, {3, 1}}, {1, 1, 2, 1}},
+    {"bound", "", {{1, 5, 1}, {2, 4, 2.9}, {3, 3, 0}, {4, 2, 3}, {5, 1, 4}}, {1, 0, 1, 1, U, U, 2, 2, U, U}, "3"},
 };
 
-const RunCase lowest = {"the lowest", {u"", u"3"}, {{5, 5}, {6, 7}, {7, 7}, {8, 1}}, {U, U, U, U, 5, 2, 8, 0}};
+const RunCase lowest[] = {{"the lowest", "- 3", {{5, 5}, {6, 7}, {7, 7}, {8, 1}}, {5, 2, 8, 0}}};
 
-TEST(HiLoLevOp, Describes) {
-    for (const DescriptionCase& expected : descriptions) CheckDescription("HiLev", expected);
-}
-
-TEST(HiLoLevOp, Runs) {
-    for (const RunCase& run : highest) CheckRun("HiLev", run);
-    CheckRun("LoLev", lowest);
+TEST(HiLoLevOp, Cases) {
+    CheckCases("HiLev", descriptions, highest);
+    CheckCases("LoLev", {}, lowest);
 }
 
 TEST(HiLoLevOp, TellsHowItTreatsGaps) {

@@ -1,8 +1,6 @@
 #include "statistics/sorted_containers.h"
 
 #include <gtest/gtest.h>
-#include <random>
-#include <set>
 #include <type_traits>
 
 namespace sarvane {
@@ -28,16 +26,6 @@ TEST(SortedContainers, FindsPlaces) {
     }
     rising.InsertAt(9, 5);
     EXPECT_EQ(rising.FindInsertPos(9), 5);  // the last of equal items that end the array
-}
-
-TEST(SortedContainers, HoldsAllItemsInOrder) {
-    std::mt19937 random(1);
-    std::multiset<double> items;
-    Bag bag(0, 1);
-    for (int i = 0; i < 300; ++i) bag.Add(*items.insert(static_cast<double>(random() % 50)));
-    EXPECT_EQ(bag.GetCount(), 300);
-    int i = 0;
-    for (const double item : items) EXPECT_EQ(bag[i++], item);
 }
 
 TEST(SortedContainers, GrowsWithinBounds) {

@@ -5,6 +5,7 @@
 #include "sarvane/com_ptr.h"
 #include "sarvane/operator.h"
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,9 +31,9 @@ public:
     bool TakesBars() const { return static_cast<bool>(barOp); }
     IZelmorOp2* Bars() const { return barOp.Get(); }
 
-    HRESULT Set(int index, std::u16string_view value);
-    // Sets arguments 1, 2 and on. An empty text is not handed over.
-    void SetArguments(const std::vector<std::u16string>& arguments);
+    HRESULT Set(int index, std::string_view value);
+    // Sets arguments 1, 2 and on to the words of a text. A "-" is not handed over.
+    void SetArguments(std::string_view words);
 
     int InputCount() const;
     int OutputCount() const;
@@ -54,13 +55,14 @@ private:
     int nextBar = 0;
 };
 
-// What a run of an operator must give. Outputs stand one behind the other, bar by bar, and are compared bit by bit.
+// What a run of an operator must give, bit by bit. Outputs stand one behind the other, bar by bar; those ahead of the
+// first one listed are undefined.
 struct RunCase {
     const char* fact;
-    std::vector<std::u16string> arguments;  // from argument 1 on; an empty one keeps its default
+    std::string_view arguments;  // words from argument 1 on; a "-" keeps the default
     std::vector<std::vector<double>> bars;
     std::vector<double> outputs;
-    const char16_t* depth = nullptr;  // history depth
+    const char* depth = nullptr;  // history depth
     std::vector<double> seed = {};
     int mode = 0;  // of ResetBar
 };
@@ -68,12 +70,12 @@ struct RunCase {
 // What an operator must say of itself.
 struct DescriptionCase {
     const char* fact;
-    std::vector<std::u16string> arguments;
+    std::string_view arguments;
     const char* description;
 };
 
 void CheckRun(std::string_view keyword, const RunCase& run);
-void CheckDescription(std::string_view keyword, const DescriptionCase& expected);
+void CheckCases(std::string_view keyword, std::span<const DescriptionCase> descriptions, std::span<const RunCase> runs);
 
 // Fails unless both hold the same bits.
 void ExpectSameBits(const std::vector<double>& actual, const std::vector<double>& expected, std::string_view where);
