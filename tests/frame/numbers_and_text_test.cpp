@@ -1,10 +1,11 @@
 #include "frame/numbers.h"
+#include "frame/text.h"
 
+#include <clocale>
 #include <cmath>
 #include <gtest/gtest.h>
 
 namespace sarvane::test {
-namespace {
 
 TEST(Numbers, Borders) {
     EXPECT_EQ(CompareTolerant(1.0, 1.0000000001), 0);
@@ -19,5 +20,14 @@ TEST(Numbers, Borders) {
         EXPECT_EQ(TruncateToInt(outside), UndefinedParam) << outside;
 }
 
-}  // namespace
+TEST(Text, KnowsNoLocale) {
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8") && !std::setlocale(LC_ALL, "German"))
+        GTEST_SKIP() << "there is no locale with a decimal comma";
+    const double number = TextToDouble(u"1.5");
+    const std::u16string text(FormatText("%.1f", 1.5));
+    std::setlocale(LC_ALL, "C");
+    EXPECT_EQ(number, 1.5);
+    EXPECT_EQ(text, u"1.5");
+}
+
 }  // namespace sarvane::test
