@@ -14,47 +14,44 @@ HRESULT CallPlace(IUnknown* object, std::size_t place, Arguments... arguments) {
     return reinterpret_cast<Method>(table[place])(object, arguments...);
 }
 
+// What a describing method puts into the slot ahead of its last one.
+template <class Answer, class... Arguments>
+Answer AnswerAt(IUnknown* object, std::size_t place, Arguments... arguments) {
+    Answer answer{};
+    EXPECT_EQ(CallPlace(object, place, arguments..., &answer, static_cast<TextSlot*>(nullptr)), S_OK) << place;
+    return answer;
+}
+
 TEST(BinaryInterface, OperatorMethodsStandInTheirPlaces) {
     const OperatorDriver driver("Sim");
     IUnknown* const op = driver.operator->();
-    TextSlot text = nullptr, *const error = nullptr;
-    ushort number = 9, second = 9, third = 9;
-    uint first = 9, last = 9;
-    double value = 0.0;
-    const double one = 1.0, two = 2.0;
-
     EXPECT_EQ(CallPlace(op, 1), 2);
     EXPECT_EQ(CallPlace(op, 2), 1);
-    EXPECT_EQ(CallPlace(op, 4, short{1}, u"2", error), S_OK);
-    EXPECT_EQ(CallPlace(op, 3, &text, error), S_OK);
-    EXPECT_EQ(Taken(text), "Sim( %s, 2)");
-    EXPECT_EQ(CallPlace(op, 5, &number, error), S_OK);
-    EXPECT_EQ(number, 1);
-    EXPECT_EQ(CallPlace(op, 6, short{7}, &number, error), S_OK);
-    EXPECT_EQ(number, 7);
-    EXPECT_EQ(CallPlace(op, 7, short{0}, &text, error), S_OK);
-    EXPECT_EQ(Taken(text), "");
-    EXPECT_EQ(CallPlace(op, 8, &number, error), S_OK);
-    EXPECT_EQ(number, 1);
-    EXPECT_EQ(CallPlace(op, 9, short{0}, &text, error), S_OK);
-    EXPECT_EQ(Taken(text), "curve1");
-    EXPECT_EQ(CallPlace(op, 10, short{0}, &number, &second, &third, error), S_OK);
-    EXPECT_EQ(number * 100 + second * 10 + third, 100);
+    EXPECT_EQ(CallPlace(op, 4, short{1}, u"2", static_cast<TextSlot*>(nullptr)), S_OK);
+    EXPECT_EQ(Taken(AnswerAt<TextSlot>(op, 3)), "Sim( %s, 2)");
+    EXPECT_EQ(AnswerAt<ushort>(op, 5), 1);
+    EXPECT_EQ(AnswerAt<ushort>(op, 6, short{7}), 7);
+    EXPECT_EQ(Taken(AnswerAt<TextSlot>(op, 7, short{0})), "");
+    EXPECT_EQ(AnswerAt<ushort>(op, 8), 1);
+    EXPECT_EQ(Taken(AnswerAt<TextSlot>(op, 9, short{0})), "curve1");
+    ushort kind = 9, second = 9;
+    EXPECT_EQ(AnswerAt<ushort>(op, 10, short{0}, &kind, &second), 0);
+    EXPECT_EQ(kind * 10 + second, 10);
+    uint first = 9, last = 9;
     EXPECT_EQ(CallPlace(op, 11, 5, 5, &first, &last), S_OK);
     EXPECT_EQ(first * 10 + last, 1u);
-    EXPECT_EQ(CallPlace(op, 12, &number, error), S_OK);
-    EXPECT_EQ(number, 1);
-    EXPECT_EQ(CallPlace(op, 13, short{0}, &text, error), S_OK);
-    EXPECT_EQ(Taken(text), "2");
-    EXPECT_EQ(CallPlace(op, 14, &first, error), S_OK);
-    EXPECT_EQ(first, 2u);
+    EXPECT_EQ(AnswerAt<ushort>(op, 12), 1);
+    EXPECT_EQ(Taken(AnswerAt<TextSlot>(op, 13, short{0})), "2");
+    EXPECT_EQ(AnswerAt<uint>(op, 14), 2u);
+    const double one = 1.0, two = 2.0;
+    double value = 0.0;
     EXPECT_EQ(CallPlace(op, 15, 1, &one), S_OK);
     EXPECT_EQ(CallPlace(op, 16, 1, &one, 1, &value), S_OK);
     EXPECT_EQ(CallPlace(op, 17, short{1}), S_OK);
     EXPECT_EQ(CallPlace(op, 16, 1, &two, 1, &value), S_OK);
     EXPECT_EQ(value, 1.5);
-    EXPECT_EQ(CallPlace(op, 18, short{1}), S_OK);
     EXPECT_EQ(CallPlace(op, 18, short{2}), S_FALSE);
+    EXPECT_EQ(CallPlace(op, 18, short{1}), S_OK);
     EXPECT_EQ(CallPlace(op, 16, 1, &one, 1, &value), S_OK);
     EXPECT_EQ(value, 1.0);
 }
