@@ -7,16 +7,19 @@ namespace sarvane::test {
 namespace {
 
 const DescriptionCase descriptions[] = {
-    {"a span beyond all other steps", "65 4",
+    {"a span beyond all other steps", "- 60",
      "KaseCCSS( %s) | in 0H 0L 0C | out integer1:3 integer2:3 integer3:3 integer4:3 integer5:3 integer6:3 integer7:3 "
-     "integer8:3 high:1 low:1 label1:1 label2:1 label3:1 label4:1 label5:1 label6:1 | par 65 4 | back 260"},
+     "integer8:3 high:1 low:1 label1:1 label2:1 label3:1 label4:1 label5:1 label6:1 | par 9 60 | back 540"},
 };
 
 const RunCase runs[] = {
-    {"a gap repeats the whole bar, and votes are never missing",
+    {"a seeded close is enough for votes, and a gap repeats the whole bar",
      "",
-     {{U, U, U}, {9, 5, 7}, {10, U, 8}},
-     {0, 0, 0, 0, 0, 0, 0, 0, 9, 5, U, U, U, U, U, U, 0, 0, 0, 0, 0, 0, 0, 0, 9, 5, U, U, U, U, U, U}},
+     {{U, 5, U}, {9, 5, 7}, {10, U, 8}},
+     {0, 0, 0, 0, 0, 0, 0, 0, U, U, U, U, U, U, U, U, 0, 0, 0, 0, 0, 0, 0, 0,
+      9, 5, U, U, U, U, U, U, 0, 0, 0, 0, 0, 0, 0, 0, 9, 5, U, U, U, U, U, U},
+     nullptr,
+     {U, U, 7}},
     {"a lag below 1 gives nothing", "9 0", {{9, 5, 7}}, {}},
 };
 
