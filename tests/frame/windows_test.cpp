@@ -77,6 +77,15 @@ TEST(HistoryRing, SharesItsBufferWithOneOther) {
     second = first;
     first = third;
     EXPECT_TRUE(share(first, third)) << "one that left makes room for another";
+
+    HistoryRing behind(2);
+    behind.Push(1);
+    HistoryRing ahead = behind;
+    ahead.PopFront();
+    ahead.Push(2);
+    ahead.PopFront();
+    behind.Push(3);
+    EXPECT_EQ(behind.Capacity(), 4) << "outside the shared buffer, nobody else's window is in the way";
 }
 
 }  // namespace

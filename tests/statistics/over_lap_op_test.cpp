@@ -17,7 +17,7 @@ const RunCase runs[] = {
      "0 5 1",
      {{3, 2, 2}, {6, 5, 5}, {3, 1, 1}, {6, 2, 5}, {6, 1, 3}, {7, 6, 6}},
      {3, 3}},
-    {"ranges reach to the close before", "- 2", {{10, 9, 10}, {10, 9, 10}, {13, 12, 12}, {9, 8, 8}}, {2, 2}},
+    {"ranges reach to the close before", "- 2", {{10, 9, 12.5}, {10, 9, 10}, {13, 12, 12}, {9, 8, 8}}, {2, 2}},
     {"gaps repeat field by field", "0 2", {{10, 8, U}, {10, 8, 9}, {20, 15, U}, {U, 11, 11}}, {1, 2}},
     {"the seed stands in", "0 1", {{10, U, U}}, {1}, nullptr, {1, 2, 3}},
     {"a bound count is truncated and reaches no further than the history depth",
