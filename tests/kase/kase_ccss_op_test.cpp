@@ -16,10 +16,10 @@ const RunCase runs[] = {
     {"a seeded close is enough for votes, and a gap repeats the whole bar",
      "",
      {{U, 5, U}, {9, 5, 7}, {10, U, 8}},
-     {0, 0, 0, 0, 0, 0, 0, 0, U, U, U, U, U, U, U, U, 0, 0, 0, 0, 0, 0, 0, 0,
+     {0, 0, 0, 0, 0, 0, 0, 0, U, 6, U, U, U, U, U, U, 0, 0, 0, 0, 0, 0, 0, 0,
       9, 5, U, U, U, U, U, U, 0, 0, 0, 0, 0, 0, 0, 0, 9, 5, U, U, U, U, U, U},
      nullptr,
-     {U, U, 7}},
+     {U, 6, 7}},
     {"a lag below 1 gives nothing", "9 0", {{9, 5, 7}}, {}},
 };
 
