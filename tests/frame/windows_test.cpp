@@ -46,47 +46,5 @@ TYPED_TEST(Windows, MatchDeques) {
     }
 }
 
-TEST(HistoryRing, CapacitiesFollowTheElementsWanted) {
-    const std::pair<long long, int> capacities[] = {
-        {0, 2}, {1, 4}, {2, 4}, {3, 8}, {6, 8}, {7, 16}, {400, 512}, {-2147483648LL, 2}, {1LL << 31, 0x10000000}};
-    for (const auto& [elements, capacity] : capacities) EXPECT_EQ(HistoryRing(elements).Capacity(), capacity);
-}
-
-TEST(HistoryRing, SharesItsBufferWithOneOther) {
-    const auto share = [](const HistoryRing& a, const HistoryRing& b) { return &a[0] == &b[0]; };
-    HistoryRing first(2), second, third;
-    EXPECT_EQ(third.Capacity(), 2);
-    first.Push(1);
-    second = first;
-    third = second;
-    EXPECT_TRUE(share(first, second) && !share(first, third)) << "a third ring gets a copy";
-    for (double value : {2, 3, 4}) second.Push(value);
-    EXPECT_TRUE(share(first, second)) << "the first one to write may do so";
-    EXPECT_EQ(first.Capacity(), 16) << "and both go to a larger buffer";
-    EXPECT_EQ(first.Size(), 1);
-    first.Push(5);
-    EXPECT_FALSE(share(first, second)) << "the other one leaves";
-    EXPECT_EQ(first.Newest(), 5);
-    first = second;
-    first.Clear();
-    EXPECT_EQ(first.Capacity(), 8) << "room for what it held";
-    third.Reconfigure(2);
-    EXPECT_TRUE(third.Size() == 0 && third.Capacity() == 4);
-    EXPECT_EQ(second.Size(), 4);
-    third = second;
-    second = first;
-    first = third;
-    EXPECT_TRUE(share(first, third)) << "one that left makes room for another";
-
-    HistoryRing behind(2);
-    behind.Push(1);
-    HistoryRing ahead = behind;
-    ahead.PopFront();
-    ahead.Push(2);
-    ahead.PopFront();
-    behind.Push(3);
-    EXPECT_EQ(behind.Capacity(), 4) << "outside the shared buffer, nobody else's window is in the way";
-}
-
 }  // namespace
 }  // namespace sarvane
