@@ -1,8 +1,7 @@
 #pragma once
 
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
 
 namespace sarvane {
 
@@ -14,31 +13,30 @@ struct SimAvgState {
 
 // Sim( curve, period [, minBars]) is the mean of the last `period` values. A period that is no constant becomes a
 // second input, read on every bar. `minBars` lets the output start early, as the mean of the bars so far.
-class CSimAvgOp : public CDefZelmorOp {
+class CSimAvgOp : public Described<CSimAvgOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "mean of the last `period` values",
+        .arguments = {Takes::Curve("curve", "what is averaged"),
+                      Takes::Count("period", "values in the window").From(1).CanBeBound(),
+                      Takes::Count("minBars", "values from which on there is an output; without it, `period`")
+                          .From(1)
+                          .Optional()},
+        .outputs = {{u"curve1", UnitKind::Curve, "the mean", DrawnAs::Line}},
+    };
+    FormattedText Formula() const {
+        return IsUnset(minBars) ? FormatText("Sim( %%s, %d)", period)
+                                : FormatText("Sim( %%s, %d, %d)", period, minBars);
+    }
+    int BoundInputs() const { return IsUnset(period); }
+    int ParameterCount() const { return !IsUnset(period) + !IsUnset(minBars); }
+    FormattedText Parameter(short n) const { return Nth(n, period, minBars); }
+    int Lookback() const { return ValueOr(period, depth); }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, IsUnset(minBars) ? FormatText("Sim( %%s, %d)", period)
-                                                 : FormatText("Sim( %%s, %d, %d)", period, minBars));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 2 : 1); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override {
-        return Answer(count, !IsUnset(period) + !IsUnset(minBars));
-    }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period, minBars}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     int depth = DefaultHistoryDepth;

@@ -3,6 +3,7 @@
 // What all operators have in common: the default implementation of both interfaces, and the words in which operators
 // answer a host and treat their inputs.
 
+#include "frame/description.h"
 #include "frame/numbers.h"
 #include "frame/text.h"
 #include "sarvane/operator.h"
@@ -20,27 +21,12 @@ HRESULT Answer(Slot* slot, Value value) {
     return S_OK;
 }
 
-// What an output is measured in.
-enum class UnitKind : ushort {
-    Curve = 1,      // the units of the input curve
-    Deviation = 2,  // a distance in the units of the input curve
-    Number = 3,     // a number of its own
-    Product = 8,    // the units of both inputs multiplied
-    Quotient = 9,   // the units of both inputs divided
-};
-
 inline HRESULT AnswerUnits(ushort* kind, ushort* second, ushort* third, UnitKind unit) {
     if (!kind || !second || !third) return E_POINTER;
     *kind = static_cast<ushort>(unit);
     *second = *third = 0;
     return S_OK;
 }
-
-// Which field of a bar feeds an input.
-inline constexpr std::u16string_view OpenField = u"BAR_TYPE_OPEN";
-inline constexpr std::u16string_view HighField = u"BAR_TYPE_HIGH";
-inline constexpr std::u16string_view LowField = u"BAR_TYPE_LOW";
-inline constexpr std::u16string_view CloseField = u"BAR_TYPE_CLOSE";
 
 // Indices of SetParameter that stand for no argument of the expression.
 inline constexpr short HistoryDepthIndex = -1;

@@ -36,6 +36,20 @@ private:
 // and %%.
 [[gnu::format(printf, 1, 2)]] FormattedText FormatText(const char* format, ...);
 
+// The text of a parameter: a whole number, a number, or a word.
+inline FormattedText ParameterText(int number) { return FormatText("%d", number); }
+inline FormattedText ParameterText(double number) { return FormatText("%f", number); }
+inline FormattedText ParameterText(const char* word) { return FormatText("%s", word); }
+
+// The text of parameter `n` of a list, counted from 0; empty out of range.
+template <class... Parameters>
+FormattedText Nth(short n, Parameters... parameters) {
+    FormattedText text;
+    short place = 0;
+    ((place++ == n ? void(text = ParameterText(parameters)) : void()), ...);
+    return text;
+}
+
 // Entry `n` of a list, counted from 0: a number as text, or one of several texts. Out of range it is `otherwise`.
 FormattedText NthInt(short n, std::initializer_list<int> numbers);
 FormattedText NthDouble(int n, std::initializer_list<double> numbers);

@@ -5,9 +5,10 @@ namespace sarvane {
 STDMETHODIMP CComClassFactory::QueryInterface(const GUID& iid, void** object) {
     if (!object) return E_POINTER;
     *object = nullptr;
-    if (iid != IID_IUnknown && iid != IID_IClassFactory) return E_NOINTERFACE;
-    *object = static_cast<IClassFactory*>(this);
-    AddRef();
+    if (iid == IID_IUnknown || iid == IID_IClassFactory) *object = static_cast<IClassFactory*>(this);
+    if (iid == IID_IZelmorClassInfo) *object = static_cast<IZelmorClassInfo*>(this);
+    if (!*object) return E_NOINTERFACE;
+    static_cast<IUnknown*>(*object)->AddRef();
     return S_OK;
 }
 
@@ -15,7 +16,7 @@ STDMETHODIMP CComClassFactory::CreateInstance(IUnknown* outer, const GUID& iid, 
     if (!object) return E_POINTER;
     *object = nullptr;
     if (outer && iid != IID_IUnknown) return CLASS_E_NOAGGREGATION;
-    return create(outer, iid, object);
+    return entry.create(outer, iid, object);
 }
 
 STDMETHODIMP CComClassFactory::LockServer(BOOL lock) {

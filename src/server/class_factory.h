@@ -1,24 +1,41 @@
 #pragma once
 
-#include "server/com_object.h"
+#include "sarvane/class_info.h"
+#include "server/class_table.h"
 
 #include <atomic>
 
 namespace sarvane {
 
-// Makes the objects of one class.
-class CComClassFactory : public IClassFactory {
+// Makes the objects of one class, and tells what its description says.
+class CComClassFactory : public IClassFactory, public IZelmorClassInfo {
 public:
-    explicit CComClassFactory(CreateFunction createFunction) : create(createFunction) {}
+    explicit CComClassFactory(const ClassEntry& classEntry) : entry(classEntry) {}
     STDMETHODIMP QueryInterface(const GUID& iid, void** object) override;
     STDMETHODIMP CreateInstance(IUnknown* outer, const GUID& iid, void** object) override;
     STDMETHODIMP LockServer(BOOL lock) override;
+
+    STDMETHODIMP GetKeyword(TextSlot* keyword) override;
+    STDMETHODIMP GetSentence(TextSlot* sentence) override;
+    STDMETHODIMP GetArgumentCount(ushort* count) override;
+    STDMETHODIMP GetArgumentName(short argument, TextSlot* name) override;
+    STDMETHODIMP GetArgumentKind(short argument, ushort* kind) override;
+    STDMETHODIMP GetArgumentMeaning(short argument, TextSlot* meaning) override;
+    STDMETHODIMP GetArgumentDefault(short argument, TextSlot* text) override;
+    STDMETHODIMP GetArgumentRange(short argument, double* least, double* greatest) override;
+    STDMETHODIMP GetArgumentUse(short argument, ushort* use) override;
+    STDMETHODIMP GetWordCount(short argument, ushort* count) override;
+    STDMETHODIMP GetWord(short argument, short word, TextSlot* text, TextSlot* meaning) override;
+    STDMETHODIMP GetOutputCount(ushort* count) override;
+    STDMETHODIMP GetOutputName(short output, TextSlot* name) override;
+    STDMETHODIMP GetOutputMeaning(short output, TextSlot* meaning) override;
+    STDMETHODIMP GetOutputDrawing(short output, ushort* drawing) override;
 
 protected:
     ~CComClassFactory() = default;
 
 private:
-    CreateFunction create;
+    const ClassEntry& entry;
 };
 
 // A factory that the class table keeps. The reference of its cache doesn't keep the module loaded, those of hosts do.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "frame/description.h"
 #include "server/com_object.h"
 
 #include <span>
@@ -14,6 +15,7 @@ struct ClassEntry {
     const char* keyword;  // under which expressions know it
     int scriptId;         // of its registration script among the module's resources
     CreateFunction create;
+    const Description* about;
 };
 
 // All classes, in the order in which they are found and registered.

@@ -27,7 +27,7 @@ public:
     CachedFactory& FactoryOf(std::size_t index) {
         const std::lock_guard guard(creation);
         std::unique_ptr<CachedFactory>& factory = factories[index];
-        if (!factory) factory = std::make_unique<CachedFactory>(ClassTable()[index].create);
+        if (!factory) factory = std::make_unique<CachedFactory>(ClassTable()[index]);
         return *factory;
     }
 

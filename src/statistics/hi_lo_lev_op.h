@@ -1,8 +1,7 @@
 #pragma once
 
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
 
 namespace sarvane {
 
@@ -22,30 +21,28 @@ struct LevelState {
 // that is no constant becomes a third input, read on every bar. With `keepGaps` missing inputs enter the window as they
 // are, else they repeat the bar before. `Extreme` says which way the keys are compared.
 template <class Extreme>
-class CLevOp : public CDefZelmorOp {
+class CLevOp : public Described<CLevOp<Extreme>> {
+    friend Described<CLevOp>;
+    static constexpr Description About = {
+        .sentence = Extreme::Sentence,
+        .arguments = {Takes::Curve("value", "curve that is shown"),
+                      Takes::Curve("key", "curve whose extreme is looked for"),
+                      Takes::Count("period", "bars in the window").From(1).CanBeBound(),
+                      Takes::Switch("keepGaps", "missing inputs enter the window instead of repeating the bar before")
+                          .Default("0")},
+        .outputs = {{u"curve1", UnitKind::Curve, "the value curve on the bar of the extreme", DrawnAs::Line},
+                    {u"integer1", UnitKind::Number, "bars since that bar", DrawnAs::Step}},
+    };
+    FormattedText Formula() const { return FormatText("%s( %%s, %d, %d)", Extreme::Name, period, keepGaps); }
+    int BoundInputs() const { return IsUnset(period); }
+    FormattedText Parameter(short n) const { return Nth(n, period, keepGaps); }
+    int Lookback() const { return ValueOr(period, depth); }
+    static UnitKind OutputUnits(short output) { return output == 1 ? UnitKind::Number : UnitKind::Curve; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("%s( %%s, %d, %d)", Extreme::Name, period, keepGaps));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 3 : 2); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 2); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {
-        return TextOut(name, NthText(output, {u"curve1"}, u"integer1"));
-    }
-    STDMETHODIMP GetOutputUnits(short output, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, output == 1 ? UnitKind::Number : UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 1 : 2); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period, keepGaps}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
     // How missing inputs are treated, 0 or 1. No interface declares these two, but they are part of the method table.
     virtual STDMETHODIMP GetFillsGaps(uint* flag) { return Answer(flag, !keepGaps); }
@@ -62,11 +59,13 @@ private:
 
 struct HighestKey {
     static constexpr const char* Name = "HiLevel";
+    static constexpr const char* Sentence = "value of a curve on the bar on which a second curve was highest";
     static bool IsBeyond(double key, double best) { return key > best; }
 };
 
 struct LowestKey {
     static constexpr const char* Name = "LoLevel";
+    static constexpr const char* Sentence = "value of a curve on the bar on which a second curve was lowest";
     static bool IsBeyond(double key, double best) { return key < best; }
 };
 
