@@ -54,5 +54,14 @@ inline constexpr GUID KalmanFilterOp = "7370CFB4-A250-4857-A39A-17AE8FF1522B"_id
 inline constexpr GUID TriAvgOp = "81E21BEE-B660-4B1E-84CD-7F0A9DA34A74"_id;
 inline constexpr GUID ExHullAvgOp = "FB48A185-BC7E-40F7-9126-D3DB8705476D"_id;
 
+// All of them.
+inline constexpr GUID All[] = {
+    MedianOp,  SBarMul,   SBarAdd,   SBarDiv,        SBarSub,         BarDiv,        BarMul,
+    BarSub,    BarAdd,    SampleOp,  TDReboOp,       TDREIOp,         MiddleOp,      CorrelOp,
+    SimAvgOp,  SmoAvgOp,  ExpAvgOp,  HiLevOp,        LoLevOp,         SqrtDevOp,     RankOp,
+    AdapAvgOp, TrixOp,    OverLapOp, KasePeakOscOp,  KasePermStochOp, KaseCCSSOp,    VolStopOp,
+    StochXOp,  StdDevOp,  DeMOp,     WeightedAvgOp,  EventOffset,     CountOperator, MeanDeviationOp,
+    MACDXOp,   TimeAvgOp, CGOscOp,   KalmanFilterOp, TriAvgOp,        ExHullAvgOp};
+
 }  // namespace ClassId
 }  // namespace sarvane

@@ -1,0 +1,126 @@
+#include "operators/operator_library.h"
+
+#include "language/parser.h"
+#include "language/unicode.h"
+#include "sarvane/class_ids.h"
+
+#include <algorithm>
+
+namespace sarvane::study {
+namespace {
+
+constexpr int HistoryIndex = -1, DigitsIndex = -2;
+
+std::string StatusText(HRESULT status) {
+    constexpr const char* Hex = "0123456789ABCDEF";
+    std::string text = "0x";
+    for (int shift = 28; shift >= 0; shift -= 4) text += Hex[static_cast<std::uint32_t>(status) >> shift & 15];
+    return text;
+}
+
+}  // namespace
+
+std::optional<std::size_t> OperatorClass::FindArgument(std::string_view name) const {
+    const auto found = std::ranges::find_if(
+        arguments, [&](const ArgumentInfo& argument) { return EqualIgnoringCase(argument.name, name); });
+    if (found == arguments.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - arguments.begin());
+}
+
+Outcome<OperatorLibrary> OperatorLibrary::Load(const std::string& file) {
+    const Outcome<OperatorModule> module = OperatorModule::Load(file);
+    if (!module) return module.Fault();
+    OperatorLibrary library(*module);
+    for (const GUID& id : ClassId::All) {
+        ComPtr<IZelmorClassInfo> info;
+        const HRESULT status = module->GetClassObject(id, IID_IZelmorClassInfo, info.Slot());
+        if (FAILED(status)) {
+            return Problem{.message =
+                               "this operator library does not describe its classes: status " + StatusText(status)};
+        }
+        library.classes.push_back(library.Described(id, *info.Get()));
+    }
+    std::ranges::sort(library.classes, {}, &OperatorClass::keyword);
+    return library;
+}
+
+OperatorClass OperatorLibrary::Described(const GUID& id, IZelmorClassInfo& info) const {
+    TextSlot text = nullptr;
+    const auto taken = [&](HRESULT status) { return Take(SUCCEEDED(status) ? text : nullptr); };
+    OperatorClass described;
+    described.id = id;
+    described.keyword = taken(info.GetKeyword(&text));
+    described.sentence = taken(info.GetSentence(&text));
+    ushort count = 0, number = 0;
+    info.GetArgumentCount(&count);
+    for (short n = 0; n < count; ++n) {
+        ArgumentInfo& argument = described.arguments.emplace_back();
+        argument.name = taken(info.GetArgumentName(n, &text));
+        argument.meaning = taken(info.GetArgumentMeaning(n, &text));
+        argument.standard = taken(info.GetArgumentDefault(n, &text));
+        info.GetArgumentRange(n, &argument.least, &argument.greatest);
+        if (SUCCEEDED(info.GetArgumentKind(n, &number))) argument.kind = static_cast<ArgumentKind>(number);
+        if (SUCCEEDED(info.GetArgumentUse(n, &number))) {
+            argument.isOptional = number & ArgumentIsOptional;
+            argument.canBeBound = number & ArgumentCanBeBound;
+        }
+        ushort words = 0;
+        info.GetWordCount(n, &words);
+        for (short word = 0; word < words; ++word) {
+            TextSlot meaning = nullptr;
+            if (FAILED(info.GetWord(n, word, &text, &meaning))) continue;
+            argument.words.push_back({Take(text), Take(meaning)});
+        }
+    }
+    info.GetOutputCount(&count);
+    for (short n = 0; n < count; ++n) {
+        OutputInfo& output = described.outputs.emplace_back();
+        output.name = taken(info.GetOutputName(n, &text));
+        output.meaning = taken(info.GetOutputMeaning(n, &text));
+        if (SUCCEEDED(info.GetOutputDrawing(n, &number))) output.drawing = static_cast<DrawnAs>(number);
+    }
+    return described;
+}
+
+const OperatorClass* OperatorLibrary::Find(std::string_view keyword) const {
+    const auto found = std::ranges::find_if(
+        classes, [&](const OperatorClass& known) { return EqualIgnoringCase(known.keyword, keyword); });
+    return found == classes.end() ? nullptr : &*found;
+}
+
+Outcome<ComPtr<IZelmorOp>> OperatorLibrary::Create(const OperatorClass& operatorClass,
+                                                   const OperatorSettings& settings) const {
+    ComPtr<IClassFactory> factory;
+    ComPtr<IZelmorOp> created;
+    HRESULT status = module.GetClassObject(operatorClass.id, IID_IClassFactory, factory.Slot());
+    if (SUCCEEDED(status)) status = factory->CreateInstance(nullptr, IID_IZelmorOp, created.Slot());
+    if (FAILED(status)) {
+        return Problem{.message = status == E_OUTOFMEMORY
+                                      ? "out of memory"
+                                      : operatorClass.keyword + " cannot be created: status " + StatusText(status)};
+    }
+    std::string refusal = SetArgument(*created.Get(), HistoryIndex, std::to_string(settings.history));
+    if (refusal.empty() && settings.digits) {
+        refusal = SetArgument(*created.Get(), DigitsIndex, std::to_string(*settings.digits));
+    }
+    if (!refusal.empty()) return Problem{.message = operatorClass.keyword + ": " + refusal};
+    return created;
+}
+
+std::string OperatorLibrary::SetArgument(IZelmorOp& op, int index, std::string_view text) const {
+    TextSlot error = nullptr;
+    const HRESULT status = op.SetParameter(static_cast<short>(index), Utf16(text).c_str(), &error);
+    const std::string message = Take(error);
+    if (status == S_OK) return {};
+    if (status == E_OUTOFMEMORY) return "out of memory";
+    return message.empty() ? "refused with status " + StatusText(status) : message;
+}
+
+std::string OperatorLibrary::Take(TextSlot text) const {
+    if (!text) return {};
+    std::string taken = Utf8(text);
+    module.FreeMemory(text);
+    return taken;
+}
+
+}  // namespace sarvane::study
