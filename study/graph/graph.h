@@ -1,0 +1,76 @@
+#pragma once
+
+#include "graph/node.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace sarvane::study {
+
+// What a node was made of, for people.
+struct NodeText {
+    std::string text;           // the part of the expression, in the words of its operators
+    std::vector<Place> inputs;  // places that it reads
+    Place output = NoPlace;     // the first place that it writes
+    std::size_t outputCount = 1;
+    std::size_t uses = 1;  // how many times expressions asked for it
+};
+
+// The nodes of expressions that are compiled together, and the values of the present bar. Each different part of the
+// expressions is one node, which is stepped once a bar.
+//
+// The array of values starts with the columns of the data; constants and the outputs of nodes follow as they are added.
+class Graph {
+public:
+    explicit Graph(std::size_t columnCount) : values(columnCount, UndefinedValue), columns(columnCount) {}
+
+    Place AddConstant(double value);
+
+    // The first output of the node that `key` stands for. A new one is made by `make(place)`, which gets the place of its
+    // first output. Equal keys are equal parts: key by what a node does and the places that it reads.
+    template <class Make>
+    Place AddNode(const std::string& key, const std::string& text, std::vector<Place> inputs, std::size_t outputCount,
+                  Make make) {
+        if (const auto known = byKey.find(key); known != byKey.end()) {
+            ++texts[known->second].uses;
+            return texts[known->second].output;
+        }
+        const Place output = values.size();
+        auto node = make(output);
+        if (!node) return NoPlace;
+        values.resize(output + outputCount, UndefinedValue);
+        byKey.emplace(key, nodes.size());
+        texts.push_back({text, std::move(inputs), output, outputCount});
+        nodes.push_back(std::move(node));
+        return output;
+    }
+
+    std::span<const NodeText> Nodes() const { return texts; }
+    std::size_t ColumnCount() const { return columns; }
+    // True if all nodes keep snapshots; else rollback reaches the last bar alone.
+    bool KeepsSnapshots() const;
+
+    HRESULT Reset(const RunStart& start);
+    // Takes in a bar, one value a column.
+    HRESULT Step(const double* row, int bar);
+    HRESULT Save(short slot);
+    HRESULT Restore(short slot);
+    void SetPriceStep(double step);
+
+    // The values of the last bar that was taken in.
+    const double* Values() const { return values.data(); }
+
+private:
+    std::vector<double> values;
+    std::size_t columns;
+    std::vector<std::unique_ptr<Node>> nodes;  // each behind those that it reads
+    std::vector<NodeText> texts;               // by node
+    std::map<std::string, std::size_t> byKey;  // to the node
+    std::map<std::uint64_t, Place> constants;  // by their bits
+};
+
+}  // namespace sarvane::study

@@ -1,0 +1,50 @@
+#include "graph/operator_node.h"
+
+namespace sarvane::study {
+namespace {
+
+constexpr short NeverSaved = 32767;
+
+}  // namespace
+
+OperatorNode::OperatorNode(ComPtr<IZelmorOp> created, std::vector<Place> inputs, std::size_t outputCount, Place to)
+    : op(std::move(created)), sources(std::move(inputs)), in(sources.size(), UndefinedValue),
+      outCount(static_cast<int>(outputCount)), output(to), keepsSnapshots(op->RestoreState(NeverSaved) != S_OK) {
+    op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
+}
+
+void OperatorNode::SetPriceStep(double step) {
+    const double values[] = {step, step};
+    if (barOp) barOp->SetPriceStep(2, values);
+}
+
+HRESULT OperatorNode::Reset(const RunStart& start) {
+    for (double& value : in) value = UndefinedValue;  // no seeds
+    steppedSinceSave = false;
+    const int count = static_cast<int>(in.size());
+    return barOp ? barOp->ResetBar(start.holdsInputs ? 1 : 0, start.lastBar, count, in.data())
+                 : op->Reset(count, in.data());
+}
+
+HRESULT OperatorNode::Step(double* values, int bar) {
+    const std::size_t count = in.size();
+    for (std::size_t i = 0; i < count; ++i) in[i] = values[sources[i]];
+    steppedSinceSave = true;
+    return barOp ? barOp->CalculateBar(bar, static_cast<int>(count), in.data(), outCount, values + output)
+                 : op->Calculate(static_cast<int>(count), in.data(), outCount, values + output);
+}
+
+HRESULT OperatorNode::Save(short slot) {
+    steppedSinceSave = false;
+    return op->SaveState(slot);
+}
+
+// An operator that can only take its last bar back has nothing to take back if no bar came since, or if that bar was
+// missing, which it skips: it would take back the bar before.
+HRESULT OperatorNode::Restore(short slot) {
+    if (!keepsSnapshots && (!steppedSinceSave || in.empty() || IsUndefined(in.front()))) return S_OK;
+    steppedSinceSave = false;
+    return op->RestoreState(slot);
+}
+
+}  // namespace sarvane::study

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "graph/node.h"
+#include "sarvane/com_ptr.h"
+#include "sarvane/operator.h"
+
+#include <vector>
+
+namespace sarvane::study {
+
+// Drives one operator. Its outputs stand one behind the other.
+class OperatorNode final : public Node {
+public:
+    // Reads `inputs` and writes `outputCount` values from place `to` on.
+    OperatorNode(ComPtr<IZelmorOp> created, std::vector<Place> inputs, std::size_t outputCount, Place to);
+
+    HRESULT Reset(const RunStart& start) override;
+    HRESULT Step(double* values, int bar) override;
+    HRESULT Save(short slot) override;
+    HRESULT Restore(short slot) override;
+    void SetPriceStep(double step) override;
+    bool KeepsSnapshots() const override { return keepsSnapshots; }
+
+private:
+    ComPtr<IZelmorOp> op;
+    ComPtr<IZelmorOp2> barOp;  // where the operator takes whole bars
+    std::vector<Place> sources;
+    std::vector<double> in;
+    int outCount;
+    Place output;
+    bool keepsSnapshots;  // else restoring succeeds on any slot, and takes back the last bar
+    bool steppedSinceSave = false;
+};
+
+}  // namespace sarvane::study
