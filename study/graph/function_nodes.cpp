@@ -33,7 +33,7 @@ struct Rule {
 };
 
 constexpr Rule<UnaryFunction> UnaryRules[] = {
-    {"-", [](double x) { return -x; }},
+    {"-", [](double x) { return 0.0 - x; }},
     {"not", [](double x) { return AsNumber(x == 0.0); }},
     {"abs", [](double x) { return std::abs(x); }},
     {"sqrt", [](double x) { return x < 0.0 ? UndefinedValue : std::sqrt(x); }},

@@ -8,7 +8,7 @@
 namespace sarvane::study {
 
 // No tree is higher, so that walks over it stay far from the end of any stack.
-inline constexpr int GreatestHeight = 400;
+inline constexpr int GreatestHeight = 250;
 inline constexpr std::size_t LongestText = 1 << 20;  // bytes
 
 // Reads the text of an expression or of a file of definitions:

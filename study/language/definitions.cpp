@@ -1,0 +1,70 @@
+#include "language/definitions.h"
+
+#include "language/parser.h"
+
+#include <algorithm>
+
+namespace sarvane::study {
+namespace {
+
+Problem At(const Span& place, std::string message, const Source& source) {
+    return {place.begin, place.end - place.begin, std::move(message), {}, source.name};
+}
+
+// The first name that comes twice in a list, null if none does.
+template <class Named, class PlaceOf>
+std::optional<Problem> FindRepeated(const std::vector<Named>& list, PlaceOf placeOf, const Source& source) {
+    for (auto a = list.begin(); a != list.end(); ++a) {
+        for (auto b = list.begin(); b != a; ++b) {
+            if (EqualIgnoringCase(a->name, b->name)) return At(placeOf(*a), "there are two of this name", source);
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Problem> Definitions::Add(std::string_view text, std::string_view sourceName) {
+    const auto source = std::make_shared<const Source>(Source{std::string(sourceName), std::string(text)});
+    Outcome<Script> script = ParseScript(text);
+    if (!script) {
+        Problem problem = script.Fault();
+        problem.source = source->name;
+        return problem;
+    }
+    const auto before = definitions;
+    for (const Statement& statement : script->statements) {
+        if (auto problem = Add(statement, source)) {
+            definitions = before;
+            return problem;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Problem> Definitions::Add(const Statement& statement, std::shared_ptr<const Source> source) {
+    if (statement.name.empty()) return At(statement.span, "expected a definition: `name = expression`", *source);
+    if (std::string reason = refusal(statement.name); !reason.empty()) {
+        return At(statement.nameSpan, std::move(reason), *source);
+    }
+    if (auto twice = FindRepeated(
+            statement.parameters, [](const auto& named) { return named.span; }, *source)) {
+        return twice;
+    }
+    if (auto twice = FindRepeated(
+            statement.outputs, [](const auto& named) { return named.nameSpan; }, *source)) {
+        return twice;
+    }
+    std::erase_if(definitions,
+                  [&](const auto& known) { return EqualIgnoringCase(known->statement.name, statement.name); });
+    definitions.push_back(std::make_shared<const Definition>(Definition{statement, std::move(source)}));
+    return std::nullopt;
+}
+
+const Definition* Definitions::Find(std::string_view name) const {
+    const auto found = std::ranges::find_if(
+        definitions, [&](const auto& known) { return EqualIgnoringCase(known->statement.name, name); });
+    return found == definitions.end() ? nullptr : found->get();
+}
+
+}  // namespace sarvane::study

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "language/problem.h"
+#include "language/syntax.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sarvane::study {
+
+// A text of the language, kept for the messages and arguments that quote it.
+struct Source {
+    std::string name;  // such as "standard.study"; empty for an expression
+    std::string text;
+};
+
+// A name that stands for an expression, or for a function with parameters.
+struct Definition {
+    Statement statement;
+    std::shared_ptr<const Source> source;
+};
+
+// The names that expressions may use. Those of a later text take the place of earlier ones with the same name.
+class Definitions {
+public:
+    // Why a name may not be defined, or an empty text if it may.
+    using Refusal = std::function<std::string(std::string_view name)>;
+
+    explicit Definitions(Refusal check) : refusal(std::move(check)) {}
+
+    // Adds all statements of a text, or none of them if there is a problem. Each must have a name.
+    std::optional<Problem> Add(std::string_view text, std::string_view sourceName);
+    // Adds one statement of a text that has been read already.
+    std::optional<Problem> Add(const Statement& statement, std::shared_ptr<const Source> source);
+
+    // In any letter case. Null if there is none.
+    const Definition* Find(std::string_view name) const;
+    // In the order in which they were added.
+    const std::vector<std::shared_ptr<const Definition>>& All() const { return definitions; }
+
+private:
+    Refusal refusal;
+    std::vector<std::shared_ptr<const Definition>> definitions;
+};
+
+}  // namespace sarvane::study
