@@ -29,11 +29,12 @@ void Adapt(AdapAvgState& live, int window, double fast, double slow) {
 
 }  // namespace
 
-STDMETHODIMP CAdapAvgOp::GetFormula(TextSlot* formula, TextSlot*) {
+// With some of the parameters set and others not there is no expression.
+FormattedText CAdapAvgOp::Formula() const {
     const int unset = IsUnset(period) + IsUnset(fastPeriod) + IsUnset(slowPeriod);
-    if (unset == 3) return TextOut(formula, u"AMA( %s)");
-    if (unset > 0) return TextOut(formula, u"");
-    return TextOut(formula, FormatText("AMA( %%s, %d, %d, %d)", period, fastPeriod, slowPeriod));
+    if (unset == 3) return FormatText("AMA( %%s)");
+    if (unset > 0) return {};
+    return FormatText("AMA( %%s, %d, %d, %d)", period, fastPeriod, slowPeriod);
 }
 
 STDMETHODIMP CAdapAvgOp::SetParameter(short index, const char16_t* value, TextSlot*) {

@@ -36,7 +36,7 @@ class CSimAvgOp : public Described<CSimAvgOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     int depth = DefaultHistoryDepth;

@@ -24,10 +24,10 @@ STDMETHODIMP CSmoAvgOp::SetParameter(short index, const char16_t* value, TextSlo
     return S_OK;
 }
 
-// An average of this kind settles like an exponential one of twice the period.
-STDMETHODIMP CSmoAvgOp::GetLookback(uint* bars, TextSlot*) {
+// A smoothed average settles like an exponential average of twice the period.
+int CSmoAvgOp::Lookback() const {
     constexpr int MostBars = 10000;
-    return Answer(bars, IsUnset(period) ? depth : std::min(ConvergenceBars(2.0 * period, digits), MostBars));
+    return IsUnset(period) ? depth : std::min(ConvergenceBars(2.0 * period, digits), MostBars);
 }
 
 STDMETHODIMP CSmoAvgOp::Reset(int count, const double* seed) {

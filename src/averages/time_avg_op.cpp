@@ -57,7 +57,7 @@ STDMETHODIMP CTimeAvgOp::SetParameter(short index, const char16_t* value, TextSl
         }
         calc.Restart(period);
         break;
-    case Lookback: lookback = number; break;
+    case Argument::Lookback: lookback = number; break;
     }
     return S_OK;
 }
