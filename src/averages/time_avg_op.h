@@ -13,22 +13,22 @@ struct TimeAvgBucket {
     double sum = 0.0;                       // of `values`
 };
 
-// Means of the last values, key by key. It remembers which key came last, so that its value can be taken back.
+// The mean of the last values for each key. The value that came last can be taken back.
 class TimeAvgCalc {
 public:
     static constexpr int DefaultWindow = 10;  // values
 
-    // Drops all values; windows made from now on hold `windowLength` of them, and with 0 there never is a mean.
+    // Removes all values. From now on a mean is that of the last `windowLength` values; with 0 there never is one.
     void Restart(int windowLength);
-    // The mean of the key's values once its window is full, else UndefinedValue.
+    // Adds a value to a key and returns the mean of the key's last values, UndefinedValue until its window is full.
     double Add(int key, double value);
-    // Takes the value of the last `Add` back, once. What that value pushed out of a full window stays lost.
+    // Removes the value of the last `Add`, once. A value that it had pushed out of a full window does not come back.
     void Undo();
 
 private:
     TimeAvgBucket& BucketOf(int key);
 
-    int lastKey = UndefinedParam;  // UndefinedParam when there is nothing to take back
+    int lastKey = UndefinedParam;  // of the last `Add`; UndefinedParam if there is nothing to take back
     std::unordered_map<int, TimeAvgBucket> buckets;
     int capacity = DefaultWindow;  // of a new bucket
 };

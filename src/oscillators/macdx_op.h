@@ -11,10 +11,10 @@ struct MACDXState {
     double signalLine = UndefinedValue;  // exponential average of fastAverage - slowAverage
 };
 
-// MACDX(curve,fast,slow,signal) belongs to Gerald Appel's MACD, the difference of a fast and a slow exponential average,
-// whose own exponential average is the signal line. The operator gives the price at which the difference would meet the
-// signal line. Each parameter is a smoothing ratio; a number above 1.0 is a length in bars, and stored as the ratio
-// that it stands for. With two equal ratios there is no output.
+// MACDX(curve,fast,slow,signal) gives the price at which Gerald Appel's MACD would meet its signal line. The MACD is
+// the difference of a fast and a slow exponential average, the signal line the exponential average of that difference.
+// Each parameter is a smoothing ratio; a number above 1.0 is a length in bars, and stored as the ratio that it stands
+// for. With two equal ratios there is no output.
 class CMACDXOp : public Described<CMACDXOp> {
     friend Described;
     static constexpr Description About = {

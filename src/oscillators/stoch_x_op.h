@@ -11,17 +11,17 @@ namespace sarvane {
 
 using StochXPrices = std::array<double, 3>;  // high, low, close
 
-// Where a bar's close stands within the recent range.
+// A bar as the averages see it.
 struct StochXBar {
-    GuardedValue low;       // of the range
-    GuardedValue range;     // from there to the high
-    GuardedValue position;  // of the close above the low
-    GuardedValue raw;       // position as a share of the range
+    GuardedValue low;       // lowest low of the range
+    GuardedValue range;     // highest high minus lowest low
+    GuardedValue position;  // close minus lowest low
+    GuardedValue raw;       // position / range, the raw ratio
 };
 
 // What the averages give on a bar.
 struct StochXLines {
-    GuardedValue positionAverage;
+    GuardedValue positionAverage;  // averages of `position` and `range`, of the same kind and length as the fast line
     GuardedValue rangeAverage;
     GuardedValue fast;
     GuardedValue slow;
@@ -30,9 +30,10 @@ struct StochXLines {
 struct StochXState {
     using History = SlidingArray<GuardedValue>;  // oldest first
 
-    StochXPrices previous = {UndefinedValue, UndefinedValue, UndefinedValue};  // of the bar that was used last
+    StochXPrices previous = {UndefinedValue, UndefinedValue, UndefinedValue};  // of the last bar that was used
     StochXLines lines;                                                         // on that bar
-    // What went into simple averages, and will leave them. Only the newest entries are looked at; there may be more.
+    // Past entries of simple averages, from which the entry is taken that leaves an average on this bar. It is counted
+    // from the newest one, so a history may hold more entries than its average.
     History rawForFast;
     History rawForSlow;
     History fastHistory;
@@ -54,10 +55,11 @@ inline constexpr WordDescription StochXAverages[] = {
 };
 
 // StochX_( bar, ratioMode, fastKind, slowKind, rangeLength, fastLength, slowLength) gives two prices of a stochastic
-// oscillator (George C. Lane's), where the raw ratio is the position of the close between the lowest low and the highest
-// high of `rangeLength` bars, the fast line is its average, and the slow line the average of the fast line. The first
-// price is the close at which the raw ratio would meet the fast line, the second the close at which the fast line would
-// meet the slow line. Every average is a linear function of the close, so each equation has one solution.
+// oscillator (George C. Lane, "Lane's Stochastics", Technical Analysis of Stocks & Commodities, 1984). Its raw ratio is
+// the position of the close between the lowest low and the highest high of `rangeLength` bars, its fast line an average
+// of that, and its slow line an average of the fast line. The first price is the close at which the raw ratio would
+// meet the fast line, the second the close at which the fast line would meet the slow line. All averages are linear in
+// the close of this bar, so each of the two equations has one solution.
 //
 // With `ratioMode` 1 the fast line averages the raw ratio; otherwise it is the average position of the close divided by
 // the average range. A kind is simple (0), smoothed (1) or exponential (any other). A length below 1.0 is a smoothing
@@ -98,11 +100,11 @@ private:
     void ConfigureSteps();
 
     StochXBar WithinRange(const StochXPrices& prices);
-    StochXLines Smooth(const StochXBar& bar);
+    StochXLines Average(const StochXBar& bar);
     GuardedValue CloseForFast(GuardedValue level, const StochXBar& bar, const StochXLines& before);
-    GuardedValue ByRecursion(GuardedValue level, const StochXBar& bar, const StochXLines& before) const;
-    GuardedValue ByWindowOfRaw(GuardedValue level, const StochXBar& bar, const StochXLines& before);
-    GuardedValue ByWindowOfParts(GuardedValue level, const StochXBar& bar, const StochXLines& before);
+    GuardedValue CloseForRecursive(GuardedValue level, const StochXBar& bar, const StochXLines& before) const;
+    GuardedValue CloseForSimpleOfRaw(GuardedValue level, const StochXBar& bar, const StochXLines& before);
+    GuardedValue CloseForSimpleOfParts(GuardedValue level, const StochXBar& bar, const StochXLines& before);
 
     int ratioMode = UndefinedParam;
     int fastKind = UndefinedParam;
