@@ -7,15 +7,17 @@ namespace {
 
 enum Argument : short { Curve, Period, FastPeriod, SlowPeriod };
 
-// The smoothing of an exponential average of that period. A missing period from a curve counts as the number that it
-// is, which all but stops the average; only one next to -1 gives no factor.
+// The smoothing factor of an exponential average of `period`; UndefinedValue for a period within 1e-100 of -1. A
+// missing period from a curve is not treated as missing here: UndefinedValue is a huge negative number, whose factor is
+// almost 0.
 double SmoothingFactor(double period) {
     const double divisor = period + 1.0;
     return divisor < -1e-100 || divisor > 1e-100 ? 2.0 / divisor : UndefinedValue;
 }
 
-// Moves the average toward the newest value, as far as the efficiency of the last `window` values calls for: their net
-// change in proportion to all the way they went, summed newest first. A flat window leaves the average where it is.
+// Moves the average towards the newest value. How far depends on the efficiency of the last `window` values: their net
+// change divided by the sum of their changes from bar to bar, which is added up from the newest to the oldest. Without
+// any change in the window the average stays where it is.
 void Adapt(AdapAvgState& live, int window, double fast, double slow) {
     const HistoryRing& history = live.history;
     double volatility = 0.0;
@@ -29,11 +31,12 @@ void Adapt(AdapAvgState& live, int window, double fast, double slow) {
 
 }  // namespace
 
-STDMETHODIMP CAdapAvgOp::GetFormula(TextSlot* formula, TextSlot*) {
+// Empty if only some of the parameters are set.
+FormattedText CAdapAvgOp::Formula() const {
     const int unset = IsUnset(period) + IsUnset(fastPeriod) + IsUnset(slowPeriod);
-    if (unset == 3) return TextOut(formula, u"AMA( %s)");
-    if (unset > 0) return TextOut(formula, u"");
-    return TextOut(formula, FormatText("AMA( %%s, %d, %d, %d)", period, fastPeriod, slowPeriod));
+    if (unset == 3) return FormatText("AMA( %%s)");
+    if (unset > 0) return {};
+    return FormatText("AMA( %%s, %d, %d, %d)", period, fastPeriod, slowPeriod);
 }
 
 STDMETHODIMP CAdapAvgOp::SetParameter(short index, const char16_t* value, TextSlot*) {
@@ -62,7 +65,7 @@ STDMETHODIMP CAdapAvgOp::Reset(int count, const double* seed) {
 STDMETHODIMP CAdapAvgOp::Calculate(int, const double* in, int, double* out) {
     AdapAvgState& live = states.Live();
     out[0] = UndefinedValue;
-    ++live.barCount;  // a bar that is skipped counts too
+    ++live.barCount;  // counts every bar, also one that is skipped below
     const double value = IsUndefined(in[Curve]) ? live.previous : in[Curve];
     const int window = IsConstant(period) ? period : TruncateToInt(in[Period]);
     const double fast = SmoothingFactor(IsConstant(fastPeriod) ? fastPeriod : in[FastPeriod]);

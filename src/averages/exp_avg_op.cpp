@@ -8,17 +8,17 @@ namespace {
 
 enum Argument : short { Curve, Smoothing };
 
-constexpr int MostBars = 10000;  // of lookback that an average asks for
+constexpr int MostBars = 10000;  // the longest lookback that an average asks for
 
-// The smoothing factor behind a value of the parameter, UndefinedValue if there is none. A missing value counts as the
-// negative number that it is.
+// The smoothing factor for a value of the parameter; UndefinedValue if that is below 1e-9. UndefinedValue itself is a
+// negative number, so a missing value has no factor either.
 double AlphaFrom(double smoothing) {
     if (CompareTolerant(smoothing, 0.0) != 1) return UndefinedValue;
     return smoothing > 1.0 ? 2.0 / (smoothing + 1.0) : smoothing;
 }
 
-// Bars until a single stage has settled, UndefinedParam if `smoothing` doesn't tell. A negative or NaN smoothing never
-// gives an output, and no history changes that: it asks for none.
+// Bars until a single stage has settled to `digits`; UndefinedParam if `smoothing` is undefined or 0. A negative or NaN
+// smoothing never gives an output, however long the history, so it asks for 0 bars.
 int BarsOfStage(double smoothing, int digits) {
     if (IsUndefined(smoothing) || std::abs(smoothing) <= 1e-100) return UndefinedParam;
     const double period = smoothing > 1.0 ? smoothing : 2.0 / smoothing - 1.0;
@@ -58,7 +58,7 @@ int ExpStagesInSeries<Count>::BarsToSettle(double smoothing, int digits) {
     return IsUnset(bars) ? bars : std::min(static_cast<int>(Count) * bars, MostBars);
 }
 
-// A stage that is held doesn't keep the one beside it from moving on.
+// Stages 0 and 1 advance independently of each other; stage 2 only if both did.
 bool CExHullAvgState::Advance(double value) {
     auto& [whole, half, root] = stages;
     const bool wholeAdvanced = whole.Advance(value);
@@ -66,7 +66,7 @@ bool CExHullAvgState::Advance(double value) {
     return wholeAdvanced && halfAdvanced && root.Advance(half.average + half.average - whole.average);
 }
 
-// A negative smoothing gives no factor at all: its root is a NaN.
+// A negative smoothing gives none of the three a factor: its square root is a NaN, which is not above 0 either.
 void CExHullAvgState::SetFactors(double smoothing) {
     stages[0].alpha = AlphaFrom(smoothing);
     stages[1].alpha = AlphaFrom(smoothing * 0.5);

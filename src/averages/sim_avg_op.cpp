@@ -9,32 +9,35 @@ enum Argument : short { Curve, Period, MinBars };
 
 constexpr double Epsilon = 0x1p-52;  // distance from 1.0 to the next double
 
-// How much error a sum may carry: in proportion to the sum, with a floor for sums near zero.
+// The rounding error that is tolerated in a sum: a hundred-millionth of it, or Epsilon near zero.
 double SumTolerance(double sum) {
     const double size = std::abs(sum);
     return size > 2.4424906541753444e-8 ? size / 1e8 : Epsilon;
 }
 
-// Whether a value dwarfed what it left behind, and so took the low digits of the sum with it.
-bool DigitsLost(double oldest, double rest) {
+// Whether a running sum is too inaccurate once its oldest value has been subtracted. Adding a large value rounds the
+// sum to that value's precision, and the error is still there in `rest`, what remains after the subtraction.
+bool IsInaccurate(double rest, double oldest) {
     const double error = std::abs(oldest * Epsilon);
-    if (error * 2e8 < std::abs(rest))
-        return false;  // half of any tolerance at most; spares nearly every bar a division
+    // Spares nearly every bar the division in SumTolerance: such an error is well below the tolerance.
+    if (error * 2e8 < std::abs(rest)) return false;
     return error > SumTolerance(rest);
 }
 
-// Drops the oldest value from a window and gives the sum of the others. Only adding them up brings lost digits back.
+// Removes the oldest value from a window and returns the sum of the others. If subtracting it from `sum` would leave
+// too large an error, the others are added up afresh.
 double DropOldest(HistoryRing& window, double sum) {
     const double oldest = window[0];
     window.PopFront();
     const double rest = sum - oldest;
-    if (!DigitsLost(oldest, rest)) return rest;
+    if (!IsInaccurate(rest, oldest)) return rest;
     double fresh = 0.0;
     for (int i = 0; i < window.Size(); ++i) fresh += window[i];
     return fresh;
 }
 
-// The mean of a window of `period` values, from `needed` values on.
+// Appends a value to the window of the last `period` values and returns their mean, or UndefinedValue while there are
+// fewer than `needed`.
 double RunningMean(SimAvgState& live, double value, int period, int needed) {
     HistoryRing& window = live.history;
     double sum = live.sum;
@@ -46,7 +49,8 @@ double RunningMean(SimAvgState& live, double value, int period, int needed) {
     return size >= needed ? sum / size : UndefinedValue;
 }
 
-// The number of values wanted may differ on every bar, so they are summed afresh, newest first.
+// Appends a value to the history and returns the mean of the last `wanted` values. `wanted` can differ from bar to bar,
+// so there is no running sum: the values are added up on every bar, from the newest to the oldest.
 double MeanOfNewest(HistoryRing& history, double value, int depth, int wanted) {
     PushReplacing(history, value, depth);
     if (wanted < 1 || wanted > history.Size()) return UndefinedValue;
@@ -65,7 +69,7 @@ STDMETHODIMP CSimAvgOp::SetParameter(short index, const char16_t* value, TextSlo
         period = PositiveOrUnset(number);
         states.Live().history.Reconfigure(ValueOr(period, depth));
         break;
-    case MinBars:  // an unset period lies below every number, so nothing fits into it
+    case MinBars:  // stays unset with an unset period, since UndefinedParam is the lowest int
         minBars = number > 0 && number <= period ? number : UndefinedParam;
         break;
     }

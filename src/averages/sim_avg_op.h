@@ -7,19 +7,20 @@ namespace sarvane {
 
 struct SimAvgState {
     double previous = UndefinedValue;  // last input that was used
-    double sum = 0.0;                  // of `history`, kept up only while the period is a constant
+    double sum = 0.0;                  // of `history`; used only with a constant period
     HistoryRing history;
 };
 
-// Sim( curve, period [, minBars]) is the mean of the last `period` values. A period that is no constant becomes a
-// second input, read on every bar. `minBars` lets the output start early, as the mean of the bars so far.
+// Sim( curve, period [, minBars]) is the mean of the last `period` values. A period that is not constant is a second
+// input, read on every bar. With `minBars` the output starts after that many bars, as the mean of the values so far.
 class CSimAvgOp : public Described<CSimAvgOp> {
     friend Described;
     static constexpr Description About = {
         .sentence = "mean of the last `period` values",
         .arguments = {Takes::Curve("curve", "what is averaged"),
                       Takes::Count("period", "values in the window").From(1).CanBeBound(),
-                      Takes::Count("minBars", "values from which on there is an output; without it, `period`")
+                      Takes::Count("minBars",
+                                   "values that the first output needs, up to `period`; as many as that if left out")
                           .From(1)
                           .Optional()},
         .outputs = {{u"curve1", UnitKind::Curve, "the mean", DrawnAs::Line}},
@@ -36,7 +37,7 @@ class CSimAvgOp : public Described<CSimAvgOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     int depth = DefaultHistoryDepth;

@@ -7,6 +7,7 @@ namespace {
 
 enum Argument : short { Curve, Period };
 
+// The average after it has moved 1 / `period` of the way towards `value`.
 double Moved(double average, double value, int period) { return (value - average) / period + average; }
 
 }  // namespace
@@ -24,10 +25,10 @@ STDMETHODIMP CSmoAvgOp::SetParameter(short index, const char16_t* value, TextSlo
     return S_OK;
 }
 
-// An average of this kind settles like an exponential one of twice the period.
-STDMETHODIMP CSmoAvgOp::GetLookback(uint* bars, TextSlot*) {
+// A smoothed average settles like an exponential average of twice the period.
+int CSmoAvgOp::Lookback() const {
     constexpr int MostBars = 10000;
-    return Answer(bars, IsUnset(period) ? depth : std::min(ConvergenceBars(2.0 * period, digits), MostBars));
+    return IsUnset(period) ? depth : std::min(ConvergenceBars(2.0 * period, digits), MostBars);
 }
 
 STDMETHODIMP CSmoAvgOp::Reset(int count, const double* seed) {
@@ -58,7 +59,8 @@ double CSmoAvgOp::StepByConstant(SmoAvgState& live, double value) const {
     return RoundToSignificant(live.average, digits);
 }
 
-// The period may differ on every bar: the average starts on the first bar whose period the bars so far can fill.
+// The period can differ from bar to bar. The average starts on the first bar whose period is not above the number of
+// values so far, as the mean of that many newest values.
 double CSmoAvgOp::StepByCurve(SmoAvgState& live, double value, int wanted) const {
     const bool starts = IsUndefined(live.average);
     if (starts) {

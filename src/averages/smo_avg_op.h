@@ -1,8 +1,7 @@
 #pragma once
 
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
 
 namespace sarvane {
 
@@ -10,41 +9,40 @@ struct SmoAvgState {
     double previous = UndefinedValue;  // last input that was used
     double average = UndefinedValue;
     double sum = 0.0;     // of the inputs that make up the starting mean
-    long long count = 0;  // inputs in `sum`; it grows on if a constant period shrinks below it before the start
-    HistoryRing history;  // inputs until the average starts, kept only while the period is no constant
+    long long count = 0;  // inputs in `sum`, while the period is constant; beyond the period if that was lowered
+    HistoryRing history;  // inputs until the average starts; used only while the period comes from a curve
 };
 
-// Smo( curve, period) starts as the mean of `period` values, and then moves 1 / `period` of the way to each new one. A
-// period that is no constant becomes a second input, read on every bar. Only with a constant period the output is
-// rounded to significant digits.
-class CSmoAvgOp : public CDefZelmorOp {
+// Smo( curve, period) is the smoothed average of J. Welles Wilder ("New Concepts in Technical Trading Systems", 1978).
+// It starts as the mean of the first `period` values; each further value moves it 1 / `period` of the way towards that
+// value. A period that is not constant is a second input, read on every bar. The output is rounded to significant
+// digits, but only with a constant period.
+class CSmoAvgOp : public Described<CSmoAvgOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "smoothed average, which moves 1 / `period` of the way to each value",
+        .arguments = {Takes::Curve("curve", "what is averaged"),
+                      Takes::Count("period",
+                                   "values in the starting mean; each later one moves the average 1 / `period`")
+                          .From(1)
+                          .CanBeBound()},
+        .outputs = {{u"curve1", UnitKind::Curve, "the average; rounded if the period is constant", DrawnAs::Line}},
+    };
+    FormattedText Formula() const { return FormatText("Smo( %%s, %d)", period); }
+    int BoundInputs() const { return IsUnset(period); }
+    FormattedText Parameter(short) const { return ParameterText(period); }
+    int Lookback() const;
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("Smo( %%s, %d)", period));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 2 : 1); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, !IsUnset(period)); }
-    STDMETHODIMP GetParameterText(short, TextSlot* text, TextSlot*) override {
-        return TextOut(text, FormatText("%d", period));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     double StepByConstant(SmoAvgState& live, double value) const;
     double StepByCurve(SmoAvgState& live, double value, int wanted) const;
 
-    int digits = 6;  // significant ones of a rounded output
+    int digits = 6;  // significant digits of a rounded output
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
     StateStore<SmoAvgState> states;

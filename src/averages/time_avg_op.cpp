@@ -9,7 +9,7 @@ namespace {
 
 enum Argument : short { Curve, Key, Period, Lookback };
 
-constexpr int LongestWindow = 0x1FFFFFFF;  // values: as many bytes as 32 bits can count
+constexpr int LongestWindow = 0x1FFFFFFF;  // in values; as bytes it just fits into 32 bits
 
 }  // namespace
 
@@ -22,7 +22,7 @@ void TimeAvgCalc::Restart(int windowLength) {
 double TimeAvgCalc::Add(int key, double value) {
     lastKey = key;
     auto& [values, sum] = BucketOf(key);
-    if (values.capacity() == 0) return UndefinedValue;  // full, yet without an oldest value
+    if (values.capacity() == 0) return UndefinedValue;  // such a buffer is full(), but has no front()
     sum += value - (values.full() ? values.front() : 0.0);
     values.push_back(value);
     return values.full() ? sum / static_cast<double>(values.size()) : UndefinedValue;
@@ -37,7 +37,7 @@ void TimeAvgCalc::Undo() {
     values.pop_back();
 }
 
-// A window that can't be made leaves no bucket behind.
+// The bucket of a key; a new one if there is none yet. If its buffer cannot be made, this throws and adds no bucket.
 TimeAvgBucket& TimeAvgCalc::BucketOf(int key) {
     const auto found = buckets.find(key);
     if (found != buckets.end()) return found->second;
@@ -51,13 +51,13 @@ STDMETHODIMP CTimeAvgOp::SetParameter(short index, const char16_t* value, TextSl
     switch (index) {
     case Period:
         period = number;
-        if (period == 0) {  // the windows stay until the next run
+        if (period == 0) {  // an error, which leaves the buckets as they are until `Reset`
             TextOut(error, u"Period of TimeAvg operator shall be positive integer number.");
             return E_FAIL;
         }
         calc.Restart(period);
         break;
-    case Lookback: lookback = number; break;
+    case Argument::Lookback: lookback = number; break;
     }
     return S_OK;
 }

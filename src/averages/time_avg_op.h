@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
+#include "frame/described.h"
 
 #include <boost/circular_buffer.hpp>
 #include <unordered_map>
@@ -13,55 +13,57 @@ struct TimeAvgBucket {
     double sum = 0.0;                       // of `values`
 };
 
-// Means of the last values, key by key. It remembers which key came last, so that its value can be taken back.
+// The mean of the last values for each key. The value that came last can be taken back.
 class TimeAvgCalc {
 public:
     static constexpr int DefaultWindow = 10;  // values
 
-    // Drops all values; windows made from now on hold `windowLength` of them, and with 0 there never is a mean.
+    // Removes all values. From now on a mean is that of the last `windowLength` values; with 0 there never is one.
     void Restart(int windowLength);
-    // The mean of the key's values once its window is full, else UndefinedValue.
+    // Adds a value to a key and returns the mean of the key's last values, UndefinedValue until its window is full.
     double Add(int key, double value);
-    // Takes the value of the last `Add` back, once. What that value pushed out of a full window stays lost.
+    // Removes the value of the last `Add`, once. A value that it had pushed out of a full window does not come back.
     void Undo();
 
 private:
     TimeAvgBucket& BucketOf(int key);
 
-    int lastKey = UndefinedParam;  // UndefinedParam when there is nothing to take back
+    int lastKey = UndefinedParam;  // of the last `Add`; UndefinedParam if there is nothing to take back
     std::unordered_map<int, TimeAvgBucket> buckets;
     int capacity = DefaultWindow;  // of a new bucket
 };
 
 // TimeAvg( curve, key, period, lookback) is the mean of the last `period` values that came with the same key, such as
-// an hour of the day. A missing value is skipped; a missing key is a key like any other. There are no snapshots.
-class CTimeAvgOp : public CDefZelmorOp {
+// an hour of the day. A missing value is skipped; a missing key is a key like any other. There are no snapshots:
+// `RestoreState` only takes back the last value.
+class CTimeAvgOp : public Described<CTimeAvgOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "mean of the last `period` values that came with the same key",
+        .arguments = {Takes::Curve("curve", "what is averaged"),
+                      Takes::Curve("key", "whole number that says which values belong together, such as the hour"),
+                      Takes::Count("period", "values of one key in its mean").From(1).Default("10"),
+                      Takes::Count("lookback", "bars of history to ask for; no part of the calculation")
+                          .From(0)
+                          .Default("1000")},
+        .outputs = {{u"curve1", UnitKind::Curve, "the mean for the key of this bar", DrawnAs::Line}},
+    };
+    FormattedText Formula() const { return FormatText("TimeAvg( %%s, %d, %d)", period, lookback); }
+    FormattedText Parameter(short n) const { return Nth(n, period, lookback); }
+    int Lookback() const { return lookback; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("TimeAvg( %%s, %d, %d)", period, lookback));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 2); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 2); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period, lookback}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, lookback); }
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
+    // Does nothing, with status 0: the last value can be taken back without it.
     STDMETHODIMP SaveState(short) override { return S_OK; }
-    // Any slot stands for the state before the last update.
+    // Takes back the last value, whatever the slot.
     STDMETHODIMP RestoreState(short slot) override;
 
 private:
     int period = TimeAvgCalc::DefaultWindow;
-    int lookback = 1000;  // reported only
+    int lookback = 1000;
     TimeAvgCalc calc;
 };
 

@@ -7,13 +7,13 @@ namespace {
 
 enum Argument : short { Curve, Period };
 
-// A negative value mirrors its magnitude.
+// The logarithm of the value's magnitude, with the opposite sign if the value is negative.
 double SignedLogarithm(double value) {
     const double logarithm = std::log(std::abs(value));
     return value < 0.0 ? -logarithm : logarithm;
 }
 
-// Every average starts where the first logarithm is.
+// Starts all averages with the first logarithm.
 void StartOnce(TrixState& live, double logarithm) {
     const bool started =
         !IsUndefined(live.ema1) || !IsUndefined(live.ema2) || !IsUndefined(live.ema3) || !IsUndefined(live.lastEma3);
@@ -48,7 +48,7 @@ STDMETHODIMP CTrixOp::Calculate(int, const double* in, int, double* out) {
     if (value == 0.0) return S_OK;  // it has no logarithm
     live.previous = value;
     const double length = PeriodInUse(live, in);
-    if (length < 1.0) return S_OK;  // a missing one is below 1, too
+    if (length < 1.0) return S_OK;  // so is UndefinedValue
     if (IsBound()) live.previousPeriod = length;
 
     const double factor = 2.0 / (length + 1.0);
@@ -57,7 +57,7 @@ STDMETHODIMP CTrixOp::Calculate(int, const double* in, int, double* out) {
     live.ema1 = Smoothed(live.ema1, logarithm, factor);
     live.ema2 = Smoothed(live.ema2, live.ema1, factor);
     live.ema3 = Smoothed(live.ema3, live.ema2, factor);
-    if (live.barCount >= depth && live.validCount > period) {  // a bound period is below every count
+    if (live.barCount >= depth && live.validCount > period) {  // true with a bound period, which is below 1
         out[0] = (live.ema3 - live.lastEma3) * 1000000.0;
         --live.barCount;
         --live.validCount;
@@ -66,7 +66,8 @@ STDMETHODIMP CTrixOp::Calculate(int, const double* in, int, double* out) {
     return S_OK;
 }
 
-// A missing period repeats the previous one.
+// The period for this bar. A missing one from a curve repeats the last one that was used; UndefinedValue if there is
+// none.
 double CTrixOp::PeriodInUse(const TrixState& live, const double* in) const {
     if (!IsBound()) return period;
     return IsUndefined(in[Period]) ? live.previousPeriod : in[Period];

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 
 namespace sarvane {
 
@@ -17,27 +16,29 @@ struct TrixState {
     long long validCount = 0;  // of these, the ones that had a value
 };
 
-// Trix( curve, period) is the change of a triple exponential average of the curve's logarithm, in millionths. A period
-// below 1 is read from a curve. Outputs start after as many bars as the history is deep.
-class CTrixOp : public CDefZelmorOp {
+// Trix( curve, period) is the change from bar to bar of a triple exponential average of the curve's logarithm, times a
+// million: the TRIX of Jack K. Hutson ("Good TRIX", Technical Analysis of Stocks & Commodities, 1983). A period that is
+// below 1 or unset is read from a second input on every bar. There is no output before as many bars have come as the
+// history is deep.
+class CTrixOp : public Described<CTrixOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "rate of change of a triple exponential average of the logarithm",
+        .arguments = {Takes::Curve("curve", "what is averaged"),
+                      Takes::Count("period", "period of each of the three averages").From(1).CanBeBound()},
+        .outputs = {{u"curve1", UnitKind::Number, "change since the bar before, in millionths", DrawnAs::Line}},
+    };
+    FormattedText Formula() const {
+        return IsUnset(period) ? FormatText("Trix( %%s)") : FormatText("Trix( %%s, %d)", period);
+    }
+    int BoundInputs() const { return IsBound(); }
+    FormattedText Parameter(short n) const { return Nth(n, period); }
+    int Lookback() const { return depth; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, IsUnset(period) ? FormatText("Trix( %%s)") : FormatText("Trix( %%s, %d)", period));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsBound() ? 2 : 1); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, IsBound() ? 0 : 1); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, depth); }
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     bool IsBound() const { return period < 1; }

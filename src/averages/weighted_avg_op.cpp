@@ -5,8 +5,9 @@ namespace {
 
 enum Argument : short { Curve, Period };
 
-// Newest value first. The weights add up in 32 bits: their sum wraps into the negative numbers at a period of 65536,
-// and around again beyond.
+// The mean of the newest `period` values with the weights `period` (the newest) down to 1, added up from the newest to
+// the oldest. The sum of the weights is a 32-bit integer: from a period of 65536 on it overflows and can be negative.
+// It is 0 for no period.
 double WeightedMean(const HistoryRing& history, int period) {
     double total = 0.0;
     uint sum = 0;
@@ -14,8 +15,7 @@ double WeightedMean(const HistoryRing& history, int period) {
         total += weight * history.Newest(period - weight);
         sum += static_cast<uint>(weight);
     }
-    const int weights = static_cast<int>(sum);
-    return weights == 0 ? UndefinedValue : total / weights;
+    return total / static_cast<int>(sum);
 }
 
 }  // namespace

@@ -1,35 +1,30 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 #include "frame/window_state.h"
 
 namespace sarvane {
 
-// Wei( curve, period) is the linearly weighted mean of the last `period` values: the newest weighs `period`, the oldest
-// 1. A period that is no constant becomes a second input, read on every bar.
-class CWeightedAvgOp : public CDefZelmorOp {
+// Wei( curve, period) is the linearly weighted mean of the last `period` values: the newest has the weight `period`,
+// the one before it `period` - 1, and the oldest 1. A period that is not constant is a second input, read on every bar.
+class CWeightedAvgOp : public Described<CWeightedAvgOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "mean of the last `period` values in which newer values weigh more",
+        .arguments =
+            {Takes::Curve("curve", "what is averaged"),
+             Takes::Count("period", "values in the window, and the weight of the newest one").From(1).CanBeBound()},
+        .outputs = {{u"curve1", UnitKind::Curve, "the weighted mean", DrawnAs::Line}},
+    };
+    FormattedText Formula() const { return FormatText("Wei( %%s, %d)", period); }
+    int BoundInputs() const { return IsUnset(period); }
+    FormattedText Parameter(short n) const { return Nth(n, period); }
+    int Lookback() const { return ValueOr(period, depth); }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("Wei( %%s, %d)", period));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 2 : 1); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, !IsUnset(period)); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     int depth = DefaultHistoryDepth;

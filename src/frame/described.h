@@ -23,6 +23,7 @@ namespace sarvane {
 // and, where the answers below do not fit, a function of the same name:
 //
 //     BoundInputs()      how many parameters are read from curves at present
+//     InputCount()       how many inputs there are at present
 //     ParameterCount()   how many parameters have a constant value at present
 //     ArgumentOf(input)  which argument feeds an input
 //     FieldOf(input)     which field of a bar feeds an input
@@ -35,9 +36,7 @@ public:
     static constexpr const Description& ClassDescription() { return Operator::About; }
 
     STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override { return TextOut(formula, Self().Formula()); }
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override {
-        return Answer(count, Operator::About.InputCount() + Self().BoundInputs());
-    }
+    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, Self().InputCount()); }
     STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
         return Answer(argument, Self().ArgumentOf(input));
     }
@@ -79,6 +78,7 @@ protected:
     ~Described() = default;
 
     static int BoundInputs() { return 0; }
+    int InputCount() { return Operator::About.InputCount() + Self().BoundInputs(); }
     int ParameterCount() { return Operator::About.ParameterCount() - Self().BoundInputs(); }
     static std::u16string_view Parameter(short) { return u""; }
 

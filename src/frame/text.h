@@ -43,9 +43,9 @@ inline FormattedText ParameterText(const char* word) { return FormatText("%s", w
 
 // The text of parameter `n` of a list, counted from 0; empty out of range.
 template <class... Parameters>
-FormattedText Nth(short n, Parameters... parameters) {
+FormattedText Nth(int n, Parameters... parameters) {
     FormattedText text;
-    short place = 0;
+    int place = 0;
     ((place++ == n ? void(text = ParameterText(parameters)) : void()), ...);
     return text;
 }

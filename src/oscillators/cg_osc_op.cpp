@@ -26,6 +26,8 @@ STDMETHODIMP CCGOscOp::Calculate(int, const double* in, int, double* out) {
     });
 }
 
+// Appends a value to the window and returns -(1 * x[1] + 2 * x[2] + ...) / (x[1] + x[2] + ...), where x[1] is the
+// newest value. UndefinedValue while the window is not full, and if the divisor is 0 but the weighted sum is not.
 double CCGOscOp::CentreOfGravity(HistoryRing& window, double value) const {
     PushReplacing(window, value, period);
     if (window.Size() != period) return UndefinedValue;

@@ -1,35 +1,31 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 #include "frame/window_state.h"
 
 namespace sarvane {
 
-// CGOsc( curve, period) is the centre of gravity of the last `period` values: their mean position, weighted with the
-// values and negated. The newest value stands at position 1. Without a period there is no output.
-class CCGOscOp : public CDefZelmorOp {
+// CGOsc( curve, period) is the centre of gravity oscillator of John F. Ehlers ("The CG Oscillator", Technical Analysis
+// of Stocks & Commodities, 2002). The last `period` values are weights at the positions 1 (the newest value) to
+// `period` (the oldest); the output is the position of their centre of gravity, negated. Without a period there is no
+// output.
+class CCGOscOp : public Described<CCGOscOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "position of the centre of gravity of the last `period` values, negated",
+        .arguments = {Takes::Curve("curve", "values that are taken as weights"),
+                      Takes::Count("period", "values in the window").From(1)},
+        .outputs = {{u"curve1", UnitKind::Curve, "the position, negated: -1 is the newest value, -`period` the oldest",
+                     DrawnAs::Line}},
+    };
+    FormattedText Formula() const { return FormatText("CGOsc( %%s, %d)", period); }
+    FormattedText Parameter(short n) const { return Nth(n, period); }
+    int Lookback() const { return ValueOr(period, depth); }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("CGOsc( %%s, %d)", period));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     double CentreOfGravity(HistoryRing& window, double value) const;

@@ -6,8 +6,8 @@
 
 namespace sarvane {
 
-// A double whose arithmetic gives UndefinedValue as soon as an operand is that, or a divisor is too near zero.
-// Comparisons take it as the number that it is, below every real price.
+// A double that can be undefined. Arithmetic gives UndefinedValue if an operand is UndefinedValue or a divisor lies
+// within 1e-100 of zero. Comparisons treat UndefinedValue as the number -2147483648, which is below every real price.
 struct GuardedValue {
     constexpr GuardedValue(double number = UndefinedValue) : value(number) {}
     friend constexpr auto operator<=>(GuardedValue, GuardedValue) = default;

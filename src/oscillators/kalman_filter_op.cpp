@@ -5,14 +5,17 @@ namespace {
 
 enum Argument : short { Curve, ProcessNoise, MeasurementNoise, InitialVariance };
 
-// The model: the level is expected to stay where it is, and is measured as it is.
+// The model's coefficients: the level is expected not to change from bar to bar, and an input measures the level
+// itself.
 constexpr double Transition = 1.0;
 constexpr double Observation = 1.0;
 
-void Prime(KalmanState& live, double value) { live.estimate = live.lastInput = value; }
+// Takes a first value as the estimate.
+void Start(KalmanState& live, double value) { live.estimate = live.lastInput = value; }
 
-// Predicts this bar and corrects the estimate by its measurement. The gain's denominator is not tested: without any
-// noise and variance the outputs become NaN.
+// One bar of the filter: predicts the variance, then moves the estimate towards the measurement by the gain. The gain's
+// divisor is not tested: if both noises and the variance are 0, the gain is 0 / 0 and both outputs are NaN from then
+// on.
 void Update(KalmanState& live, double measured) {
     const double predicted = live.variance * Transition * Transition + live.processNoise;
     const double gain = (Observation * predicted) / (Observation * predicted * Observation + live.measurementNoise);
@@ -33,26 +36,26 @@ STDMETHODIMP CKalmanFilterOp::SetParameter(short index, const char16_t* value, T
     return S_OK;
 }
 
-// The seed of the one input is taken whatever the count says.
+// Always reads seed[0], whatever `count` is.
 STDMETHODIMP CKalmanFilterOp::Reset(int, const double* seed) {
     KalmanState& live = states.Live();
     live = {.processNoise = processNoise, .measurementNoise = measurementNoise, .variance = initialVariance};
-    const double first = FirstSeed(1, seed);
-    if (!IsUndefined(first)) Prime(live, first);
+    const double start = FirstSeed(1, seed);
+    if (!IsUndefined(start)) Start(live, start);
     return S_OK;
 }
 
-// A gap is a bar like any other, on which the last input is measured again.
+// A missing input is replaced by the last one, and the bar is filtered like any other.
 STDMETHODIMP CKalmanFilterOp::Calculate(int, const double* in, int, double* out) {
     out[0] = out[1] = UndefinedValue;
     KalmanState& live = states.Live();
-    const bool primed = !IsUndefined(live.lastInput);
+    const bool started = !IsUndefined(live.lastInput);
     const double measured = IsUndefined(in[0]) ? live.lastInput : in[0];
     if (IsUndefined(measured)) return S_OK;
-    if (primed) {
+    if (started) {
         Update(live, measured);
     } else {
-        Prime(live, measured);
+        Start(live, measured);
     }
     out[0] = live.estimate;
     out[1] = live.variance;

@@ -3,16 +3,17 @@
 namespace sarvane {
 namespace {
 
-// The history depth comes in the place of the curve.
+// Index 0 is the curve in an expression, but in SetParameter it is the history depth. -1 is ignored here.
 enum Argument : short { HistoryDepth, FastRatio, SlowRatio, SignalRatio };
 
-// A text that was no number gives a ratio of 0.0.
+// The smoothing ratio for a parameter, which is a length if it is above 1.0. A text that is no number gives 0.0.
 double RatioOf(double number) {
     if (IsUndefined(number)) return 0.0;
     return number > 1.0 ? 2.0 / (number + 1.0) : number;
 }
 
-// Takes a value into an average and gives what the average was before. It starts as its first value.
+// Moves an average towards a value and returns what it was before that. An average that has not started starts as the
+// value, which is then also what is returned.
 double Advance(double& average, double value, double ratio) {
     const double before = IsUndefined(average) ? value : average;
     average = (value - before) * ratio + before;
@@ -32,13 +33,13 @@ STDMETHODIMP CMACDXOp::SetParameter(short index, const char16_t* value, TextSlot
     return S_OK;
 }
 
-// The seed of the one input is taken whatever the count says.
+// Always reads seed[0], whatever `count` is.
 STDMETHODIMP CMACDXOp::Reset(int, const double* seed) {
     states.Live() = {.previous = FirstSeed(1, seed)};
     return S_OK;
 }
 
-// Two averages of one ratio never part, so that no price brings them to the signal line.
+// With equal ratios the two averages are always equal, and no price moves their difference.
 STDMETHODIMP CMACDXOp::Calculate(int, const double* in, int, double* out) {
     out[0] = UndefinedValue;
     const double ratioGap = fastRatio - slowRatio;
@@ -47,8 +48,9 @@ STDMETHODIMP CMACDXOp::Calculate(int, const double* in, int, double* out) {
     return CarryForward(live.previous, in, out, [&](double value) { return CrossingPrice(live, value); });
 }
 
-// Solves (P * fastRatio + (1 - fastRatio) * fast) - (P * slowRatio + (1 - slowRatio) * slow) = signal for P, with the
-// averages and the signal line as they stood before this bar.
+// Averages one more value, and returns the price P that would have put the difference of the averages on the signal
+// line, with all three as they were before this bar:
+//     (P * fastRatio + (1 - fastRatio) * fast) - (P * slowRatio + (1 - slowRatio) * slow) = signal
 double CMACDXOp::CrossingPrice(MACDXState& live, double value) const {
     const double fast = Advance(live.fastAverage, value, fastRatio);
     const double slow = Advance(live.slowAverage, value, slowRatio);

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 
 namespace sarvane {
 
@@ -9,32 +8,32 @@ struct MACDXState {
     double previous = UndefinedValue;  // last input that was used
     double fastAverage = UndefinedValue;
     double slowAverage = UndefinedValue;
-    double signalLine = UndefinedValue;  // exponential average of fast less slow
+    double signalLine = UndefinedValue;  // exponential average of fastAverage - slowAverage
 };
 
-// MACDX(curve,fast,slow,signal) is the price at which the difference of a fast and a slow exponential average would
-// meet its signal line. The parameters are smoothing ratios; a number above 1.0 is a length in bars.
-class CMACDXOp : public CDefZelmorOp {
+// MACDX(curve,fast,slow,signal) gives the price at which Gerald Appel's MACD would meet its signal line. The MACD is
+// the difference of a fast and a slow exponential average, the signal line the exponential average of that difference.
+// Each parameter is a smoothing ratio; a number above 1.0 is a length in bars, and stored as the ratio that it stands
+// for. With two equal ratios there is no output.
+class CMACDXOp : public Described<CMACDXOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "price at which the difference of two exponential averages would meet its signal line",
+        .arguments = {Takes::Curve("curve", "price that is averaged"),
+                      Takes::Number("fast", "smoothing ratio of the fast average; above 1 its length").Default("0"),
+                      Takes::Number("slow", "smoothing ratio of the slow average; above 1 its length").Default("0"),
+                      Takes::Number("signal", "smoothing ratio of the signal line; above 1 its length").Default("0")},
+        .outputs = {{u"curve1", UnitKind::Curve, "the price", DrawnAs::Line}},
+    };
+    FormattedText Formula() const { return FormatText("MACDX(%%s,%f,%f,%f)", fastRatio, slowRatio, signalRatio); }
+    FormattedText Parameter(short n) const { return Nth(n, fastRatio, slowRatio, signalRatio); }
+    int Lookback() const { return depth; }
+    static int ArgumentOf(short) { return 0; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("MACDX(%%s,%f,%f,%f)", fastRatio, slowRatio, signalRatio));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 3); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthDouble(parameter, {fastRatio, slowRatio, signalRatio}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, depth); }
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     double CrossingPrice(MACDXState& live, double value) const;

@@ -9,7 +9,7 @@
 namespace sarvane {
 namespace {
 
-// An average of n bars has settled after four times as many.
+// Bars until an average of n bars has settled: 4 * n, but at least 200.
 int SettlingBars(int n) {
     constexpr int Largest = std::numeric_limits<int>::max();
     if (n < 50) return 200;
@@ -38,6 +38,7 @@ double CSetStepMA::Step(double value) {
     StepMARecord& live = records.Live();
     if (IsUndefined(value)) value = live.last;
     if (IsUndefined(value)) return UndefinedValue;
+    // A window of one input needs no record, so a missing input that comes later has nothing to repeat.
     if (kind != StepExp && count <= 1) return count == 1 ? value : UndefinedValue;
 
     live.window.Push(value);
@@ -51,6 +52,8 @@ double CSetStepMA::Step(double value) {
     return result;
 }
 
+// The result for a window that `value` was just appended to. The window is full with `count` inputs, but an average is
+// divided by `length`, which need not be a whole number.
 double CSetStepMA::Result(StepMARecord& live, double value) const {
     const bool full = live.window.Size() == count;
     const bool divides = full && std::abs(length) > 1e-100;

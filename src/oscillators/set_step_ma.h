@@ -6,7 +6,7 @@
 
 namespace sarvane {
 
-// What a CSetStepMA gives. Parameters of operators use the first three.
+// What a CSetStepMA computes. Where an operator has a parameter for the kind of an average, 0 to 2 mean the same.
 enum StepKind : int {
     StepSim,      // simple average of the last inputs
     StepSmo,      // smoothed average, which starts as the simple average of the first inputs
@@ -17,38 +17,41 @@ enum StepKind : int {
 };
 
 struct StepMARecord {
-    double last = UndefinedValue;   // last input that was taken in
+    double last = UndefinedValue;   // last input that was used
     double sum = 0.0;               // running sum of `window`
     double value = UndefinedValue;  // current average of StepSmo and StepExp
     SlidingArray<double> window;    // inputs, oldest first
 };
 
-// One-value running smoother that compound operators are built from: it takes one value a bar and gives one. It has
-// slots of its own, so that an operator's snapshots reach it.
+// A running average, extreme or sum of one value a bar. Compound operators are built from these: they hold them by
+// value and step them on every bar. A step keeps its own snapshots, in slots that its operator numbers.
 class CSetStepMA {
 public:
     CSetStepMA() = default;
     CSetStepMA(StepKind stepKind, double stepLength) { Configure(stepKind, stepLength); }
     virtual ~CSetStepMA() = default;
 
-    // `length` counts inputs; for StepExp a length of 1.0 or below is a smoothing ratio. An undefined length changes
-    // nothing and gives 0, else the result is 1. The running state stays.
+    // `length` is a number of inputs; for StepExp, 1.0 or below is a smoothing ratio. Running state and snapshots stay
+    // as they are. Returns 1, or 0 for an undefined length, which changes nothing.
     int Configure(int kind, double length);
+    // Starts a new run; snapshots stay. Returns 1.
     int Reset();
-    // UndefinedValue until enough inputs have come. A missing input repeats the last one.
+    // Takes this bar's input and returns the result, UndefinedValue until enough inputs have come. A missing input
+    // repeats the last one.
     double Step(double value);
-    // Bars of history that the step asks for.
+    // Bars of history before the result means something.
     int GetLookback() const;
+    // Copies the running state into a slot. Returns 1.
     int Save(short slot);
-    // 0 for an unknown slot.
+    // Copies a slot into the running state. Returns 1, or 0 for a slot above all that were saved.
     int Restore(short slot);
 
 private:
     double Result(StepMARecord& live, double value) const;
 
-    int kind = -1;  // never configured: at the default length every kind passes its input through
+    int kind = -1;  // a StepKind; until it is configured the length is 1.0, where a step returns its input
     double length = 1.0;
-    int count = 1;  // `length` truncated: inputs that the window holds
+    int count = 1;  // `length` truncated: the size of the window
     StateStore<StepMARecord> records;
 };
 

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
 
 namespace sarvane {
 
@@ -29,25 +28,24 @@ struct CorrelState {
 
 // Correl( a, b, period) is the correlation of two curves over the last `period` bars, from -100 to 100. A period that
 // is no constant becomes a third input, read on every bar.
-class CCorrelOp : public CDefZelmorOp {
+class CCorrelOp : public Described<CCorrelOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "correlation of two curves over the last `period` bars, from -100 to 100",
+        .arguments = {Takes::Curve("a", "one curve"), Takes::Curve("b", "the other curve"),
+                      Takes::Count("period", "bars in the window; a single one gives no output").From(1).CanBeBound()},
+        .outputs = {{u"curve1", UnitKind::Number, "100 if the curves move alike, -100 if they move against each other",
+                     DrawnAs::Line}},
+    };
+    FormattedText Formula() const { return FormatText("Correl( %%s, %%s, %d)", period); }
+    int BoundInputs() const { return IsUnset(period); }
+    FormattedText Parameter(short n) const { return Nth(n, period); }
+    int Lookback() const { return ValueOr(period, depth); }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("Correl( %%s, %%s, %d)", period));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 3 : 2); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, !IsUnset(period)); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     double OfRunningSums(CorrelState& live, CorrelPair pair) const;

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 
 #include <array>
 
@@ -21,35 +20,29 @@ struct CountState {
 
 // Count( bar, labelAt, condition1, condition2) counts, for each condition, the bars since it was last 0, and labels the
 // bars whose count is `labelAt`. High and low of the bar pass through, as the places where labels are drawn.
-class CCountOperator : public CDefZelmorOp {
+class CCountOperator : public Described<CCountOperator> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "bars since each of two conditions was last 0, as labels on a chart",
+        .arguments =
+            {Takes::Bar("bar", "prices", HlFields),
+             Takes::Count("labelAt", "count at which a bar is labelled; without it every bar is").From(1).Optional(),
+             Takes::Curve("condition1", "its count starts over at 0; any other number is counted"),
+             Takes::Curve("condition2", "a second condition with a count of its own")},
+        .outputs = {{u"high", UnitKind::Curve, "high of the bar", DrawnAs::Line},
+                    {u"low", UnitKind::Curve, "low of the bar", DrawnAs::Line},
+                    {u"label1", UnitKind::Number, "bars since condition1 was last 0", DrawnAs::Marker},
+                    {u"label2", UnitKind::Number, "bars since condition2 was last 0", DrawnAs::Marker}},
+    };
+    FormattedText Formula() const { return FormatText("Count(%%s, %d, %%s)", labelAt); }
+    static int ArgumentOf(short input) { return input < 2 ? 0 : input; }
+    FormattedText Parameter(short n) const { return Nth(n, labelAt); }
+    int Lookback() const { return ValueOr(labelAt, depth); }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("Count(%%s, %d, %%s)", labelAt));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 4); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, input < 2 ? 0 : input);
-    }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, NthText(input, {HighField, LowField}));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 4); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {
-        return TextOut(name, NthText(output, {u"high", u"low", u"label1"}, u"label2"));
-    }
-    STDMETHODIMP GetOutputUnits(short output, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, output < 2 ? UnitKind::Curve : UnitKind::Number);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {labelAt}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(labelAt, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     double LabelOf(ConditionCount& condition, int curve, double value) const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "frame/description.h"
 #include "frame/history_ring.h"
 #include "frame/numbers.h"
 
@@ -51,7 +52,11 @@ private:
     bool newestFirst;
 };
 
-// How expressions write the choice of the divisor.
+// The argument that chooses the divisor of a sum of squares. Any text but "0" turns it on, "N" included.
+inline constexpr ArgumentDescription NMinus1Switch =
+    Takes::Switch("useNMinus1", "divide by one less than the number of values, except for a single value").Default("0");
+
+// How formulas show the choice of the divisor.
 constexpr const char* DivisorText(bool useNMinus1) { return useNMinus1 ? "N-1" : "N"; }
 
 }  // namespace sarvane

@@ -7,8 +7,6 @@ namespace {
 
 enum Argument : short { Curve, EventCount, FlagBars, MaxOffset };
 
-constexpr int MostEvents = 10000;
-
 bool IsEvent(double value) { return !IsUndefined(value) && std::abs(value) > 0x1p-52; }
 
 }  // namespace

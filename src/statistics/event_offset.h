@@ -1,8 +1,7 @@
 #pragma once
 
-#include "frame/operator_contract.h"
+#include "frame/described.h"
 #include "frame/plain_ring.h"
-#include "frame/state_store.h"
 
 namespace sarvane {
 
@@ -15,27 +14,36 @@ struct EventOffsetState {
 // EventOffsetOp( curve, eventCount, flagBars, maxOffset) tells how far back the `eventCount`-th most recent event lies,
 // an event being a bar on which the curve isn't zero: as a negative offset, or, with `flagBars`, as a flag that is 1 on
 // the first so many bars from the event.
-class CEventOffset : public CDefZelmorOp {
+class CEventOffset : public Described<CEventOffset> {
+    friend Described;
+    static constexpr int MostEvents = 10000;
+    static constexpr Description About = {
+        .sentence = "how many bars ago an event was, an event being a bar on which a curve is not 0",
+        .arguments = {Takes::Curve("curve", "events: where it is not 0"),
+                      Takes::Count("eventCount", "which event is looked for: 1 is the newest, 2 the one before it")
+                          .From(1)
+                          .To(MostEvents)
+                          .Default("1"),
+                      Takes::Count("flagBars",
+                                   "the output is 1 on this many bars from the event on, else 0; without it, an offset")
+                          .From(1)
+                          .Optional(),
+                      Takes::Count("maxOffset", "bars after which an event no longer counts").From(1).Default("400")},
+        .outputs = {{u"integer1", UnitKind::Number,
+                     "bars since the event, with a minus sign; with flagBars, 1 near the event and else 0",
+                     DrawnAs::Step}},
+    };
+    FormattedText Formula() const {
+        return FormatText("EventOffsetOp (%%s, %d, %d, %d)", eventCount, TruncateToInt(flagBars),
+                          TruncateToInt(maxOffset));
+    }
+    FormattedText Parameter(short n) const { return Nth(n, eventCount, flagBars, maxOffset); }
+    int Lookback() const { return TruncateToInt(maxOffset) - 1; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("EventOffsetOp (%%s, %d, %d, %d)", eventCount, TruncateToInt(flagBars),
-                                           TruncateToInt(maxOffset)));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"integer1"); }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 3); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text,
-                       parameter == 0 ? NthInt(0, {eventCount}) : NthDouble(parameter - 1, {flagBars, maxOffset}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, TruncateToInt(maxOffset) - 1); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     void TakeBar(EventOffsetState& live, double value) const;

@@ -40,10 +40,8 @@ STDMETHODIMP CMedianOp::SetParameter(short index, const char16_t* value, TextSlo
     return S_OK;
 }
 
-STDMETHODIMP CMedianOp::GetParameterText(short parameter, TextSlot* text, TextSlot*) {
-    if (parameter == 0) return TextOut(text, NthInt(0, {Window()}));
-    if (parameter == 4) return TextOut(text, NthInt(0, {GetInterpolate()}));
-    return TextOut(text, NthDouble(parameter - 1, {GetPercentile(0), GetPercentile(1), GetPercentile(2)}));
+STDMETHODIMP CMedianOp::GetOutputName(short output, TextSlot* name, TextSlot* error) {
+    return output < 0 || output > LastOutput() ? E_INVALIDARG : Described::GetOutputName(output, name, error);
 }
 
 STDMETHODIMP CMedianOp::Reset(int, const double*) {

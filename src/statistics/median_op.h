@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
+#include "frame/described.h"
 #include "statistics/percentile_processor.h"
 
 #include <deque>
@@ -9,29 +9,42 @@ namespace sarvane {
 
 // Median( curve, windowSize, percent1, percent2, percent3, interpolate [, curve2]) gives up to three percentiles of the
 // last values, at first the median alone. A second curve feeds the same window, behind the first on each bar.
-class CMedianOp : public CDefZelmorOp, private PercentileProcessor {
+class CMedianOp : public Described<CMedianOp>, private PercentileProcessor {
+    friend Described;
+    static constexpr WordDescription BetweenValues[] = {{"0", "the nearer of two values is taken"},
+                                                        {"1", "two values are blended"}};
+    static constexpr Description About = {
+        .sentence = "up to three percentiles of the last `windowSize` values, at first the median alone",
+        .arguments =
+            {Takes::Curve("curve", "whose values fill the window"),
+             Takes::Count("windowSize", "values in the window").From(1).Default("13"),
+             Takes::Number("percent1", "first percentile: 0 is the lowest value, 100 the highest, 50 the median")
+                 .From(0)
+                 .To(100)
+                 .Default("50"),
+             Takes::Number("percent2", "second percentile; without it curve2 has no values").From(0).To(100).Optional(),
+             Takes::Number("percent3", "third percentile; without it curve3 has no values").From(0).To(100).Optional(),
+             Takes::Word("interpolate", "what a percentile between two values is", BetweenValues).Default("1"),
+             Takes::Curve("curve2", "its values go into the same window, behind those of the first curve").Optional()},
+        .outputs = {{u"curve1", UnitKind::Curve, "the first percentile", DrawnAs::Line},
+                    {u"curve2", UnitKind::Curve, "the second percentile", DrawnAs::Line},
+                    {u"curve3", UnitKind::Curve, "the third percentile", DrawnAs::Line}},
+    };
+    FormattedText Formula() const {
+        return FormatText("Median( %%s, %d, %f, %f, %f, %d)", Window(), GetPercentile(0), GetPercentile(1),
+                          GetPercentile(2), GetInterpolate());
+    }
+    int InputCount() const { return inputCount; }
+    static int ArgumentOf(short input) { return input == 0 ? 0 : 6; }
+    FormattedText Parameter(short n) const {
+        return Nth(n, Window(), GetPercentile(0), GetPercentile(1), GetPercentile(2), GetInterpolate());
+    }
+    int Lookback() const { return Window(); }
+
 public:
     CMedianOp();
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("Median( %%s, %d, %f, %f, %f, %d)", Window(), GetPercentile(0),
-                                           GetPercentile(1), GetPercentile(2), GetInterpolate()));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, inputCount); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, input == 0 ? 0 : 6);
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 3); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {
-        if (output < 0 || output > 2) return E_INVALIDARG;
-        return TextOut(name, NthText(output, {u"curve1", u"curve2", u"curve3"}));
-    }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 5); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override;
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, GetWindowSize()); }
+    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP SaveState(short slot) override;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "frame/bar_inputs.h"
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/state_store.h"
 
 namespace sarvane {
 
@@ -17,32 +17,34 @@ struct OverLapState {
 // `period` at most, have a range that overlaps the newest one's. A period that is no constant becomes a fourth input,
 // read on every bar. With `trueRange` a bar's range reaches to the close before it; with a `mutual` of 1 all bars that
 // are counted must overlap each other.
-class COverLapOp : public CDefZelmorOp {
+class COverLapOp : public Described<COverLapOp> {
+    friend Described;
+    static constexpr WordDescription AmongThemselves[] = {
+        {"0", "each bar has to overlap the newest one"}, {"1", "all bars that are counted have to overlap each other"}};
+    static constexpr Description About = {
+        .sentence = "how many bars in a row, back from the newest, have a range that overlaps the newest one's",
+        .arguments =
+            {Takes::Bar("bar", "prices", HlcFields),
+             Takes::Switch("trueRange", "a bar's range reaches to the close before it").Default("1"),
+             Takes::Count("period", "most bars that are counted, the newest one included").From(1).CanBeBound(),
+             Takes::Word("mutual", "which bars have to overlap", AmongThemselves).Default("0")},
+        .outputs = {{u"integer1", UnitKind::Number, "number of bars in the row, the newest one included",
+                     DrawnAs::Step}},
+    };
+    FormattedText Formula() const {
+        return IsUnset(period) || IsUnset(trueRange)
+                   ? FormatText("OverlapCntOp( %%s, %d, %d)", trueRange, mutual)
+                   : FormatText("OverlapCntOp( %%s, %d, %d %d)", trueRange, mutual, period);
+    }
+    int BoundInputs() const { return IsUnset(period); }
+    static int ArgumentOf(short input) { return input < 3 ? 0 : 2; }
+    FormattedText Parameter(short n) const { return Nth(n, trueRange, period, mutual); }
+    int Lookback() const { return ValueOr(period, depth); }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, IsUnset(period) || IsUnset(trueRange)
-                                    ? FormatText("OverlapCntOp( %%s, %d, %d)", trueRange, mutual)
-                                    : FormatText("OverlapCntOp( %%s, %d, %d %d)", trueRange, mutual, period));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 4 : 3); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, input < 3 ? 0 : 2);
-    }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, HighLowClose(input));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"integer1"); }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 2 : 3); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {trueRange, period, mutual}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     using Bars = BasicHistoryRing<OverLapBar>;

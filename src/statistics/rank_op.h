@@ -1,7 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 #include "frame/window_state.h"
 
 namespace sarvane {
@@ -9,25 +8,29 @@ namespace sarvane {
 // Rank( curve, unread, period, direction, tieWeight, spare) is where the newest value stands among the last `period`:
 // 1, and 1 more for every value that beats it. Higher values do if `direction` is above 0, else lower ones; an equal
 // one adds `tieWeight`. Unless all four parameters are constants, each of the first three is read on every bar.
-class CRankOp : public CDefZelmorOp {
+class CRankOp : public Described<CRankOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "where the newest value stands among the last `period` values",
+        .arguments =
+            {Takes::Curve("curve", "whose values are ranked"),
+             Takes::Number("unread", "not read; keeps a place in the expression").Optional().CanBeBound(),
+             Takes::Count("period", "values in the window").From(1).CanBeBound(),
+             Takes::Count("direction", "above 0, the highest value has rank 1; else the lowest has").CanBeBound(),
+             Takes::Count("tieWeight", "what each equal value adds to the rank").CanBeBound(),
+             Takes::Count("spare", "any number: only has to be there, unless the period is bound")},
+        .outputs = {{u"percent", UnitKind::Number, "the rank; 1 is the first place", DrawnAs::Step}},
+    };
+    FormattedText Formula() const { return FormatText("Rank( %%s, %d)", period); }
+    int BoundInputs() const { return AreAllSet() ? 0 : 4; }
+    int ParameterCount() const { return AreAllSet() ? 4 : 0; }
+    FormattedText Parameter(short n) const { return Nth(n, period, direction, tieWeight, spareParam); }
+    int Lookback() const { return ValueOr(period, depth); }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("Rank( %%s, %d)", period));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, AreAllSet() ? 1 : 5); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"percent"); }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, AreAllSet() ? 4 : 0); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {period, direction, tieWeight, spareParam}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     bool AreAllSet() const {

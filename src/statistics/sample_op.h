@@ -1,7 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 
 namespace sarvane {
 
@@ -14,28 +13,32 @@ struct SampleState {
 
 // Sample( curve, trigger, sampleBars, triggerMode, holdLast) passes the curve through on the bar on which the trigger
 // fires and the next ones, `sampleBars` in all. In between it holds the last sample or gives nothing.
-class CSampleOp : public CDefZelmorOp {
+class CSampleOp : public Described<CSampleOp> {
+    friend Described;
+    static constexpr WordDescription Triggers[] = {{"0", "a trigger above 0 fires"},
+                                                   {"1", "a trigger that rises and is not below 0 fires"}};
+    static constexpr Description About = {
+        .sentence = "values of a curve on the bars from a trigger on, and between them the last such value",
+        .arguments = {Takes::Curve("curve", "what is passed through"),
+                      Takes::Curve("trigger", "starts the passing when it fires"),
+                      Takes::Count("sampleBars", "bars that are passed through after firing, the first one included")
+                          .From(1)
+                          .Default("1"),
+                      Takes::Word("triggerMode", "when the trigger fires", Triggers).Default("0"),
+                      Takes::Switch("holdLast", "in between the last value passed is repeated").Default("1")},
+        .outputs = {{u"curve1", UnitKind::Curve, "the curve where it is passed through, else its last value or none",
+                     DrawnAs::Step}},
+    };
+    FormattedText Formula() const {
+        return FormatText("Sample(%%s, %%s, %d, %d, %d)", sampleBars, triggerMode, holdLast);
+    }
+    FormattedText Parameter(short n) const { return Nth(n, sampleBars, triggerMode, holdLast); }
+    int Lookback() const { return depth; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("Sample(%%s, %%s, %d, %d, %d)", sampleBars, triggerMode, holdLast));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 2); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 3); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {sampleBars, triggerMode, holdLast}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, depth); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     bool Fires(double trigger, double previous) const;

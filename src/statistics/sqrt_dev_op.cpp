@@ -24,15 +24,6 @@ STDMETHODIMP CSqrtDevOp::SetParameter(short index, const char16_t* value, TextSl
     return S_OK;
 }
 
-STDMETHODIMP CSqrtDevOp::GetParameterText(short parameter, TextSlot* text, TextSlot*) {
-    switch (IsUnset(period) ? parameter + 2 : parameter) {
-    case 0: return TextOut(text, FormatText("%d", period));
-    case 1: return TextOut(text, FormatText("%d", minBars));
-    case 2: return TextOut(text, FormatText("%s", DivisorText(useNMinus1)));
-    default: return TextOut(text, u"");
-    }
-}
-
 STDMETHODIMP CSqrtDevOp::Reset(int count, const double* seed) {
     SqrtDevState& live = states.Live();
     live.previous = NthSeed(Curve, count, seed);

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
 #include "statistics/deviation_sample.h"
 
 namespace sarvane {
@@ -17,28 +16,36 @@ struct SqrtDevState {
 // values to the present level of a second curve. `minBars` lets the output start early, over the values so far. A
 // period that is no constant becomes a third input, read on every bar. The sum of squares is divided by the number of
 // values (0, written "N") or by one less ("N-1").
-class CSqrtDevOp : public CDefZelmorOp {
-public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
+class CSqrtDevOp : public Described<CSqrtDevOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "root of the mean squared distance from the last `period` values to a second curve's present value",
+        .arguments = {Takes::Curve("curve", "whose values are measured"),
+                      Takes::Curve("reference", "from where they are measured, such as an average of the curve"),
+                      Takes::Count("period", "values in the window").From(1).CanBeBound(),
+                      Takes::Count("minBars", "values from which on there is an output; without it, `period`")
+                          .From(1)
+                          .Optional(),
+                      NMinus1Switch},
+        .outputs = {{u"curve1", UnitKind::Curve, "the deviation", DrawnAs::Line}},
+    };
+    FormattedText Formula() const {
         const char* const divisor = DivisorText(useNMinus1);
-        return TextOut(formula, IsUnset(period) ? FormatText("SqrtDev( %%s, %s)", divisor)
-                                                : FormatText("SqrtDev( %%s, %d, %d, %s)", period, minBars, divisor));
+        return IsUnset(period) ? FormatText("SqrtDev( %%s, %s)", divisor)
+                               : FormatText("SqrtDev( %%s, %d, %d, %s)", period, minBars, divisor);
     }
+    int BoundInputs() const { return IsUnset(period); }
+    int ParameterCount() const { return IsUnset(period) ? 1 : 3; }
+    // While the period is read from a curve the list starts at the divisor.
+    FormattedText Parameter(short n) const {
+        return Nth(IsUnset(period) ? n + 2 : n, period, minBars, DivisorText(useNMinus1));
+    }
+    int Lookback() const { return ValueOr(period, depth); }
+
+public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 3 : 2); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 1 : 3); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override;
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     double Deviation(const SqrtDevState& live, const double* in) const;

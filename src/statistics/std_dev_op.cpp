@@ -20,14 +20,6 @@ STDMETHODIMP CStdDevOp::SetParameter(short index, const char16_t* value, TextSlo
     return S_OK;
 }
 
-STDMETHODIMP CStdDevOp::GetParameterText(short parameter, TextSlot* text, TextSlot*) {
-    switch (IsUnset(period) ? parameter + 1 : parameter) {
-    case 0: return TextOut(text, FormatText("%d", period));
-    case 1: return TextOut(text, FormatText("%s", DivisorText(useNMinus1)));
-    default: return TextOut(text, u"");
-    }
-}
-
 STDMETHODIMP CStdDevOp::Calculate(int, const double* in, int, double* out) {
     WindowState& live = states.Live();
     return CarryForward(live.previous, in, out, [&](double value) {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "frame/operator_contract.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 #include "frame/window_state.h"
 #include "statistics/deviation_sample.h"
 
@@ -10,28 +9,28 @@ namespace sarvane {
 // SDev (curve, period, divisor) is the standard deviation of the last `period` values around their own mean. A period
 // that is no constant becomes a second input, read on every bar. The sum of squares is divided by the number of values
 // (0, written "N") or by one less ("N-1").
-class CStdDevOp : public CDefZelmorOp {
-public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
+class CStdDevOp : public Described<CStdDevOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "standard deviation of the last `period` values",
+        .arguments = {Takes::Curve("curve", "whose values are measured"),
+                      Takes::Count("period", "values in the window").From(1).CanBeBound(), NMinus1Switch},
+        .outputs = {{u"curve1", UnitKind::Curve, "the deviation", DrawnAs::Line}},
+    };
+    FormattedText Formula() const {
         const char* const divisor = DivisorText(useNMinus1);
-        return TextOut(formula, IsUnset(period) ? FormatText("SDev (%%s, %s)", divisor)
-                                                : FormatText("SDev (%%s, %d, %s)", period, divisor));
+        return IsUnset(period) ? FormatText("SDev (%%s, %s)", divisor)
+                               : FormatText("SDev (%%s, %d, %s)", period, divisor);
     }
+    int BoundInputs() const { return IsUnset(period); }
+    // While the period is read from a curve the list starts at the divisor.
+    FormattedText Parameter(short n) const { return Nth(IsUnset(period) ? n + 1 : n, period, DivisorText(useNMinus1)); }
+    int Lookback() const { return ValueOr(period, depth); }
+
+public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 2 : 1); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override { return Answer(argument, input); }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"curve1"); }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, IsUnset(period) ? 1 : 2); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override;
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, ValueOr(period, depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 
 private:
     int depth = DefaultHistoryDepth;
