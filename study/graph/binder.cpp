@@ -730,7 +730,8 @@ Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::st
     result.lookback += lookback;
 
     const Place first = graph.AddNode(key, result.text, sources, outputs, [&](Place to) {
-        return std::make_unique<OperatorNode>(std::move(op), sources, outputs, to);
+        graph.NoteSlots(operatorClass.keyword, operatorClass.keepsSnapshots, operatorClass.dropsHigherSlots);
+        return std::make_unique<OperatorNode>(std::move(op), operatorClass.keepsSnapshots, sources, outputs, to);
     });
     for (std::size_t i = 0; i < result.outputs.size(); ++i) result.outputs[i].place = first + i;
     // An operator with all four prices among its outputs gives a bar. A plain value stands for all prices.

@@ -11,8 +11,10 @@ Place Graph::AddConstant(double value) {
     return known->second;
 }
 
-bool Graph::KeepsSnapshots() const {
-    return std::ranges::all_of(nodes, [](const auto& node) { return node->KeepsSnapshots(); });
+void Graph::NoteSlots(const std::string& keyword, bool keepsSnapshots, bool dropsHigher) {
+    dropsHigherSlots |= dropsHigher;
+    const bool isKnown = std::ranges::find(withoutSnapshots, keyword) != withoutSnapshots.end();
+    if (!keepsSnapshots && !isKnown) withoutSnapshots.push_back(keyword);
 }
 
 HRESULT Graph::Reset(const RunStart& start) {

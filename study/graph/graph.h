@@ -51,8 +51,12 @@ public:
 
     std::span<const NodeText> Nodes() const { return texts; }
     std::size_t ColumnCount() const { return columns; }
-    // True if all nodes keep snapshots; else rollback reaches the last bar alone.
-    bool KeepsSnapshots() const;
+    // Operators of the graph that can only take the last bar back, by keyword; rollback then reaches no farther.
+    const std::vector<std::string>& WithoutSnapshots() const { return withoutSnapshots; }
+    // Whether a save gives up the slots above it.
+    bool DropsHigherSlots() const { return dropsHigherSlots; }
+    // Tells how an operator that was added keeps snapshots.
+    void NoteSlots(const std::string& keyword, bool keepsSnapshots, bool dropsHigher);
 
     HRESULT Reset(const RunStart& start);
     // Takes in a bar, one value a column.
@@ -71,6 +75,8 @@ private:
     std::vector<NodeText> texts;               // by node
     std::map<std::string, std::size_t> byKey;  // to the node
     std::map<std::uint64_t, Place> constants;  // by their bits
+    std::vector<std::string> withoutSnapshots;
+    bool dropsHigherSlots = false;
 };
 
 }  // namespace sarvane::study

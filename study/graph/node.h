@@ -35,8 +35,6 @@ public:
     virtual HRESULT Restore(short) { return S_OK; }
     // Hands over the price step to round to.
     virtual void SetPriceStep(double) {}
-    // False for a node that can only take its last bar back.
-    virtual bool KeepsSnapshots() const { return true; }
 };
 
 }  // namespace sarvane::study

@@ -1,15 +1,10 @@
 #include "graph/operator_node.h"
 
 namespace sarvane::study {
-namespace {
-
-constexpr short NeverSaved = 32767;
-
-}  // namespace
-
-OperatorNode::OperatorNode(ComPtr<IZelmorOp> created, std::vector<Place> inputs, std::size_t outputCount, Place to)
+OperatorNode::OperatorNode(ComPtr<IZelmorOp> created, bool hasSnapshots, std::vector<Place> inputs,
+                           std::size_t outputCount, Place to)
     : op(std::move(created)), sources(std::move(inputs)), in(sources.size(), UndefinedValue),
-      outCount(static_cast<int>(outputCount)), output(to), keepsSnapshots(op->RestoreState(NeverSaved) != S_OK) {
+      outCount(static_cast<int>(outputCount)), output(to), keepsSnapshots(hasSnapshots) {
     op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
 }
 

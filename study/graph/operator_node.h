@@ -11,15 +11,16 @@ namespace sarvane::study {
 // Drives one operator. Its outputs stand one behind the other.
 class OperatorNode final : public Node {
 public:
-    // Reads `inputs` and writes `outputCount` values from place `to` on.
-    OperatorNode(ComPtr<IZelmorOp> created, std::vector<Place> inputs, std::size_t outputCount, Place to);
+    // Reads `inputs` and writes `outputCount` values from place `to` on. Without snapshots restoring succeeds on any
+    // slot, and takes the last bar back.
+    OperatorNode(ComPtr<IZelmorOp> created, bool hasSnapshots, std::vector<Place> inputs, std::size_t outputCount,
+                 Place to);
 
     HRESULT Reset(const RunStart& start) override;
     HRESULT Step(double* values, int bar) override;
     HRESULT Save(short slot) override;
     HRESULT Restore(short slot) override;
     void SetPriceStep(double step) override;
-    bool KeepsSnapshots() const override { return keepsSnapshots; }
 
 private:
     ComPtr<IZelmorOp> op;

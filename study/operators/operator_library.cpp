@@ -5,6 +5,7 @@
 #include "sarvane/class_ids.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace sarvane::study {
 namespace {
@@ -39,6 +40,7 @@ Outcome<OperatorLibrary> OperatorLibrary::Load(const std::string& file) {
                                "this operator library does not describe its classes: status " + StatusText(status)};
         }
         library.classes.push_back(library.Described(id, *info.Get()));
+        if (auto problem = library.LearnSlots(library.classes.back())) return *problem;
     }
     std::ranges::sort(library.classes, {}, &OperatorClass::keyword);
     return library;
@@ -82,6 +84,27 @@ OperatorClass OperatorLibrary::Described(const GUID& id, IZelmorClassInfo& info)
     return described;
 }
 
+// Tried on an object of its own, which goes again.
+std::optional<Problem> OperatorLibrary::LearnSlots(OperatorClass& operatorClass) const {
+    constexpr short NeverSaved = 32767;
+    const Outcome<ComPtr<IZelmorOp>> probe = Create(operatorClass, {});
+    if (!probe) return probe.Fault();
+    IZelmorOp& op = *probe->Get();
+    operatorClass.keepsSnapshots = op.RestoreState(NeverSaved) != S_OK;
+    op.SaveState(2);
+    op.SaveState(1);
+    operatorClass.dropsHigherSlots = op.RestoreState(2) != S_OK;
+    return std::nullopt;
+}
+
+TextSlot OperatorLibrary::Hand(std::string_view text) const {
+    const std::u16string wide = Utf16(text);
+    const std::size_t bytes = (wide.size() + 1) * sizeof(char16_t);
+    void* const memory = module.Allocate(bytes);
+    if (memory) std::memcpy(memory, wide.c_str(), bytes);
+    return static_cast<TextSlot>(memory);
+}
+
 const OperatorClass* OperatorLibrary::Find(std::string_view keyword) const {
     const auto found = std::ranges::find_if(
         classes, [&](const OperatorClass& known) { return EqualIgnoringCase(known.keyword, keyword); });
@@ -119,7 +142,7 @@ std::string OperatorLibrary::SetArgument(IZelmorOp& op, int index, std::string_v
 std::string OperatorLibrary::Take(TextSlot text) const {
     if (!text) return {};
     std::string taken = Utf8(text);
-    module.FreeMemory(text);
+    module.Free(text);
     return taken;
 }
 

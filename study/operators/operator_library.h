@@ -43,6 +43,8 @@ struct OperatorClass {
     std::string sentence;
     std::vector<ArgumentInfo> arguments;
     std::vector<OutputInfo> outputs;
+    bool keepsSnapshots = true;     // else restoring takes the last bar back, once, whatever the slot
+    bool dropsHigherSlots = false;  // a save gives up the slots above it
 
     // The place of the argument with a name, in any letter case.
     std::optional<std::size_t> FindArgument(std::string_view name) const;
@@ -73,10 +75,13 @@ public:
 
     // A text that an operator handed out, in UTF-8; the original is freed. Null is empty.
     std::string Take(TextSlot text) const;
+    // A text in UTF-8 for a host, who frees it as one of an operator's. Null when there is no memory left.
+    TextSlot Hand(std::string_view text) const;
 
 private:
     explicit OperatorLibrary(const OperatorModule& loaded) : module(loaded) {}
     OperatorClass Described(const GUID& id, IZelmorClassInfo& info) const;
+    std::optional<Problem> LearnSlots(OperatorClass& operatorClass) const;
 
     OperatorModule module;
     std::vector<OperatorClass> classes;

@@ -3,7 +3,7 @@
 #include "language/problem.h"
 #include "sarvane/component.h"
 
-#include <memory>
+#include <cstddef>
 #include <string>
 
 namespace sarvane::study {
@@ -19,11 +19,13 @@ public:
     HRESULT GetClassObject(const GUID& id, const GUID& iid, void** object) const {
         return getClassObject(id, iid, object);
     }
-    // Takes back what an operator has handed out.
-    void FreeMemory(void* memory) const { freeMemory(memory); }
+    // Task memory, which texts pass in between operators and hosts. Null when there is none left.
+    void* Allocate(std::size_t bytes) const { return allocate(bytes); }
+    void Free(void* memory) const { freeMemory(memory); }
 
 private:
     decltype(DllGetClassObject)* getClassObject = nullptr;
+    decltype(CoTaskMemAlloc)* allocate = nullptr;
     decltype(CoTaskMemFree)* freeMemory = nullptr;
 };
 

@@ -43,8 +43,9 @@ Outcome<OperatorModule> OperatorModule::Load(const std::string& file) {
     if (!handle) return Problem{.message = std::string("cannot load the operator library: ") + dlerror()};
     OperatorModule module;
     module.getClassObject = reinterpret_cast<decltype(DllGetClassObject)*>(dlsym(handle, "DllGetClassObject"));
+    module.allocate = reinterpret_cast<decltype(CoTaskMemAlloc)*>(dlsym(handle, "CoTaskMemAlloc"));
     module.freeMemory = reinterpret_cast<decltype(CoTaskMemFree)*>(dlsym(handle, "CoTaskMemFree"));
-    if (!module.getClassObject || !module.freeMemory) {
+    if (!module.getClassObject || !module.allocate || !module.freeMemory) {
         return Problem{.message = file + " is no operator library: it exports neither classes nor task memory"};
     }
     return module;

@@ -45,6 +45,7 @@ Outcome<OperatorModule> OperatorModule::Load(const std::string& file) {
     OperatorModule module;
     module.getClassObject = reinterpret_cast<decltype(DllGetClassObject)*>(
         reinterpret_cast<void*>(GetProcAddress(handle, "DllGetClassObject")));
+    module.allocate = &CoTaskMemAlloc;
     module.freeMemory = &CoTaskMemFree;
     if (!module.getClassObject) return Problem{.message = file + " is no operator library: it exports no classes"};
     return module;

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "graph/binder.h"
+#include "graph/graph.h"
+#include "language/definitions.h"
+#include "operators/operator_library.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sarvane::study {
+
+// The operators of a loaded library, and the studies that are defined on top of them. Threads may share one that is no
+// longer defined to.
+class StudyLibrary {
+public:
+    // Loads the operator library (the one nearby if `file` is empty) and reads the standard studies.
+    static Outcome<std::shared_ptr<StudyLibrary>> Load(const std::string& file = {});
+
+    // Adds the definitions of a text, or none of them if there is a problem. `name` tells where they come from.
+    std::optional<Problem> Define(std::string_view text, std::string_view name) { return definitions.Add(text, name); }
+
+    const OperatorLibrary& Operators() const { return operators; }
+    const Definitions& Studies() const { return definitions; }
+
+private:
+    explicit StudyLibrary(OperatorLibrary loaded);
+
+    OperatorLibrary operators;
+    Definitions definitions;
+};
+
+struct CompileSettings {
+    OperatorSettings operators = {};
+    bool allOutputs = false;  // a column for each output of an expression with several
+};
+
+// A column of what expressions give.
+struct ResultColumn {
+    std::string title;
+    Place place = NoPlace;
+    std::size_t expression = 0;  // which one of those compiled
+    std::string output;          // its name, where the expression has several
+    std::string formula;         // the expression in the words of its operators
+    std::string meaning;
+    bool isLabel = false;
+    bool inPriceUnits = false;
+    int unitKind = 3;
+    DrawnAs drawing = DrawnAs::Line;
+};
+
+// Expressions compiled together over columns of data. Equal parts of them are stepped once.
+struct Compilation {
+    std::shared_ptr<const StudyLibrary> library;  // whose code the nodes are
+    std::vector<std::string> columns;             // of the data
+    Graph graph;
+    std::vector<Operand> expressions;  // what each expression stands for
+    std::vector<ResultColumn> results;
+    std::vector<Problem> warnings;
+    std::size_t depth = 0;     // operators in the longest chain from a result to the data
+    std::size_t lookback = 0;  // bars, through the longest chain
+
+    explicit Compilation(std::vector<std::string> names) : columns(std::move(names)), graph(columns.size()) {}
+    // Columns of the data that some expression reads, in their order.
+    std::vector<std::size_t> UsedColumns() const;
+};
+
+// A problem tells in `source` in which of the texts it lies: "" for the first, else "expression 2" and so on.
+Outcome<std::unique_ptr<Compilation>> Compile(std::shared_ptr<const StudyLibrary> library,
+                                              const std::vector<std::string>& columns,
+                                              const std::vector<std::string>& expressions,
+                                              const CompileSettings& settings = {});
+
+}  // namespace sarvane::study

@@ -1,0 +1,11 @@
+# Writes the text INPUT as a constant of the C++ source OUTPUT, in pieces that every compiler takes.
+file(READ ${INPUT} rest)
+set(pieces "")
+string(LENGTH "${rest}" length)
+set(at 0)
+while(at LESS length)
+  string(SUBSTRING "${rest}" ${at} 8000 piece)
+  string(APPEND pieces "    R\"study(${piece})study\"\n")
+  math(EXPR at "${at} + 8000")
+endwhile()
+file(WRITE ${OUTPUT} "#include \"standard_studies.h\"\n\nnamespace sarvane::study {\n\nextern const std::string_view StandardStudies =\n${pieces};\n\n}  // namespace sarvane::study\n")

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string_view>
+
+namespace sarvane::study {
+
+// The text of standard.study, which is built in.
+extern const std::string_view StandardStudies;
+
+}  // namespace sarvane::study
