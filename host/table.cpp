@@ -1,12 +1,12 @@
 #include "table.h"
 
+#include "csv.h"
 #include "failure.h"
 #include "sarvane/chart_label.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <csv.h>
 
 namespace sarvane::study {
 namespace {
@@ -49,16 +49,14 @@ CsvTable::CsvTable(const std::string& path, const BarFile& bars, const Study& st
     std::fputc('\n', file.get());
 }
 
-void CsvTable::WriteCell(std::string_view text, bool first) {
+void CsvTable::WriteCell(std::string text, bool first) {
     if (!first) std::fputc(',', file.get());
-    if (text.find_first_of(",\"\r\n ") == std::string_view::npos)
-        std::fwrite(text.data(), 1, text.size(), file.get());
-    else
-        csv_fwrite(file.get(), text.data(), text.size());
+    const std::string cell = CsvCell(std::move(text));
+    std::fwrite(cell.data(), 1, cell.size(), file.get());
 }
 
 void CsvTable::WriteBar(std::string_view date, const Study& study) {
-    WriteCell(date, true);
+    WriteCell(std::string(date), true);
     for (const Result& result : study.Results()) WriteCell(CellText(result, "{}"), false);
     std::fputc('\n', file.get());
 }

@@ -34,7 +34,7 @@ public:
     void Close();
 
 private:
-    void WriteCell(std::string_view text, bool first);
+    void WriteCell(std::string text, bool first);
 
     struct CloseFile {
         void operator()(std::FILE* stream) const { std::fclose(stream); }
