@@ -71,7 +71,7 @@ std::pair<const OperatorClass&, Description> DescribeWith(const Library& library
 Description Describe(const Library& library, IZelmorOp& op) {
     Description described;
     TextSlot text = nullptr;
-    const auto taken = [&](HRESULT status) { return library.Take(SUCCEEDED(status) ? text : nullptr); };
+    const auto taken = [&](HRESULT status) { return library.Take(SUCCEEDED(Checked(status)) ? text : nullptr); };
     ushort count = 0;
     described.formula = taken(op.GetFormula(&text, nullptr));
     op.GetInputCount(&count, nullptr);

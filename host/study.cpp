@@ -53,7 +53,7 @@ public:
     }
 
     void Save(short slot) override {
-        if (op->SaveState(slot) != S_OK) Fail("{} keeps no snapshot {}", keyword, slot);
+        if (Checked(op->SaveState(slot)) != S_OK) Fail("{} keeps no snapshot {}", keyword, slot);
         steppedSinceSave = false;
     }
 
@@ -61,7 +61,7 @@ public:
     // it skipped, or if nothing came: it would take back the bar before.
     void Restore(short slot) override {
         if (!keepsSnapshots && (!steppedSinceSave || in.empty() || IsUndefined(in.front()))) return;
-        if (op->RestoreState(slot) != S_OK) Fail("{} has no snapshot {}", keyword, slot);
+        if (Checked(op->RestoreState(slot)) != S_OK) Fail("{} has no snapshot {}", keyword, slot);
         steppedSinceSave = false;
     }
 

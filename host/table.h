@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace sarvane::study {
 
@@ -23,6 +24,7 @@ public:
 
 private:
     std::size_t dateWidth;
+    std::vector<std::size_t> widths;  // of the results
 };
 
 // For programs, as comma-separated values with all digits.
