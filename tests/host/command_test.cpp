@@ -118,7 +118,8 @@ TEST(Command, FailsInOneLine) {
     for (const std::string& arguments : std::vector<std::string>{
              "run no_such_file.csv Close", "run " NO_DEVICE " Close", "run " + Data + " \"Sim(\"", "describe Simm",
              "run " + Data + " Close -o /no/such/folder/x.csv", "live no_such_file.csv Close", "live - Close",
-             "--library " + Data + " list"}) {
+             "--library " + Data + " list", "describe Sim abc", "describe Sim 5 abc", "describe Sim 1 2 3 4 5 6",
+             "describe BarAdd Close 2"}) {
         const Outcome outcome = RunStudy(arguments);
         EXPECT_EQ(outcome.status, 1) << arguments;
         EXPECT_TRUE(outcome.text.starts_with("study: ")) << outcome.text;
