@@ -12,14 +12,6 @@ foreach(package Boost::headers CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_jso
 endforeach()
 target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
 
-enable_language(C)
-execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/fetch_source libcsv ${CMAKE_BINARY_DIR}/sources
-                COMMAND_ERROR_IS_FATAL ANY)
-set(csv_include ${CMAKE_BINARY_DIR}/sources/libcsv)
-set(csv_library csv)
-add_library(csv STATIC ${csv_include}/libcsv.c)
-target_compile_options(csv PRIVATE -w)
-
 if(SARVANE_TESTS)
   set(googletest /usr/src/googletest/googletest)
   add_library(gtest_main STATIC ${googletest}/src/gtest-all.cc ${googletest}/src/gtest_main.cc)

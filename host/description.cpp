@@ -1,12 +1,19 @@
 #include "description.h"
 
+#include "expression.h"
 #include "failure.h"
 
+#include <algorithm>
+#include <charconv>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 namespace sarvane::study {
 namespace {
+
+// If an operator takes a number, it notices a change to one of these.
+constexpr const char* ProbingNumbers[] = {"2", "1", "0", "0.5"};
+constexpr const char* ProbingWords[] = {"x", "SMO", "EXP"};
 
 // "BAR_TYPE_HIGH" is the field "high".
 std::string FieldOf(std::string barType) {
@@ -53,6 +60,34 @@ Description DescribeNew(const Library& library, const OperatorClass& operatorCla
     return Describe(library, *library.Create(operatorClass).Get());
 }
 
+bool IsNumber(std::string_view text) {
+    double number = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+// Whether an expression can be a curve of a usual file of bars.
+bool IsCurve(std::string_view text) {
+    constexpr std::string_view Columns[] = {"Bar", "Open", "High", "Low", "Close", "Volume"};
+    const Expression expression = ParseExpression(text);
+    return expression.kind != Expression::Kind::Word ||
+           std::ranges::any_of(Columns, [&](auto column) { return EqualIgnoringCase(column, expression.name); });
+}
+
+bool ReadsArgument(const Description& described, int argument) {
+    return std::ranges::find(described.inputs, argument, &InputDescription::argument) != described.inputs.end();
+}
+
+// Whether the operator notices which number an argument is, but not which word.
+bool TakesOnlyNumbers(const Library& library, IZelmorOp& op, int argument) {
+    const Description before = Describe(library, op);
+    const auto isNoticed = [&](const char* value) {
+        library.SetArgument(op, argument, value);
+        return Describe(library, op) != before;
+    };
+    return !isNoticed("no word") && std::ranges::any_of(ProbingNumbers, isNoticed);
+}
+
 std::pair<const OperatorClass&, Description> DescribeWith(const Library& library, std::string_view keyword,
                                                           const std::vector<std::string>& arguments,
                                                           const OperatorSettings& settings) {
@@ -63,7 +98,18 @@ std::pair<const OperatorClass&, Description> DescribeWith(const Library& library
         const std::string error = library.SetArgument(*op.Get(), static_cast<int>(i) + 1, arguments[i]);
         if (!error.empty()) Fail("argument {} of {}, {}: {}", i + 1, keyword, Quoted(arguments[i]), error);
     }
-    return {operatorClass, Describe(library, *op.Get())};
+    const Description described = Describe(library, *op.Get());
+    if (!arguments.empty() && !TakesLast(library, operatorClass, arguments, settings))
+        Fail("{} takes no argument {}, counted from 0", operatorClass.keyword, arguments.size());
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const int argument = static_cast<int>(i) + 1;
+        if (arguments[i].empty() || IsNumber(arguments[i])) continue;
+        if (ReadsArgument(described, argument) ? !IsCurve(arguments[i])
+                                               : TakesOnlyNumbers(library, *op.Get(), argument))
+            Fail("argument {} of {}, {}: neither a number nor a curve such as Close", argument, operatorClass.keyword,
+                 Quoted(arguments[i]));
+    }
+    return {operatorClass, described};
 }
 
 }  // namespace
@@ -71,7 +117,7 @@ std::pair<const OperatorClass&, Description> DescribeWith(const Library& library
 Description Describe(const Library& library, IZelmorOp& op) {
     Description described;
     TextSlot text = nullptr;
-    const auto taken = [&](HRESULT status) { return library.Take(SUCCEEDED(status) ? text : nullptr); };
+    const auto taken = [&](HRESULT status) { return library.Take(SUCCEEDED(Checked(status)) ? text : nullptr); };
     ushort count = 0;
     described.formula = taken(op.GetFormula(&text, nullptr));
     op.GetInputCount(&count, nullptr);
@@ -91,6 +137,28 @@ Description Describe(const Library& library, IZelmorOp& op) {
         described.parameters.push_back(taken(op.GetParameterText(parameter, &text, nullptr)));
     op.GetLookback(&described.lookback, nullptr);
     return described;
+}
+
+// None of some values for an ignored argument changes what an operator with otherwise usual arguments says of itself.
+bool TakesLast(const Library& library, const OperatorClass& operatorClass, const std::vector<std::string>& arguments,
+               const OperatorSettings& settings) {
+    const int last = static_cast<int>(arguments.size());
+    for (const bool asGiven : {true, false}) {
+        const ComPtr<IZelmorOp> probe = library.Create(operatorClass, settings);
+        for (int i = 1; i < last; ++i) {
+            const std::string& given = arguments[static_cast<std::size_t>(i) - 1];
+            if (asGiven && given.empty()) continue;
+            library.SetArgument(*probe.Get(), i, asGiven ? given : "3");
+        }
+        const Description before = Describe(library, *probe.Get());
+        const auto isNoticed = [&](const char* value) {
+            library.SetArgument(*probe.Get(), last, value);
+            const Description after = Describe(library, *probe.Get());
+            return ReadsArgument(after, last) || after != before;
+        };
+        if (std::ranges::any_of(ProbingNumbers, isNoticed) || std::ranges::any_of(ProbingWords, isNoticed)) return true;
+    }
+    return false;
 }
 
 std::string ListText(const Library& library) {

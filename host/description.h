@@ -34,6 +34,11 @@ struct Description {
 
 Description Describe(const Library& library, IZelmorOp& op);
 
+// Whether the operator reads the last of `arguments`, which are those from argument 1 on; empty ones are left out. An
+// operator does not tell how many it reads, and ignores any others.
+bool TakesLast(const Library& library, const OperatorClass& operatorClass, const std::vector<std::string>& arguments,
+               const OperatorSettings& settings);
+
 // The commands `list` and `describe`. `arguments` are those from argument 1 on.
 std::string ListText(const Library& library);
 nlohmann::json ListJson(const Library& library);

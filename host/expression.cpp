@@ -2,14 +2,22 @@
 
 #include "failure.h"
 
+#include <algorithm>
 #include <charconv>
+#include <span>
 
 namespace sarvane::study {
 namespace {
 
-// What is read recursively stays far from the end of the stack.
+// Recursion stays far from the end of the stack: of this parser, and of what walks through the parts.
 constexpr int DeepestNesting = 200;
+constexpr int LongestChain = 500;
 constexpr std::size_t LongestText = 4096;
+
+using Signs = std::span<const std::string_view>;  // longer ones first
+constexpr std::string_view Comparisons[] = {"<=", ">=", "<>", "<", ">", "="};
+constexpr std::string_view SumSigns[] = {"+", "-"};
+constexpr std::string_view ProductSigns[] = {"*", "/"};
 
 bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -30,23 +38,36 @@ public:
 private:
     using Rule = Expression (Parser::*)();
 
-    // Operands of one rule with signs between them, from left to right. Longer signs come first in `signs`.
-    Expression ParseSigns(Rule operand, std::initializer_list<std::string_view> signs) {
+    // Operands of one rule with signs between them, from left to right.
+    Expression ParseSigns(Rule operand, Signs signs) {
         Expression left = (this->*operand)();
         for (;;) {
             const std::string_view sign = TakeOneOf(signs);
             if (sign.empty()) return left;
-            Expression both = Make(Expression::Kind::Binary, left.begin, std::string(sign));
-            both.parts.push_back(std::move(left));
-            both.parts.push_back((this->*operand)());
-            both.end = at;
-            left = std::move(both);
+            left = Pair(std::move(left), sign, (this->*operand)());
         }
     }
 
-    Expression ParseComparison() { return ParseSigns(&Parser::ParseSum, {"<=", ">=", "<>", "<", ">", "="}); }
-    Expression ParseSum() { return ParseSigns(&Parser::ParseProduct, {"+", "-"}); }
-    Expression ParseProduct() { return ParseSigns(&Parser::ParseFactor, {"*", "/"}); }
+    Expression Pair(Expression left, std::string_view sign, Expression right) const {
+        Expression both = Make(Expression::Kind::Binary, left.begin, std::string(sign));
+        Adopt(both, std::move(left));
+        Adopt(both, std::move(right));
+        both.end = at;
+        return both;
+    }
+
+    Expression ParseComparison() {
+        Expression left = ParseSum();
+        const std::string_view sign = TakeOneOf(Comparisons);
+        if (sign.empty()) return left;
+        Expression whole = Pair(std::move(left), sign, ParseSum());
+        const std::size_t next = SkipSpace();
+        if (!TakeOneOf(Comparisons).empty())
+            FailAt(text, next, "comparisons are not chained; put one of them in brackets");
+        return whole;
+    }
+    Expression ParseSum() { return ParseSigns(&Parser::ParseProduct, SumSigns); }
+    Expression ParseProduct() { return ParseSigns(&Parser::ParseFactor, ProductSigns); }
 
     Expression ParseFactor() {
         const std::size_t begin = SkipSpace();
@@ -64,10 +85,7 @@ private:
             operand.begin = begin;
             return operand;
         }
-        Expression difference = Make(Expression::Kind::Binary, begin, "-");
-        difference.parts = {Make(Expression::Kind::Number, begin, ""), std::move(operand)};
-        difference.end = at;
-        return difference;
+        return Pair(Make(Expression::Kind::Number, begin, ""), "-", std::move(operand));
     }
 
     // A primary with ".output" behind it.
@@ -75,7 +93,7 @@ private:
         Expression selected = ParsePrimary();
         while (Take(".")) {
             Expression output = Make(Expression::Kind::Output, selected.begin, TakeWord("the name of an output"));
-            output.parts.push_back(std::move(selected));
+            Adopt(output, std::move(selected));
             output.end = at;
             selected = std::move(output);
         }
@@ -99,7 +117,7 @@ private:
         word.end = at;
         if (!quoted && Take("(")) {
             word.kind = Expression::Kind::Call;
-            word.parts = ParseArguments();
+            for (Expression& argument : ParseArguments()) Adopt(word, std::move(argument));
             word.end = at;
         }
         return word;
@@ -147,8 +165,8 @@ private:
         return at;
     }
 
-    bool Take(std::string_view sign) { return !TakeOneOf({sign}).empty(); }
-    std::string_view TakeOneOf(std::initializer_list<std::string_view> signs) {
+    bool Take(std::string_view sign) { return !TakeOneOf({&sign, 1}).empty(); }
+    std::string_view TakeOneOf(Signs signs) {
         const std::size_t before = at;
         SkipSpace();
         for (const std::string_view sign : signs) {
@@ -168,6 +186,12 @@ private:
         made.end = at;
         made.name = std::move(name);
         return made;
+    }
+
+    void Adopt(Expression& whole, Expression part) const {
+        whole.depth = std::max(whole.depth, part.depth + 1);
+        if (whole.depth > LongestChain) FailHere("too long, or nested too deeply");
+        whole.parts.push_back(std::move(part));
     }
 
     [[noreturn]] void FailHere(std::string_view message) const { FailAt(text, at, message); }

@@ -23,16 +23,18 @@ struct Expression {
     std::vector<Expression> parts;
     std::size_t begin = 0;  // in the expression's text
     std::size_t end = 0;
+    int depth = 1;  // of the longest chain of parts, from this one down
 };
 
 // Reads an expression:
 //
-//     sum [(< <= > >= = <>) sum]      a comparison
-//     product [(+ -) product]
-//     factor [(* /) factor]
+//     sum [(< <= > >= = <>) sum]      a comparison: one, as a < b < c means something else in mathematics
+//     product {(+ -) product}
+//     factor {(* /) factor}
 //     -factor, (expression), number, word, "word", word(argument, , argument), factor.output
 //
-// Fails with the place of the fault.
+// Fails with the place of the fault. Long texts and deep nesting are faults, so that all that walks through an
+// expression may do so by recursion.
 Expression ParseExpression(std::string_view text);
 
 // Fails with a message that names a place in an expression.

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstring>
 #include <sys/stat.h>
 #include <thread>
@@ -16,8 +15,6 @@ namespace {
 
 constexpr int LookEvery = 20;  // milliseconds, below what an eye notices
 
-volatile std::sig_atomic_t interrupted = 0;
-
 }  // namespace
 
 GrowingFile::GrowingFile(const std::string& path, bool followIt)
@@ -26,17 +23,14 @@ GrowingFile::GrowingFile(const std::string& path, bool followIt)
     struct stat status = {};
     if (descriptor < 0 || fstat(descriptor, &status) != 0) Fail("{}: {}", name, std::strerror(errno));
     regular = path != "-" && S_ISREG(status.st_mode);
-    interrupted = 0;
-    OnInterrupt([](int) { interrupted = 1; });
 }
 
 GrowingFile::~GrowingFile() {
-    OnInterrupt(nullptr);
     if (descriptor != StandardInput()) close(descriptor);
 }
 
 std::string_view GrowingFile::Read() {
-    while (!interrupted) {
+    while (!Interrupted()) {
         if (!WaitForText(descriptor, LookEvery)) continue;
         const long long length = ReadText(descriptor, chunk.data(), chunk.size());
         if (length < 0 && errno == EINTR) continue;
@@ -51,8 +45,6 @@ std::string_view GrowingFile::Read() {
     }
     return {};
 }
-
-bool GrowingFile::Interrupted() const { return interrupted != 0; }
 
 bool GrowingFile::HasShrunk() const {
     struct stat status = {};

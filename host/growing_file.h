@@ -1,5 +1,7 @@
 #pragma once
 
+#include "interrupt.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,7 +11,8 @@ namespace sarvane::study {
 // Text of a file that others go on writing, or of a pipe.
 class GrowingFile {
 public:
-    // "-" is standard input. While one lives, an interrupt or a termination signal ends its text and not the program.
+    // "-" is standard input. While one lives, an interrupt or a termination signal ends its text, perhaps in the middle of
+    // a line, and not the program.
     GrowingFile(const std::string& path, bool follow);
     ~GrowingFile();
     GrowingFile(const GrowingFile&) = delete;
@@ -18,12 +21,11 @@ public:
     const std::string& Name() const { return name; }
     // Waits for more; empty at the end: of a pipe, of a file that is not followed, or by a signal.
     std::string_view Read();
-    // Whether a signal ended the text, perhaps in the middle of a line.
-    bool Interrupted() const;
 
 private:
     bool HasShrunk() const;
 
+    InterruptWatch watch;
     std::string name;
     int descriptor;
     bool regular;

@@ -89,7 +89,7 @@ ComPtr<IZelmorOp> Library::Create(const OperatorClass& operatorClass, const Oper
     ComPtr<IClassFactory> factory;
     ComPtr<IZelmorOp> created;
     HRESULT status = module.GetClassObject(operatorClass.guid, IID_IClassFactory, factory.Slot());
-    if (SUCCEEDED(status)) status = factory->CreateInstance(nullptr, IID_IZelmorOp, created.Slot());
+    if (SUCCEEDED(status)) status = Checked(factory->CreateInstance(nullptr, IID_IZelmorOp, created.Slot()));
     if (FAILED(status)) {
         Fail("{} cannot be created: status {:#010x}", operatorClass.keyword, static_cast<ULONG>(status));
     }
@@ -106,7 +106,7 @@ std::string Library::SetArgument(IZelmorOp& op, int index, std::string_view text
     TextSlot error = nullptr;
     const HRESULT status = op.SetParameter(static_cast<short>(index), Utf16(text).c_str(), &error);
     const std::string message = Take(error);
-    if (status == S_OK) return {};
+    if (Checked(status) == S_OK) return {};
     return message.empty() ? fmt::format("refused with status {:#010x}", static_cast<ULONG>(status)) : message;
 }
 

@@ -1,5 +1,6 @@
 #include "live.h"
 
+#include "console.h"
 #include "failure.h"
 #include "growing_file.h"
 #include "platform/system.h"
@@ -9,7 +10,6 @@
 #include <bit>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <fmt/ranges.h>
 #include <optional>
 
@@ -174,18 +174,15 @@ void RunLive(const Library& library, const std::string& file, const std::vector<
         table->WriteBar(live->Bars().Date(bar), live->Expressions());
     };
     const auto skip = [&](const std::string& fault) {
-        std::fflush(stdout);
-        fmt::print(stderr, "study: {}; left out\n", fault);
+        Tell(fault + "; left out");
         ++skipped;
     };
     const auto start = [&] {
         live.emplace(library, reader.Header(), expressions, allOutputs, settings, distance, show);
         for (const std::string& keyword : live->Expressions().WithoutSnapshots()) {
-            fmt::print(
-                stderr,
-                "study: {} keeps no snapshots, it only takes its last bar back: after ticks on a full window its "
-                "values can differ from a run over finished bars, and corrections start at the first bar\n",
-                keyword);
+            Tell(keyword +
+                 " keeps no snapshots, it only takes its last bar back: after ticks on a full window its values can "
+                 "differ from a run over finished bars, and corrections start at the first bar");
         }
     };
     const auto takeNext = [&] {
@@ -206,17 +203,20 @@ void RunLive(const Library& library, const std::string& file, const std::vector<
     };
     while (true) {
         const std::string_view text = source.Read();
-        if (text.empty() && !source.Interrupted()) reader.End();
+        if (text.empty() && !Interrupted()) reader.End();
         reader.Add(text);
-        while (takeNext()) {
+        while (!Interrupted() && takeNext()) {
         }
         if (reader.HasHeader() && !live) start();
-        std::fflush(stdout);
-        if (text.empty()) break;
+        FlushOutput();
+        if (OutputReaderIsGone()) return;
+        if (text.empty() || Interrupted()) break;
     }
+    if (!live && Interrupted()) return;
     if (!live) Fail("{}: the file is empty", source.Name());
-    fmt::print(stderr, "{}{}", live->Finish(),
-               skipped > 0 ? fmt::format("left out   {} lines\n", skipped) : std::string());
+    std::string report = live->Finish();
+    if (skipped > 0) report += fmt::format("left out   {} lines\n", skipped);
+    PrintError(report);
 }
 
 }  // namespace sarvane::study

@@ -1,6 +1,7 @@
 // study: runs expressions over files of bars, through the binary interface of the operator library.
 
 #include "chart.h"
+#include "console.h"
 #include "failure.h"
 #include "live.h"
 #include "path.h"
@@ -10,10 +11,12 @@
 #include "table.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdlib>
 #include <fmt/format.h>
-#include <iostream>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <sstream>
 
 namespace sarvane::study {
 namespace {
@@ -37,21 +40,21 @@ struct Options {
     std::string theme = "auto";
 };
 
+// In ASCII: what `Print` would escape is escaped as JSON has it.
+std::string JsonText(const nlohmann::json& json) {
+    return json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n';
+}
+
 void List(const Options& options) {
     const Library library(PathOf(options.library));
-    if (options.json)
-        fmt::print("{}\n", ListJson(library).dump(2));
-    else
-        fmt::print("{}", ListText(library));
+    Print(options.json ? JsonText(ListJson(library)) : ListText(library));
 }
 
 void DescribeOne(const Options& options) {
     const Library library(PathOf(options.library));
     const OperatorSettings& operators = options.settings.operators;
-    if (options.json)
-        fmt::print("{}\n", DescribeJson(library, options.keyword, options.arguments, operators).dump(2));
-    else
-        fmt::print("{}", DescribeText(library, options.keyword, options.arguments, operators));
+    Print(options.json ? JsonText(DescribeJson(library, options.keyword, options.arguments, operators))
+                       : DescribeText(library, options.keyword, options.arguments, operators));
 }
 
 void Run(const Options& options) {
@@ -74,6 +77,7 @@ void Run(const Options& options) {
         progress.Hide();
         screen.WriteBar(bars.Date(bar), study);
         if (file) file->WriteBar(bars.Date(bar), study);
+        if (!file && OutputReaderIsGone()) return;
     }
     if (file) file->Close();
 }
@@ -90,15 +94,26 @@ void ReplayAll(const Options& options) {
     std::size_t different = 0;
     for (const std::string& expression : options.expressions) {
         const ReplayResult result = Replay(library, bars, expression, options.settings, options.ticks);
-        fmt::print("{}", ReplayText(expression, bars, result));
+        Print(ReplayText(expression, bars, result));
         different += result.differingBars > 0;
     }
     if (different > 0) Fail("{} of {} expressions differ from a run", different, options.expressions.size());
 }
 
+// For options that take a whole number. The check for numbers of any kind would show the largest double as the bound.
+CLI::Validator AtLeast(long long least) {
+    const auto check = [least](const std::string& text) {
+        long long number = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        const bool fits = error == std::errc() && end == text.data() + text.size() && number >= least;
+        return fits ? "" : fmt::format("{} is no whole number from {} on", text, least);
+    };
+    return {check, ""};
+}
+
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
     command.add_option("--history", settings.history, "bars that operators keep where no argument says how many")
-        ->check(CLI::PositiveNumber)
+        ->check(AtLeast(1))
         ->capture_default_str();
     command.add_option("--digits", settings.digits, "of precision of the averages that round: 4 to 15");
 }
@@ -143,7 +158,7 @@ int Main(int argc, char** argv) {
     CLI::App* const run = app.add_subcommand("run", "run expressions over a file of bars");
     AddRunSettings(*run, options);
     run->add_option("-o,--output", options.output, "write the table to this file, too, with all digits");
-    run->add_option("--last", options.last, "show only the last N bars")->check(CLI::NonNegativeNumber);
+    run->add_option("--last", options.last, "show only the last N bars")->check(AtLeast(0));
     run->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
     run->callback([&] { Run(options); });
 
@@ -156,7 +171,7 @@ int Main(int argc, char** argv) {
     live->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
     live->add_option("--snapshots", options.snapshotDistance,
                      "keep a snapshot every N bars, from which corrections of older bars go on")
-        ->check(CLI::NonNegativeNumber);
+        ->check(AtLeast(0));
     live->add_flag("--no-follow", options.noFollow, "stop at the end of the file");
     live->callback([&] { RunLive(options); });
 
@@ -177,7 +192,7 @@ int Main(int argc, char** argv) {
     chart->add_option("--width", options.pictureWidth, "of the picture, in pixels")
         ->check(CLI::Range(500, 10000))
         ->capture_default_str();
-    chart->add_option("--last", options.last, "show the last N bars at first")->check(CLI::PositiveNumber);
+    chart->add_option("--last", options.last, "show the last N bars at first")->check(AtLeast(1));
     chart->add_option("--theme", options.theme, "colours: auto, light or dark")
         ->check(CLI::IsMember({"auto", "light", "dark"}));
     chart->callback([&] {
@@ -187,23 +202,29 @@ int Main(int argc, char** argv) {
 
     try {
         app.parse(argc, argv);
-        if (std::fflush(stdout) != 0 || std::ferror(stdout)) Fail("standard output: not all could be written");
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error);
-    } catch (const Failure& failure) {
-        fmt::print(stderr, "study: {}\n", failure.what());
-        return 1;
-    } catch (const std::bad_alloc&) {
-        fmt::print(stderr, "study: out of memory\n");
-        return 1;
-    } catch (const std::exception& error) {  // such as an operator's window that is too long to be made
-        fmt::print(stderr, "study: {}\n", error.what());
-        return 1;
+    } catch (const CLI::ParseError& error) {  // or a wish for help
+        std::ostringstream lines, errorLines;
+        const int status = app.exit(error, lines, errorLines);
+        Print(lines.str());
+        FlushOutput();
+        PrintError(errorLines.str());
+        return status;
     }
-    return 0;
+    FlushOutput();
+    constexpr int ReaderGone = 141;  // what a shell shows of a program that its broken pipe has ended
+    return OutputReaderIsGone() ? ReaderGone : EXIT_SUCCESS;
 }
 
 }  // namespace
 }  // namespace sarvane::study
 
-int main(int argc, char** argv) { return sarvane::study::Main(argc, argv); }
+int main(int argc, char** argv) {
+    try {
+        return sarvane::study::Main(argc, argv);
+    } catch (const std::bad_alloc&) {
+        sarvane::study::PrintError("study: out of memory\n");
+    } catch (const std::exception& error) {  // a Failure, or such as an operator's window that is too long to be made
+        sarvane::study::Tell(error.what());
+    }
+    return EXIT_FAILURE;
+}

@@ -1,5 +1,6 @@
 #include "progress.h"
 
+#include "console.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -8,8 +9,8 @@
 
 namespace sarvane::study {
 
-Progress::Progress(std::string what, double whole)
-    : label(std::move(what)), total(whole), terminal(CanRedrawErrors()),
+Progress::Progress(std::string_view what, double whole)
+    : label(Shown(what)), total(whole), terminal(CanRedrawErrors()),
       nextDrawing(std::chrono::steady_clock::now() + std::chrono::seconds(1)) {}
 
 Progress::~Progress() { Hide(); }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <string_view>
 
 namespace sarvane::study {
 
@@ -9,7 +10,7 @@ namespace sarvane::study {
 class Progress {
 public:
     // `total` is 0 where it is not known.
-    Progress(std::string label, double total);
+    Progress(std::string_view label, double total);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

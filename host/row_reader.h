@@ -1,6 +1,5 @@
 #pragma once
 
-#include <csv.h>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,9 +27,6 @@ struct BarRow {
 class RowReader {
 public:
     explicit RowReader(std::string name);
-    ~RowReader();
-    RowReader(const RowReader&) = delete;
-    RowReader& operator=(const RowReader&) = delete;
 
     // Takes text that has come, to be read by `Next`.
     void Add(std::string_view piece);
@@ -50,23 +46,19 @@ public:
 private:
     std::optional<std::string_view> NextLine();
     void Parse(std::string_view text);
-    void TakeCell(std::string_view cell);
-    void TakeTitle(std::string_view title);
-    void TakeValue(std::string_view cell);
+    void TakeTitle(std::string_view title, std::size_t column);
+    void TakeValue(std::string_view cell, std::size_t column);
+    void EndHeader();
     void EndRow();
-    void Refuse(std::string_view what);
 
     BarHeader header;
     BarRow row;
-    csv_parser parser;
     std::string text;       // that has come
     std::size_t begin = 0;  // of what is not yet read of it
     bool ended = false;
     bool afterReturn = false;  // a newline here belongs to the line before
     std::size_t line = 0;
-    std::size_t cells = 0;  // of the present row so far
     bool complete = false;  // the row is a whole one
-    std::string fault;
 };
 
 }  // namespace sarvane::study

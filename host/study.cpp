@@ -53,7 +53,7 @@ public:
     }
 
     void Save(short slot) override {
-        if (op->SaveState(slot) != S_OK) Fail("{} keeps no snapshot {}", keyword, slot);
+        if (Checked(op->SaveState(slot)) != S_OK) Fail("{} keeps no snapshot {}", keyword, slot);
         steppedSinceSave = false;
     }
 
@@ -61,7 +61,7 @@ public:
     // it skipped, or if nothing came: it would take back the bar before.
     void Restore(short slot) override {
         if (!keepsSnapshots && (!steppedSinceSave || in.empty() || IsUndefined(in.front()))) return;
-        if (op->RestoreState(slot) != S_OK) Fail("{} has no snapshot {}", keyword, slot);
+        if (Checked(op->RestoreState(slot)) != S_OK) Fail("{} has no snapshot {}", keyword, slot);
         steppedSinceSave = false;
     }
 
@@ -272,13 +272,18 @@ private:
     Operand BindCall(const Expression& call) {
         const OperatorClass& operatorClass = FindClass(call);
         ComPtr<IZelmorOp> op = Create(operatorClass);
+        std::vector<std::string> given;
         for (std::size_t i = 1; i < call.parts.size(); ++i) {
             const Expression& argument = call.parts[i];
+            given.emplace_back(ArgumentText(argument));
             if (argument.kind == Expression::Kind::Empty) continue;
-            const std::string error = study.library.SetArgument(*op.Get(), static_cast<int>(i), ArgumentText(argument));
+            const std::string error = study.library.SetArgument(*op.Get(), static_cast<int>(i), given.back());
             if (!error.empty()) FailAt(text, argument.begin, fmt::format("{}: {}", operatorClass.keyword, error));
         }
-        RefuseSurplus(call, operatorClass);
+        if (!given.empty() && !TakesLast(study.library, operatorClass, given, study.settings.operators)) {
+            FailAt(text, call.parts.back().begin,
+                   fmt::format("{} takes no argument {}, counted from 0", operatorClass.keyword, given.size()));
+        }
         std::map<std::size_t, Operand> bound;
         return AddOperator(call, operatorClass, std::move(op), [&](std::size_t argument) -> const Operand* {
             if (argument >= call.parts.size() || call.parts[argument].kind == Expression::Kind::Empty) return nullptr;
@@ -299,36 +304,6 @@ private:
     std::string_view ArgumentText(const Expression& argument) const {
         return argument.kind == Expression::Kind::Word ? std::string_view(argument.name)
                                                        : text.substr(argument.begin, argument.end - argument.begin);
-    }
-
-    // An operator that ignores an argument says nothing of it. So the last argument is a surplus one if no input reads
-    // it and none of some values for it changes what an operator with otherwise usual arguments says of itself.
-    void RefuseSurplus(const Expression& call, const OperatorClass& operatorClass) {
-        if (call.parts.size() < 2) return;
-        const int last = static_cast<int>(call.parts.size()) - 1;
-        for (const bool asGiven : {true, false}) {
-            const ComPtr<IZelmorOp> probe = Create(operatorClass);
-            for (int i = 1; i < last; ++i) {
-                const Expression& argument = call.parts[static_cast<std::size_t>(i)];
-                if (asGiven && argument.kind == Expression::Kind::Empty) continue;
-                study.library.SetArgument(*probe.Get(), i, asGiven ? ArgumentText(argument) : "3");
-            }
-            if (Notices(*probe.Get(), last)) return;
-        }
-        FailAt(text, call.parts.back().begin,
-               fmt::format("{} takes no argument {}, counted from 0", operatorClass.keyword, last));
-    }
-
-    bool Notices(IZelmorOp& probe, int argument) {
-        const Description before = Describe(study.library, probe);
-        for (const char* value : {"2", "1", "0", "0.5", "x", "SMO", "EXP"}) {
-            study.library.SetArgument(probe, argument, value);
-            const Description after = Describe(study.library, probe);
-            const bool read =
-                std::ranges::find(after.inputs, argument, &InputDescription::argument) != after.inputs.end();
-            if (read || after != before) return true;
-        }
-        return false;
     }
 
     // Connects each input of an operator to what feeds it. `operandOf` gives an argument, or null for a missing one.

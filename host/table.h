@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace sarvane::study {
 
@@ -23,6 +24,7 @@ public:
 
 private:
     std::size_t dateWidth;
+    std::vector<std::size_t> widths;  // of the results
 };
 
 // For programs, as comma-separated values with all digits.
@@ -34,7 +36,7 @@ public:
     void Close();
 
 private:
-    void WriteCell(std::string_view text, bool first);
+    void WriteCell(std::string text, bool first);
 
     struct CloseFile {
         void operator()(std::FILE* stream) const { std::fclose(stream); }

@@ -4,12 +4,20 @@
 
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
 namespace sarvane::study {
 
-// The loaded operator library, with what it registers of its classes.
+// A status of the operator library, or std::bad_alloc if it says that memory has run out.
+inline HRESULT Checked(HRESULT status) {
+    if (status == E_OUTOFMEMORY) throw std::bad_alloc();
+    return status;
+}
+
+// The operator library, with what it registers of its classes. Once loaded it stays to the end of the program: an exception
+// that its code has thrown can outlive this object, and needs that code.
 class OperatorModule {
 public:
     // Without a path, the one beside the program or in the system's library folders.

@@ -11,11 +11,6 @@ namespace {
 
 constexpr const char* LibraryName = "libsarvane.so";
 
-struct CloseModule {
-    void operator()(void* module) const { dlclose(module); }
-};
-using Module = std::unique_ptr<void, CloseModule>;
-
 // Beside the program, or in the `lib` beside its `bin`; else wherever the system looks.
 std::filesystem::path Located() {
     std::error_code error;
@@ -26,15 +21,15 @@ std::filesystem::path Located() {
     return LibraryName;
 }
 
-Module Loaded(const std::filesystem::path& file) {
-    Module module(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
+void* Loaded(const std::filesystem::path& file) {
+    void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!module) Fail("cannot load the operator library: {}", dlerror());
     return module;
 }
 
 template <class Function>
-void Find(const Module& module, const char* name, Function*& function) {
-    void* const address = dlsym(module.get(), name);
+void Find(void* module, const char* name, Function*& function) {
+    void* const address = dlsym(module, name);
     if (!address) Fail("the library does not export {}", name);
     function = reinterpret_cast<Function*>(address);
 }
@@ -42,7 +37,8 @@ void Find(const Module& module, const char* name, Function*& function) {
 }  // namespace
 
 struct OperatorModule::Parts {
-    explicit Parts(const std::filesystem::path& file) : module(Loaded(file)) {
+    explicit Parts(const std::filesystem::path& file) {
+        void* const module = Loaded(file);
         Find(module, "DllGetClassObject", getClassObject);
         Find(module, "DllRegisterServer", registerServer);
         Find(module, "CoTaskMemFree", freeMemory);
@@ -56,7 +52,6 @@ struct OperatorModule::Parts {
         return taken;
     }
 
-    Module module;
     decltype(DllGetClassObject)* getClassObject;
     decltype(DllRegisterServer)* registerServer;
     decltype(CoTaskMemFree)* freeMemory;
@@ -66,28 +61,28 @@ struct OperatorModule::Parts {
 
 OperatorModule::OperatorModule(const std::filesystem::path& file)
     : parts(std::make_unique<Parts>(file.empty() ? Located() : file)) {
-    const HRESULT status = parts->registerServer();
+    const HRESULT status = Checked(parts->registerServer());
     if (FAILED(status)) Fail("the operator library does not register: status {:#010x}", static_cast<ULONG>(status));
 }
 
 OperatorModule::~OperatorModule() = default;
 
 HRESULT OperatorModule::GetClassObject(const GUID& id, const GUID& iid, void** object) const {
-    return parts->getClassObject(id, iid, object);
+    return Checked(parts->getClassObject(id, iid, object));
 }
 
 void OperatorModule::FreeMemory(void* memory) const { parts->freeMemory(memory); }
 
 std::u16string OperatorModule::ReadValue(const std::u16string& key) const {
     TextSlot text = nullptr;
-    parts->readValue(key.c_str(), nullptr, &text);
+    Checked(parts->readValue(key.c_str(), nullptr, &text));
     return parts->Take(text);
 }
 
 std::vector<std::u16string> OperatorModule::ReadKeys(const std::u16string& key) const {
     std::vector<std::u16string> names;
     TextSlot name = nullptr;
-    while (parts->readKey(key.c_str(), static_cast<std::uint32_t>(names.size()), &name) == S_OK)
+    while (Checked(parts->readKey(key.c_str(), static_cast<std::uint32_t>(names.size()), &name)) == S_OK)
         names.push_back(parts->Take(name));
     return names;
 }

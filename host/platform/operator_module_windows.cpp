@@ -16,11 +16,6 @@ std::string Message(DWORD error) { return std::system_category().message(static_
 
 std::u16string Narrow(const std::wstring& text) { return {text.begin(), text.end()}; }
 
-struct FreeModule {
-    void operator()(HMODULE module) const { FreeLibrary(module); }
-};
-using Module = std::unique_ptr<std::remove_pointer_t<HMODULE>, FreeModule>;
-
 // Beside the program; else wherever the system looks.
 std::filesystem::path Located() {
     std::wstring program(32768, L'\0');
@@ -29,15 +24,15 @@ std::filesystem::path Located() {
     return std::filesystem::exists(file) ? file : std::filesystem::path(ModuleName);
 }
 
-Module Loaded(const std::filesystem::path& file) {
-    Module module(LoadLibraryW(file.c_str()));
+HMODULE Loaded(const std::filesystem::path& file) {
+    const HMODULE module = LoadLibraryW(file.c_str());
     if (!module) Fail("cannot load the operator library: {}: {}", TextOf(file), Message(GetLastError()));
     return module;
 }
 
 template <class Function>
-Function* Exported(const Module& module, const char* name) {
-    const auto address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));
+Function* Exported(HMODULE module, const char* name) {
+    const auto address = reinterpret_cast<void*>(GetProcAddress(module, name));
     if (!address) Fail("the library does not export {}", name);
     return reinterpret_cast<Function*>(address);
 }
@@ -98,9 +93,9 @@ private:
     HKEY root = nullptr;
 };
 
-Registrations Registered(const Module& module) {
+Registrations Registered(HMODULE module) {
     const PrivateRoot root;
-    const HRESULT status = Exported<decltype(DllRegisterServer)>(module, "DllRegisterServer")();
+    const HRESULT status = Checked(Exported<decltype(DllRegisterServer)>(module, "DllRegisterServer")());
     if (FAILED(status)) Fail("the operator library does not register: status {:#010x}", static_cast<ULONG>(status));
     return root.Read();
 }
@@ -110,7 +105,7 @@ Registrations Registered(const Module& module) {
 struct OperatorModule::Parts {
     explicit Parts(const std::filesystem::path& file) : module(Loaded(file)) {}
 
-    Module module;
+    HMODULE module;
     decltype(DllGetClassObject)* getClassObject = Exported<decltype(DllGetClassObject)>(module, "DllGetClassObject");
     Registrations registrations = Registered(module);
 
@@ -127,7 +122,7 @@ OperatorModule::OperatorModule(const std::filesystem::path& file)
 OperatorModule::~OperatorModule() = default;
 
 HRESULT OperatorModule::GetClassObject(const GUID& id, const GUID& iid, void** object) const {
-    return parts->getClassObject(id, iid, object);
+    return Checked(parts->getClassObject(id, iid, object));
 }
 
 void OperatorModule::FreeMemory(void* memory) const { CoTaskMemFree(memory); }

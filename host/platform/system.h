@@ -8,7 +8,8 @@
 // What `study` asks of the system it runs on.
 namespace sarvane::study {
 
-// Makes the standard streams carry UTF-8, byte for byte, and errors at once.
+// Makes the standard streams carry UTF-8, byte for byte. One that the program was started without stays of no use, and no
+// file that is opened later takes its place. Writing to a pipe that nobody reads is an error and no signal.
 void PrepareStreams();
 
 // Whether standard error is a terminal on which a line can be drawn anew.
@@ -17,12 +18,19 @@ bool CanRedrawErrors();
 // Descriptors of texts, for `close`; below 0 with `errno` if it can't be opened.
 int OpenToRead(const std::string& path);
 int StandardInput();
+int StandardOutput();
+int StandardError();
+
+bool IsTerminal(int descriptor);
 
 // Waits until there is something to read, an end or an error included. False when the time is over.
 bool WaitForText(int descriptor, int milliseconds);
 
 // What there is to read, up to `size` bytes: 0 at the end, which others may move by writing on, and below 0 with `errno`.
 long long ReadText(int descriptor, char* text, std::size_t size);
+
+// Writes what fits, up to `size` bytes; below 0 with `errno`, which is EINTR if a signal came first.
+long long WriteText(int descriptor, const char* text, std::size_t size);
 
 // What the program holds of the free store. Not for every bar: it may walk through all of it.
 std::int64_t AllocatedBytes();

@@ -42,7 +42,14 @@ fs::path FindBrowser() {
 
 }  // namespace
 
-void PrepareStreams() {}
+// A missing stream is opened the wrong way round, so that reading or writing it fails.
+void PrepareStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) != stream)
+            std::_Exit(EXIT_FAILURE);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+}
 
 bool CanRedrawErrors() { return isatty(STDERR_FILENO) != 0; }
 
@@ -50,12 +57,20 @@ int OpenToRead(const std::string& path) { return open(path.c_str(), O_RDONLY | O
 
 int StandardInput() { return STDIN_FILENO; }
 
+int StandardOutput() { return STDOUT_FILENO; }
+
+int StandardError() { return STDERR_FILENO; }
+
+bool IsTerminal(int descriptor) { return isatty(descriptor) != 0; }
+
 bool WaitForText(int descriptor, int milliseconds) {
     pollfd waiting = {descriptor, POLLIN, 0};
     return poll(&waiting, 1, milliseconds) > 0;
 }
 
 long long ReadText(int descriptor, char* text, std::size_t size) { return read(descriptor, text, size); }
+
+long long WriteText(int descriptor, const char* text, std::size_t size) { return write(descriptor, text, size); }
 
 std::int64_t AllocatedBytes() {
     const auto use = mallinfo2();
@@ -92,8 +107,16 @@ bool RunSilently(const std::vector<std::string>& command) {
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
         posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
+    posix_spawnattr_t attributes;  // a signal that this program ignores is none that the other one does
+    posix_spawnattr_init(&attributes);
+    sigset_t usual;
+    sigemptyset(&usual);
+    sigaddset(&usual, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &usual);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t child = 0;
-    const int error = posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
+    const int error = posix_spawn(&child, arguments[0], &actions, &attributes, arguments.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) return false;
 

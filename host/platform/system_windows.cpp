@@ -51,6 +51,7 @@ std::wstring CommandLine(const std::vector<std::string>& words) {
 
 }  // namespace
 
+// The runtime library keeps the places of missing streams by itself, and knows no signal for a pipe that nobody reads.
 void PrepareStreams() {
     SetConsoleOutputCP(CP_UTF8);
     std::setvbuf(stderr, nullptr, _IONBF, 0);
@@ -66,6 +67,12 @@ bool CanRedrawErrors() {
 int OpenToRead(const std::string& path) { return _wopen(PathOf(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT); }
 
 int StandardInput() { return 0; }
+
+int StandardOutput() { return 1; }
+
+int StandardError() { return 2; }
+
+bool IsTerminal(int descriptor) { return _isatty(descriptor) != 0; }
 
 // Pipes can't be waited for, only looked at. Files always have something, if only their end.
 bool WaitForText(int descriptor, int milliseconds) {
@@ -92,6 +99,13 @@ long long ReadText(int descriptor, char* text, std::size_t size) {
     if (error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF) return 0;
     errno = error == ERROR_OPERATION_ABORTED ? EINTR : EIO;
     return -1;
+}
+
+// A pipe without a reader is an invalid argument to the runtime library.
+long long WriteText(int descriptor, const char* text, std::size_t size) {
+    const int length = _write(descriptor, text, static_cast<unsigned>(size));
+    if (length < 0 && (GetLastError() == ERROR_BROKEN_PIPE || GetLastError() == ERROR_NO_DATA)) errno = EPIPE;
+    return length;
 }
 
 std::int64_t AllocatedBytes() {

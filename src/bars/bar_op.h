@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/bar_inputs.h"
-#include "frame/state_store.h"
+#include "frame/described.h"
 
 namespace sarvane {
 
@@ -14,59 +14,26 @@ struct BarRecord {
     BarInputs inputs = NoInputs;  // used last
 };
 
-// Arithmetic between each price of a bar and a value; the result is a bar again. `Rule` holds all that sets one such
-// operator apart: the order of its inputs, its expression, its units and what it computes.
-template <class Rule>
-class CBarOp : public CDefZelmorOp2 {
-public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override { return TextOut(formula, Rule::Formula); }
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 5); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, Rule::ArgumentOf(input));
-    }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, Rule::BarTypeOf(input));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 4); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {
-        return TextOut(name, NthText(output, {u"open", u"high", u"low"}, u"close"));
-    }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, Rule::Units);
-    }
-    STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
-    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) override;
-    STDMETHODIMP CalculateBar(int bar, int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP GetBarFlagA(uint* flag) override { return Answer(flag, 0); }
-    STDMETHODIMP GetBarFlagB(uint* flag) override { return Answer(flag, 1); }
-
-private:
-    bool holdPrevious = false;  // a missing input repeats the one before; not part of a snapshot
-    StateStore<BarRecord> states;
-};
-
-// The order of an operator's inputs.
+// The order of an operator's arguments, and of its inputs.
 struct BarFirst {
     static constexpr bool BarLeads = true;
     enum Input : short { Open, High, Low, Close, Value };
 
-    static int ArgumentOf(short input) { return ArgumentBehindBar(input); }
-    static std::u16string_view BarTypeOf(short input) { return OpenHighLowClose(input); }
+    static constexpr std::initializer_list<ArgumentDescription> Arguments = {
+        Takes::Bar("bar", "prices", OhlcFields), Takes::Curve("value", "what each price is combined with")};
 };
 
 struct ValueFirst {
     static constexpr bool BarLeads = false;
     enum Input : short { Value, Open, High, Low, Close };
 
-    static int ArgumentOf(short input) { return input == Value ? 0 : 1; }
-    static std::u16string_view BarTypeOf(short input) {
-        return NthText(input, {u"", OpenField, HighField, LowField, CloseField});
-    }
+    static constexpr std::initializer_list<ArgumentDescription> Arguments = {
+        Takes::Curve("value", "what each price is combined with"), Takes::Bar("bar", "prices", OhlcFields)};
 };
 
 template <class Order>
 struct Sum : Order {
+    static constexpr const char* Sentence = Order::BarLeads ? "a bar plus a value" : "a value plus a bar";
     static constexpr std::u16string_view Formula = u"(%s+%s)";
     static constexpr UnitKind Units = UnitKind::Curve;
     static constexpr bool Divides = false;
@@ -75,6 +42,7 @@ struct Sum : Order {
 
 template <class Order>
 struct Difference : Order {
+    static constexpr const char* Sentence = Order::BarLeads ? "a bar less a value" : "a value less a bar";
     static constexpr std::u16string_view Formula = u"(%s-%s)";
     static constexpr UnitKind Units = UnitKind::Curve;
     static constexpr bool Divides = false;
@@ -83,6 +51,7 @@ struct Difference : Order {
 
 template <class Order>
 struct Product : Order {
+    static constexpr const char* Sentence = Order::BarLeads ? "a bar times a value" : "a value times a bar";
     static constexpr std::u16string_view Formula = Order::BarLeads ? u"%s*%s" : u"(%s*%s)";
     static constexpr UnitKind Units = UnitKind::Product;
     static constexpr bool Divides = false;
@@ -91,10 +60,43 @@ struct Product : Order {
 
 template <class Order>
 struct Quotient : Order {
+    static constexpr const char* Sentence = Order::BarLeads ? "a bar divided by a value" : "a value divided by a bar";
     static constexpr std::u16string_view Formula = u"(%s/%s)";
     static constexpr UnitKind Units = UnitKind::Quotient;
-    static constexpr bool Divides = true;  // and leaves out what a divisor near zero would give
+    static constexpr bool Divides = true;  // divisors near zero leave outputs undefined
     static double Of(double price, double value) { return Order::BarLeads ? price / value : value / price; }
+};
+
+// Arithmetic between each price of a bar and a value; the result is a bar again. `Rule` says what one of these
+// operators computes: the order of its arguments, its expression, its units and its arithmetic.
+template <class Rule>
+class CBarOp : public Described<CBarOp<Rule>, CDefZelmorOp2> {
+    friend Described<CBarOp, CDefZelmorOp2>;
+    static constexpr Description About = {
+        .sentence = Rule::Sentence,
+        .arguments = Rule::Arguments,
+        .outputs = {{u"open", Rule::Units, "open of the result", DrawnAs::Line},
+                    {u"high", Rule::Units, "high of the result", DrawnAs::Line},
+                    {u"low", Rule::Units, "low of the result", DrawnAs::Line},
+                    {u"close", Rule::Units, "close of the result", DrawnAs::Line}},
+    };
+    static std::u16string_view Formula() { return Rule::Formula; }
+    static int ArgumentOf(short input) { return Rule::BarLeads ? (input < 4 ? 0 : input - 3) : input != 0; }
+    static std::u16string_view FieldOf(short input) {
+        const int price = input - Rule::Open;
+        return price >= 0 && price < 4 ? OhlcFields[price] : u"";
+    }
+    static int Lookback() { return 0; }
+
+public:
+    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* seed) override;
+    STDMETHODIMP CalculateBar(int bar, int inputCount, const double* in, int outputCount, double* out) override;
+    STDMETHODIMP GetBarFlagA(uint* flag) override { return Answer(flag, 0); }
+    STDMETHODIMP GetBarFlagB(uint* flag) override { return Answer(flag, 1); }
+
+private:
+    bool holdPrevious = false;  // a missing input repeats the one before; not part of a snapshot
+    StateStore<BarRecord> states;
 };
 
 using CBarAdd = CBarOp<Sum<BarFirst>>;

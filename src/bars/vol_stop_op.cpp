@@ -23,8 +23,6 @@ enum Argument : short {
 };
 constexpr int SignalInput = ClosePrice + 1;
 
-constexpr const char* AverageNames[] = {"Sim", "Smo", "Exp"};
-
 // In any case. `name` is all letters.
 bool Spells(std::u16string_view text, std::string_view name) {
     constexpr int CaseBit = 0x20;
@@ -70,22 +68,6 @@ void SwitchOff(VolStopRecord& live, bool signal, bool longHit, bool shortHit) {
 
 }  // namespace
 
-STDMETHODIMP CVolStopOp::GetFormula(TextSlot* formula, TextSlot*) {
-    return TextOut(formula, FormatText("VolStop( %%s, %20.10f, %d, %%s, %d, %d, %d, %s, %d, %d, %d)", multiplier,
-                                       period, useTrueRange, noRatchet, fromExtreme, AverageNames[averageKind],
-                                       testClose, lag, priceKind));
-}
-
-STDMETHODIMP CVolStopOp::GetParameterText(short parameter, TextSlot* text, TextSlot*) {
-    switch (parameter) {
-    case 0: return TextOut(text, FormatText("%20.10f", multiplier));
-    case 5: return TextOut(text, FormatText("%s", AverageNames[averageKind]));
-    default:
-        return TextOut(text, NthInt(parameter, {0, period, useTrueRange, noRatchet, fromExtreme, 0, testClose, lag,
-                                                priceKind, roundToStep, touchCounts}));
-    }
-}
-
 STDMETHODIMP CVolStopOp::SetParameter(short index, const char16_t* value, TextSlot*) {
     const int number = TextToInt(value);
     VolStopRecord& live = states.Live();
@@ -106,7 +88,7 @@ STDMETHODIMP CVolStopOp::SetParameter(short index, const char16_t* value, TextSl
     case FromExtreme: fromExtreme = number; break;
     case Average:
         for (const AverageKind kind : {Simple, Smoothed, Exponential}) {
-            if (Spells(TextOrEmpty(value), AverageNames[kind])) averageKind = kind;
+            if (Spells(TextOrEmpty(value), Averages[kind].text)) averageKind = kind;
         }
         break;
     case TestClose: testClose = number; break;

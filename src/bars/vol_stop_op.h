@@ -1,8 +1,9 @@
 #pragma once
 
 #include "frame/bar_inputs.h"
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/state_store.h"
+#include "frame/value_kinds.h"
 
 namespace sarvane {
 
@@ -31,39 +32,60 @@ struct VolStopRecord {
 // VolStop( bar, multiplier, period, signal, useTrueRange, noRatchet, fromExtreme, average, testClose, lag, priceKind [,
 // roundToStep, touchCounts]) hangs a long stop below a price and a short stop above it, `multiplier` times the average
 // range away. A bar that breaks one stop switches to the other, and a bar with a signal switches both on.
-class CVolStopOp : public CDefZelmorOp2 {
+class CVolStopOp : public Described<CVolStopOp, CDefZelmorOp2> {
+    friend Described;
+    static constexpr WordDescription Averages[] = {
+        {"Sim", "simple average"}, {"Smo", "smoothed average"}, {"Exp", "exponential average"}};
+    static constexpr Description About = {
+        .sentence = "a stop below and a stop above price, at a multiple of the average range, that take turns",
+        .arguments = {Takes::Bar("bar", "prices", OhlcFields),
+                      Takes::Number("multiplier", "distance of a stop from price, in average ranges").Default("1"),
+                      Takes::Count("period", "bars that the range is averaged over").From(1).Default("3"),
+                      Takes::Curve("signal", "switches both stops on where it is neither 0 nor missing"),
+                      Takes::Switch("useTrueRange", "ranges reach to the close before").Default("0"),
+                      Takes::Switch("noRatchet",
+                                    "stops may loosen again, as they also do if this is left out; 0: they only tighten")
+                          .Optional(),
+                      Takes::Switch("fromExtreme",
+                                    "stops hang from the extreme price since they are on instead of the present one")
+                          .Default("0"),
+                      Takes::Word("average", "how ranges are averaged", Averages).Default("Sim"),
+                      Takes::Switch("testClose", "only the close can break a stop").Default("0"),
+                      Takes::Count("lag", "bars by which price and average range are delayed").From(0).Default("1"),
+                      Takes::Word("priceKind", "price that the stops hang from", PriceKindWords).Default("5"),
+                      Takes::Switch("roundToStep", "stops are rounded away from price, to the price step").Default("0"),
+                      Takes::Switch("touchCounts", "a price that equals a stop breaks it").Default("1")},
+        .outputs = {{u"curve1", UnitKind::Curve, "short stop, above price", DrawnAs::Step},
+                    {u"curve2", UnitKind::Curve, "long stop, below price", DrawnAs::Step},
+                    {u"curve3", UnitKind::Curve,
+                     "active stop: the long one until it is broken, then the short one, and so on", DrawnAs::Step}},
+    };
+    FormattedText Formula() const {
+        return FormatText("VolStop( %%s, %20.10f, %d, %%s, %d, %d, %d, %s, %d, %d, %d)", multiplier, period,
+                          useTrueRange, noRatchet, fromExtreme, AverageName(), testClose, lag, priceKind);
+    }
+    static int ArgumentOf(short input) { return input < 4 ? 0 : 3; }
+    FormattedText Parameter(short n) const {
+        return Nth(n, FormatText("%20.10f", multiplier), period, useTrueRange, noRatchet, fromExtreme, AverageName(),
+                   testClose, lag, priceKind, roundToStep, touchCounts);
+    }
+    static std::u16string_view OutputName(short n) { return OutputNameOr(n, u"curve4"); }
+    int Lookback() const { return depth; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override;
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 5); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, input < 4 ? 0 : 3);
-    }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, OpenHighLowClose(input));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 3); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {
-        return TextOut(name, NthText(output, {u"curve1", u"curve2", u"curve3"}, u"curve4"));
-    }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
     STDMETHODIMP GetOutputRange(int, int, uint* first, uint* last) override {
         return AnswerRange(first, last, lag != 0);
     }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 11); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot* error) override;
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, depth); }
     STDMETHODIMP SaveState(short slot) override { return states.SaveExactly(slot); }
-    STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
     STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) override;
     STDMETHODIMP CalculateBar(int bar, int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP SetPriceStep(int count, const double* values) override;
 
 private:
-    enum AverageKind { Simple, Smoothed, Exponential };
+    enum AverageKind { Simple, Smoothed, Exponential };  // in the order of `Averages`
 
+    const char* AverageName() const { return Averages[averageKind].text; }
     bool CanFormStops() const;
     void StepStops(VolStopRecord& live, const BarPrices& bar, bool signal, double* out) const;
     double Volatility(VolStopRecord& live, const BarPrices& bar) const;

@@ -37,10 +37,10 @@ STDMETHODIMP CDeMOp::SetParameter(short index, const char16_t* value, TextSlot*)
     return S_OK;
 }
 
-STDMETHODIMP CDeMOp::GetLookback(uint* bars, TextSlot*) {
-    if (IsUnset(smoothLength)) return Answer(bars, depth);
+long long CDeMOp::Lookback() const {
+    if (IsUnset(smoothLength)) return depth;
     const int longest = std::max({smoothLength, highLag, lowLag, LongestLookback(std::tie(highStep, lowStep))});
-    return Answer(bars, static_cast<long long>(longest) + upAverage.GetLookback());
+    return static_cast<long long>(longest) + upAverage.GetLookback();
 }
 
 STDMETHODIMP CDeMOp::Reset(int count, const double* seed) {

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "expansion/set_step_value.h"
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/inner_steps.h"
+#include "frame/value_kinds.h"
 #include "oscillators/set_step_ma.h"
 
 namespace sarvane {
@@ -18,37 +19,36 @@ struct DeMRecord {
 // averaged over the last `smoothLength` bars. A bar moves up by what its high lies above the one `highLag` bars back,
 // and down by what its low lies below the one `lowLag` bars back; the kinds choose the values that stand for both. In
 // mode 2 both are compared with the closes that many bars back and with the bar's own close.
-class CDeMOp : public CDefZelmorOp {
+class CDeMOp : public Described<CDeMOp> {
+    friend Described;
+    static constexpr WordDescription Modes[] = {
+        {"1", "high with an earlier high, low with an earlier low"},
+        {"2", "high and low with an earlier close and with the bar's own close"},
+    };
+    static constexpr Description About = {
+        .sentence = "upward share of the recent movement, in percent",
+        .arguments = {Takes::Bar("bar", "prices", OhlcFields),
+                      Takes::Word("highKind", "value that stands for the high of a bar", ValueKindWords).Default("1"),
+                      Takes::Count("highLag", "bars back to what the high is compared with").From(0).Default("1"),
+                      Takes::Word("lowKind", "value that stands for the low of a bar", ValueKindWords).Default("3"),
+                      Takes::Count("lowLag", "bars back to what the low is compared with").From(0).Default("1"),
+                      Takes::Count("smoothLength", "bars that the movement is averaged over").From(1).Default("4"),
+                      Takes::Word("mode", "what is compared", Modes).Default("1")},
+        .outputs = {{u"percent", UnitKind::Number, "upward share of the movement, from 0 to 100", DrawnAs::Line}},
+    };
+    FormattedText Formula() const {
+        return FormatText("DemOp( %%s, %d, %d, %d, %d, %d, %d)", highKind, highLag, lowKind, lowLag, smoothLength,
+                          mode);
+    }
+    int BoundInputs() const { return IsUnset(smoothLength); }
+    FormattedText Parameter(short n) const { return Nth(n, highKind, highLag, lowKind, lowLag, smoothLength, mode); }
+    long long Lookback() const;
     auto Steps() { return std::tie(highStep, lowStep, upAverage, totalAverage); }
 
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("DemOp( %%s, %d, %d, %d, %d, %d, %d)", highKind, highLag, lowKind, lowLag,
-                                           smoothLength, mode));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override {
-        return Answer(count, IsUnset(smoothLength) ? 5 : 4);
-    }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, ArgumentBehindBar(input));
-    }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, OpenHighLowClose(input));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 1); }
-    STDMETHODIMP GetOutputName(short, TextSlot* name, TextSlot*) override { return TextOut(name, u"percent"); }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override {
-        return Answer(count, IsUnset(smoothLength) ? 5 : 6);
-    }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {highKind, highLag, lowKind, lowLag, smoothLength, mode}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return SaveAll(slot, states, Steps()); }
-    STDMETHODIMP RestoreState(short slot) override { return RestoreAll(slot, states, Steps()); }
 
 private:
     struct Movement {

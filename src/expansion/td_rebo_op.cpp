@@ -82,21 +82,6 @@ double RootIfPositive(double range) { return range > 0.0 ? std::sqrt(range) : ra
 
 }  // namespace
 
-STDMETHODIMP CTDReboOp::GetFormula(TextSlot* formula, TextSlot*) {
-    return TextOut(formula, FormatText("TDRebo( %%s, %d, %20.10f, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d)",
-                                       showHistory, ratio, kinds[UpBase], rangeLength, rangeMethod, kinds[UpHigh],
-                                       lags[UpHigh], kinds[UpLow], lags[UpLow], kinds[DownHigh], lags[DownHigh],
-                                       kinds[DownLow], lags[DownLow], lags[UpBase], basePeriod));
-}
-
-STDMETHODIMP CTDReboOp::GetParameterText(short parameter, TextSlot* text, TextSlot*) {
-    if (parameter + 1 == Ratio) return TextOut(text, FormatText("%20.10f", ratio));
-    return TextOut(
-        text, NthInt(parameter, {showHistory, UndefinedParam /* the ratio */, kinds[UpBase], rangeLength, rangeMethod,
-                                 kinds[UpHigh], lags[UpHigh], kinds[UpLow], lags[UpLow], kinds[DownHigh],
-                                 lags[DownHigh], kinds[DownLow], lags[DownLow], lags[UpBase], basePeriod}));
-}
-
 STDMETHODIMP CTDReboOp::SetParameter(short index, const char16_t* value, TextSlot*) {
     const int number = TextToInt(value);
     auto& rings = states.Live().rings;

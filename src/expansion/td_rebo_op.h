@@ -1,8 +1,9 @@
 #pragma once
 
 #include "expansion/set_step_value.h"
+#include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/inner_steps.h"
+#include "frame/value_kinds.h"
 
 namespace sarvane {
 
@@ -20,34 +21,61 @@ struct TDReboRecord {
 // times an earlier range, and a lower level, a base minus `ratio` times another one. A range runs over `rangeLength`
 // bars, the newest of them its lag ago. Without `showHistory` the levels stand only on the bar that lies the shortest
 // lag before the run's last one, and on the next.
-class CTDReboOp : public CDefZelmorOp2 {
+class CTDReboOp : public Described<CTDReboOp, CDefZelmorOp2> {
+    friend Described;
+    static constexpr WordDescription RangeMethods[] = {
+        {"0", "mean of the bars' ranges"},
+        {"1", "highest high - lowest low"},
+        {"2", "lowest high - highest low"},
+        {"3", "widest of the bars' ranges"},
+        {"4", "narrowest of the bars' ranges"},
+        {"5", "range of the oldest bar"},
+        {"6", "mean of both levels' ranges of method 0, for both levels"},
+        {"7", "square root of method 1"},
+    };
+    static constexpr Description About = {
+        .sentence = "two levels: an earlier price plus and less a part of an earlier range",
+        .arguments =
+            {Takes::Bar("bar", "prices", OhlcFields),
+             Takes::Switch("showHistory", "levels on every bar instead of only two bars near the end").Default("0"),
+             Takes::Number("ratio", "part of the range that is added and taken off").Default("0.618"),
+             Takes::Word("baseKind", "value that the levels start from", ValueKindWords).Default("5"),
+             Takes::Count("rangeLength", "bars of a range").From(1).Default("1"),
+             Takes::Word("rangeMethod", "how the bars of a range are merged", RangeMethods).Default("1"),
+             Takes::Word("upHighKind", "top of the upper level's range", ValueKindWords).Default("1"),
+             Takes::Count("upHighLag", "bars back to the newest top of that range").From(0).Default("1"),
+             Takes::Word("upLowKind", "bottom of the upper level's range", ValueKindWords).Default("3"),
+             Takes::Count("upLowLag", "bars back to the newest bottom of that range").From(0).Default("1"),
+             Takes::Word("downHighKind", "top of the lower level's range", ValueKindWords).Default("1"),
+             Takes::Count("downHighLag", "bars back to the newest top of that range").From(0).Default("1"),
+             Takes::Word("downLowKind", "bottom of the lower level's range", ValueKindWords).Default("3"),
+             Takes::Count("downLowLag", "bars back to the newest bottom of that range").From(0).Default("1"),
+             Takes::Count("baseLag", "bars back to the value that the levels start from").From(0).Default("1"),
+             Takes::Count("basePeriod", "bars that are merged into one for that value").From(1).Default("1")},
+        .outputs = {{u"high", UnitKind::Curve, "upper level: base + ratio * range", DrawnAs::Step},
+                    {u"low", UnitKind::Curve, "lower level: base - ratio * range", DrawnAs::Step}},
+    };
+    FormattedText Formula() const {
+        return FormatText("TDRebo( %%s, %d, %20.10f, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d, %d)", showHistory,
+                          ratio, kinds[UpBase], rangeLength, rangeMethod, kinds[UpHigh], lags[UpHigh], kinds[UpLow],
+                          lags[UpLow], kinds[DownHigh], lags[DownHigh], kinds[DownLow], lags[DownLow], lags[UpBase],
+                          basePeriod);
+    }
+    FormattedText Parameter(short n) const {
+        return Nth(n, showHistory, FormatText("%20.10f", ratio), kinds[UpBase], rangeLength, rangeMethod, kinds[UpHigh],
+                   lags[UpHigh], kinds[UpLow], lags[UpLow], kinds[DownHigh], lags[DownHigh], kinds[DownLow],
+                   lags[DownLow], lags[UpBase], basePeriod);
+    }
+    long long Lookback() const {
+        return std::max({2, LongestLookback(steps), rangeLength, std::ranges::max(lags)}) + 2LL;
+    }
+    auto& Steps() { return steps; }
+
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override;
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 4); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, ArgumentBehindBar(input));
-    }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, OpenHighLowClose(input));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 2); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {
-        return TextOut(name, NthText(output, {u"high"}, u"low"));
-    }
-    STDMETHODIMP GetOutputUnits(short, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, UnitKind::Curve);
-    }
     STDMETHODIMP GetOutputRange(int, int, uint* first, uint* last) override {
         return AnswerRange(first, last, static_cast<uint>(ShortestLag()));
     }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 15); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override;
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override {
-        return Answer(bars, std::max({2, LongestLookback(steps), rangeLength, std::ranges::max(lags)}) + 2LL);
-    }
-    STDMETHODIMP SaveState(short slot) override { return SaveAll(slot, states, steps); }
-    STDMETHODIMP RestoreState(short slot) override { return RestoreAll(slot, states, steps); }
     STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) override;
     STDMETHODIMP CalculateBar(int bar, int inCount, const double* in, int outCount, double* out) override;
     STDMETHODIMP GetBarStyle(uint* style) override { return Answer(style, 2); }

@@ -59,11 +59,10 @@ STDMETHODIMP CTDREIOp::SetParameter(short index, const char16_t* value, TextSlot
     return S_OK;
 }
 
-STDMETHODIMP CTDREIOp::GetLookback(uint* bars, TextSlot*) {
-    if (IsUnset(period)) return Answer(bars, depth);
-    const long long longest = std::max({highLag, lowLag, LongestLookback(Steps())});
-    const long long wanted = std::max(2LL * period + 8, longest) + period;
-    return Answer(bars, std::min(wanted, 0xFFFFFFFFLL));
+long long CTDREIOp::Lookback() const {
+    if (IsUnset(period)) return depth;
+    const long long longest = std::max({highLag, lowLag, LongestLookback(std::tie(highStep, lowStep))});
+    return std::min(std::max(2LL * period + 8, longest) + period, 0xFFFFFFFFLL);
 }
 
 STDMETHODIMP CTDREIOp::Reset(int count, const double* seed) {

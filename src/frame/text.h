@@ -36,10 +36,11 @@ private:
 // and %%.
 [[gnu::format(printf, 1, 2)]] FormattedText FormatText(const char* format, ...);
 
-// The text of a parameter: a whole number, a number, or a word.
+// The text of a parameter: a whole number, a number, a word, or a text composed in a format of its own.
 inline FormattedText ParameterText(int number) { return FormatText("%d", number); }
 inline FormattedText ParameterText(double number) { return FormatText("%f", number); }
 inline FormattedText ParameterText(const char* word) { return FormatText("%s", word); }
+inline FormattedText ParameterText(const FormattedText& text) { return text; }
 
 // The text of parameter `n` of a list, counted from 0; empty out of range.
 template <class... Parameters>

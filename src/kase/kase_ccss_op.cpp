@@ -134,14 +134,6 @@ double RangePosition::Step(const KaseBar& bar) {
     return high > low + 1e-100 ? (bar.close - low) * 100.0 / (high - low) : 50.0;
 }
 
-STDMETHODIMP CKaseCCSSOp::GetOutputName(short output, TextSlot* name, TextSlot*) {
-    return TextOut(
-        name, NthText(output,
-                      {u"integer1", u"integer2", u"integer3", u"integer4", u"integer5", u"integer6", u"integer7",
-                       u"integer8", u"high", u"low", u"label1", u"label2", u"label3", u"label4", u"label5", u"label6"},
-                      u"curve1"));
-}
-
 STDMETHODIMP CKaseCCSSOp::SetParameter(short index, const char16_t* value, TextSlot*) {
     switch (index) {
     case SpanFactor: spanFactor = TextToInt(value); break;

@@ -1,10 +1,7 @@
 #pragma once
 
-#include "frame/bar_inputs.h"
-#include "frame/inner_steps.h"
-#include "frame/operator_contract.h"
+#include "frame/described.h"
 #include "frame/sliding_array.h"
-#include "frame/state_store.h"
 #include "kase/slow_lines.h"
 #include "oscillators/set_step_ma.h"
 
@@ -71,34 +68,60 @@ struct RangePosition {
 // slow one with its hooks are crossed into eight votes of +1, 0 or -1, and three groups of votes, if highs and lows
 // confirm them, become signals with a label each. The parameters are those of the slow stochastic, whose range spans
 // a single bar until one is set. A lag below 1 gives no output.
-class CKaseCCSSOp : public CDefZelmorOp {
-    // Ahead of its callers, since its type is deduced.
+class CKaseCCSSOp : public Described<CKaseCCSSOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "votes and signals from a momentum, a histogram, a fast stochastic and a slow one",
+        .arguments = {Takes::Bar("bar", "prices", HlcFields),
+                      Takes::Count("spanFactor",
+                                   "length of the slow range, in lags: 9 if only `lag` is given, one bar if neither is")
+                          .From(1)
+                          .Optional(),
+                      Takes::Count("lag",
+                                   "bars between a slow value and the earlier one it is blended with: 5 if left out")
+                          .From(1)
+                          .Optional()},
+        .outputs =
+            {{u"integer1", UnitKind::Number,
+              "trend vote: 1 if momentum and slow are up, -1 if histogram and slow are down", DrawnAs::Band},
+             {u"integer2", UnitKind::Number, "trend vote: 1 if fast and slow are up, -1 if both are down",
+              DrawnAs::Band},
+             {u"integer3", UnitKind::Number,
+              "trend vote: 1 if histogram and slow are up, -1 if momentum and slow are down", DrawnAs::Band},
+             {u"integer4", UnitKind::Number,
+              "hook vote: 1 if histogram is up at a bottom hook, -1 if it is down at a top hook", DrawnAs::Band},
+             {u"integer5", UnitKind::Number,
+              "hook vote: 1 if fast is up at a bottom hook, -1 if it is down at a top hook", DrawnAs::Band},
+             {u"integer6", UnitKind::Number,
+              "hook vote: 1 if momentum is up at a bottom hook, -1 if it is down at a top hook", DrawnAs::Band},
+             {u"integer7", UnitKind::Number,
+              "reversal vote: 1 if histogram, fast and momentum are down at a bottom hook, -1 if up at a top hook",
+              DrawnAs::Band},
+             {u"integer8", UnitKind::Number,
+              "disagreement vote: 1 if fast is up and slow down, -1 if fast is down and slow up", DrawnAs::Band},
+             {u"high", UnitKind::Curve, "high of the bar", DrawnAs::Line},
+             {u"low", UnitKind::Curve, "low of the bar", DrawnAs::Line},
+             {u"label1", UnitKind::Curve, "signal 1 up: a trend vote, confirmed by 1 bar", DrawnAs::Marker},
+             {u"label2", UnitKind::Curve, "signal 1 down: a trend vote, confirmed by 1 bar", DrawnAs::Marker},
+             {u"label3", UnitKind::Curve, "signal 2 up: a hook vote, confirmed by 2 bars", DrawnAs::Marker},
+             {u"label4", UnitKind::Curve, "signal 2 down: a hook vote, confirmed by 2 bars", DrawnAs::Marker},
+             {u"label5", UnitKind::Curve, "signal 3 up: disagreement, confirmed by 3 bars", DrawnAs::Marker},
+             {u"label6", UnitKind::Curve, "signal 3 down: disagreement, confirmed by 3 bars", DrawnAs::Marker}},
+    };
+    static std::u16string_view Formula() { return u"KaseCCSS( %s)"; }
+    static int ArgumentOf(short) { return 0; }
+    FormattedText Parameter(short n) const { return Nth(n, spanFactor, lag); }
+    static std::u16string_view OutputName(short n) { return OutputNameOr(n, u"curve1"); }
     auto Steps() {
         return std::tuple_cat(momentum.Steps(), position.Steps(), span.Steps(), firstLine.Steps(), secondLine.Steps(),
                               std::tie(momentumAverage, shortExp, longExp, signalExp, positionFast, positionSlow));
     }
+    int Lookback() { return LongestLookback(Steps()); }
 
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override { return TextOut(formula, u"KaseCCSS( %s)"); }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, 3); }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, HighLowClose(input));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 16); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override;
-    STDMETHODIMP GetOutputUnits(short output, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, output < 8 ? UnitKind::Number : UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, 2); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, NthInt(parameter, {spanFactor, lag}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, LongestLookback(Steps())); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return SaveAll(slot, states, Steps()); }
-    STDMETHODIMP RestoreState(short slot) override { return RestoreAll(slot, states, Steps()); }
 
 private:
     Leans ReadIndicators(KaseCCSSState& live, const KaseBar& bar);

@@ -1,10 +1,7 @@
 #pragma once
 
-#include "frame/bar_inputs.h"
-#include "frame/inner_steps.h"
-#include "frame/operator_contract.h"
+#include "frame/described.h"
 #include "frame/sliding_array.h"
-#include "frame/state_store.h"
 #include "oscillators/guarded_value.h"
 #include "oscillators/set_step_ma.h"
 
@@ -44,45 +41,43 @@ struct SumDeviation {
 // lags, in units of its volatility. Around it lie two thresholds: 100 and the oscillator's own level of
 // `deviationFactor` deviations above its mean. A turn beyond one is marked one bar late. Without all three parameters
 // there is no output.
-class CKasePeakOscOp : public CDefZelmorOp {
-    // Ahead of its callers, since its type is deduced.
+class CKasePeakOscOp : public Described<CKasePeakOscOp> {
+    friend Described;
+    static constexpr Description About = {
+        .sentence = "how much further price has run up than down, in units of its volatility, with marks on the turns",
+        .arguments = {Takes::Bar("bar", "prices", HlcFields),
+                      Takes::Count("lagFrom", "one end of the lags, in bars; only lags from 1 on count"),
+                      Takes::Count("lagTo", "the other end of the lags; either may be the greater"),
+                      Takes::Number("deviationFactor",
+                                    "deviations that the oscillator's own threshold lies above its mean size")},
+        .outputs =
+            {{u"integer1", UnitKind::Number, "oscillator: how much further price ran up than down", DrawnAs::Histogram},
+             {u"integer2", UnitKind::Number, "outer threshold, with the oscillator's sign", DrawnAs::Line},
+             {u"integer3", UnitKind::Number, "turn of the bar before, beyond the outer threshold", DrawnAs::Marker},
+             {u"integer4", UnitKind::Number, "inner threshold, with the oscillator's sign", DrawnAs::Line},
+             {u"integer5", UnitKind::Number, "turn of the bar before, beyond the inner threshold alone",
+              DrawnAs::Marker},
+             {u"high", UnitKind::Curve, "high of the bar", DrawnAs::Line},
+             {u"low", UnitKind::Curve, "low of the bar", DrawnAs::Line},
+             {u"label1", UnitKind::Curve,
+              "turn of the bar before: PG beyond the outer threshold, PL beyond the inner one alone", DrawnAs::Marker}},
+    };
+    FormattedText Formula() const {
+        return FormatText("KasePeakOsc( %%s, %d, %d, %f)", lagFrom, lagTo, deviationFactor);
+    }
+    int BoundInputs() const { return HasParameters() ? 0 : 3; }
+    FormattedText Parameter(short n) const { return Nth(n, lagFrom, lagTo, deviationFactor); }
+    static std::u16string_view OutputName(short n) { return OutputNameOr(n, u"curve1"); }
+    int Lookback() { return std::min(StepBars(), depth); }
     auto Steps() {
         return std::tuple_cat(returnDeviation.Steps(), levelDeviation.Steps(),
                               std::tie(volatilityStep, levelStep, upStep, downStep));
     }
 
 public:
-    STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
-        return TextOut(formula, FormatText("KasePeakOsc( %%s, %d, %d, %f)", lagFrom, lagTo, deviationFactor));
-    }
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP GetInputCount(ushort* count, TextSlot*) override { return Answer(count, HasParameters() ? 3 : 6); }
-    STDMETHODIMP GetInputCurve(short input, ushort* argument, TextSlot*) override {
-        return Answer(argument, ArgumentBehindBar(input, 3));
-    }
-    STDMETHODIMP GetInputBarType(short input, TextSlot* barType, TextSlot*) override {
-        return TextOut(barType, HighLowClose(input));
-    }
-    STDMETHODIMP GetOutputCount(ushort* count, TextSlot*) override { return Answer(count, 8); }
-    STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot*) override {
-        return TextOut(
-            name, NthText(output,
-                          {u"integer1", u"integer2", u"integer3", u"integer4", u"integer5", u"high", u"low", u"label1"},
-                          u"curve1"));
-    }
-    STDMETHODIMP GetOutputUnits(short output, ushort* kind, ushort* second, ushort* third, TextSlot*) override {
-        return AnswerUnits(kind, second, third, output < 5 ? UnitKind::Number : UnitKind::Curve);
-    }
-    STDMETHODIMP GetParameterCount(ushort* count, TextSlot*) override { return Answer(count, HasParameters() ? 3 : 0); }
-    STDMETHODIMP GetParameterText(short parameter, TextSlot* text, TextSlot*) override {
-        return TextOut(text, parameter < 2 ? NthInt(parameter, {lagFrom, lagTo})
-                                           : NthDouble(parameter - 2, {deviationFactor}));
-    }
-    STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, std::min(StepBars(), depth)); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short slot) override { return SaveAll(slot, states, Steps()); }
-    STDMETHODIMP RestoreState(short slot) override { return RestoreAll(slot, states, Steps()); }
 
 private:
     bool HasParameters() const { return !IsUnset(lagFrom) && !IsUnset(lagTo) && !IsUndefined(deviationFactor); }

@@ -21,10 +21,9 @@ class CKasePermStochOp : public Described<CKasePermStochOp> {
     friend Described;
     static constexpr Description About = {
         .sentence = "two slow stochastic lines, each blended with its own past",
-        .arguments =
-            {Takes::Bar("bar", "prices", HlcFields),
-             Takes::Count("rangeFactor", "length of the range, in lags").CanBeBound(),
-             Takes::Count("lag", "bars between a result and the earlier one that it is blended with").CanBeBound()},
+        .arguments = {Takes::Bar("bar", "prices", HlcFields),
+                      Takes::Count("rangeFactor", "length of the range, in lags").From(1),
+                      Takes::Count("lag", "bars between a result and the earlier one that it is blended with").From(1)},
         .outputs = {{u"integer1", UnitKind::Number, "first line, from 0 to 100", DrawnAs::Line},
                     {u"integer2", UnitKind::Number, "second line, from 0 to 100", DrawnAs::Line}},
     };

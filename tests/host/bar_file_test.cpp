@@ -41,7 +41,7 @@ TEST(RowReader, ReadsLinesAsTheyComeAndGoesOnBehindABadOne) {
             seen.push_back(failure.what());
         }
     }
-    EXPECT_EQ(seen, (std::vector<std::string>{"a 1", "ticks:4: a quote in the wrong place, or not closed",
+    EXPECT_EQ(seen, (std::vector<std::string>{"a 1", "ticks:4:2: a quote that is not closed",
                                               "ticks:5:2: \"x\" is no number (close)",
                                               "ticks:6:3: a cell too many, the header names 2", "e 5", "f 6"}));
 }
@@ -58,7 +58,7 @@ TEST(BarFile, NamesThePlaceOfAFault) {
         {"date,close\na,nan\n", ":2:2: \"nan\" is no number"},
         {"date,close\na,1\n\n\nb,2\nc\n", ":6:1: the line ends here"},
         {"date,close\na,1,2\n", ":2:3: a cell too many"},
-        {"date,close\na,\"1\n", "quote"},
+        {"date,close\na,\"1\n", ":2:2: a quote that is not closed"},
         {std::string("\x7F"
                      "ELF\0\1\2,\n\3",
                      10),

@@ -75,6 +75,32 @@ TEST(Command, ReplaysBars) {
     EXPECT_NE(different.text.find("study: 1 of 2 expressions differ from a run\n"), std::string::npos);
 }
 
+// A terminal would obey them. A written file has them in quotes.
+TEST(Command, EscapesControlCharactersOfFiles) {
+    const TemporaryFile bars("date,close,\x1b[31mred\n\x1b]0;x\x07,1,2\nb,\x1b[2J,3\n"), table("");
+    const std::string file = bars.Path().string();
+    const TemporaryFile good("date,close,\x1b[31mred\n\x1b]0;x\x07,1,2\n");
+    const std::string run = "run " + good.Path().string() + " \"'\x1b[31mred'\" Close -o " + table.Path().string();
+    EXPECT_EQ(RunStudy(run).text, "date          '\\x1b[31mred'         Close\n"
+                                  "\\x1b]0;x\\x07              2             1\n");
+    EXPECT_EQ(table.Content(), "date,\"'\x1b[31mred'\",Close\n\"\x1b]0;x\x07\",2,1\n");
+    for (const std::string& arguments : std::vector<std::string>{
+             "run " + file + " Close", "live " + file + " Close --no-follow", "run " + file + " \"Close + \x1b[1m\"",
+             "run \x1b[1m.csv Close", "run " + file + " Close --\x1b[1m", "describe \x1b[1m"}) {
+        const Outcome outcome = RunStudy(arguments);
+        EXPECT_EQ(outcome.text.find('\x1b'), std::string::npos) << arguments;
+        EXPECT_NE(outcome.text.find("\\x1b["), std::string::npos) << outcome.text;
+    }
+}
+
+TEST(Command, ShowsANegativeZeroAsZero) {
+    const TemporaryFile table("");
+    const Outcome run =
+        RunStudy("run " + Data + " \"EventOffsetOp(1)\" \"0 * (0 - Close)\" --last 1 -o " + table.Path().string());
+    EXPECT_TRUE(run.text.ends_with("\n2020-04-17                 0                0\n")) << run.text;
+    EXPECT_TRUE(table.Content().ends_with("\n2020-04-17,0,0\n"));
+}
+
 TEST(Command, DrawsOnOnePage) {
     if (ChartTemplate().empty()) GTEST_SKIP() << "built without the chart library";
     const TemporaryFile page("");
@@ -89,18 +115,23 @@ TEST(Command, DrawsOnOnePage) {
 }
 
 TEST(Command, FailsInOneLine) {
-    for (const std::string& arguments :
-         std::vector<std::string>{"run no_such_file.csv Close", "run " NO_DEVICE " Close", "run " + Data + " \"Sim(\"",
-                                  "describe Simm", "run " + Data + " Close -o /no/such/folder/x.csv",
-                                  "live no_such_file.csv Close", "live - Close", "--library " + Data + " list"}) {
+    for (const std::string& arguments : std::vector<std::string>{
+             "run no_such_file.csv Close", "run " NO_DEVICE " Close", "run " + Data + " \"Sim(\"", "describe Simm",
+             "run " + Data + " Close -o /no/such/folder/x.csv", "live no_such_file.csv Close", "live - Close",
+             "--library " + Data + " list", "describe Sim abc", "describe Sim 5 abc", "describe Sim 1 2 3 4 5 6",
+             "describe BarAdd Close 2"}) {
         const Outcome outcome = RunStudy(arguments);
         EXPECT_EQ(outcome.status, 1) << arguments;
         EXPECT_TRUE(outcome.text.starts_with("study: ")) << outcome.text;
         EXPECT_EQ(std::count(outcome.text.begin(), outcome.text.end(), '\n'), 1) << outcome.text;
     }
-    for (const std::string& arguments :
-         std::vector<std::string>{"run", "run " + Data + " Close --last -1", "live - Close --snapshots -1"})
-        EXPECT_NE(RunStudy(arguments).text.find("Run with --help"), std::string::npos) << arguments;
+    for (const std::string& arguments : std::vector<std::string>{
+             "run", "run " + Data + " Close --last -1", "run " + Data + " Close --last 1.5",
+             "run " + Data + " Close --history 0", "live - Close --snapshots -1", "chart " + Data + " --last 0 -o x"}) {
+        const std::string text = RunStudy(arguments).text;
+        EXPECT_NE(text.find("Run with --help"), std::string::npos) << arguments;
+        EXPECT_LT(text.size(), 150u) << text;
+    }
 }
 
 }  // namespace

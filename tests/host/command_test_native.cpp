@@ -1,9 +1,17 @@
 // What takes signals and devices that not every system has.
 
+#include "library.h"
 #include "run_study.h"
 #include "temporary_file.h"
 
+#include <array>
+#include <csignal>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace sarvane::study {
 namespace {
@@ -27,7 +35,104 @@ TEST(Command, FollowsAFileUntilItIsInterrupted) {
 TEST(Command, TellsOfLinesThatCouldNotBeWritten) {
     const Outcome full = RunShell(STUDY_PROGRAM " describe Sim 2>&1 >/dev/full");
     EXPECT_EQ(full.status, 1);
-    EXPECT_EQ(full.text, "study: standard output: not all could be written\n");
+    EXPECT_EQ(full.text, "study: standard output: No space left on device\n");
+}
+
+// The program, writing to a pipe that is full and that nobody reads yet.
+class AtAFullPipe {
+public:
+    explicit AtAFullPipe(const std::string& arguments) {
+        int ends[2] = {};
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        output = ends[0];
+        process = fork();
+        if (process == 0) {
+            dup2(ends[1], STDOUT_FILENO);
+            execl("/bin/sh", "sh", "-c", ("exec " STUDY_PROGRAM " " + arguments + " 2>" NO_DEVICE).c_str(), nullptr);
+            _exit(127);
+        }
+        close(ends[1]);
+        for (int length = 0; length < 60000; usleep(10000)) ioctl(output, FIONREAD, &length);
+    }
+    ~AtAFullPipe() { close(output); }
+
+    void Signal(int signal) const { kill(process, signal); }
+
+    // The rest of the output, read to its end.
+    std::string Text() const {
+        std::string text;
+        std::array<char, 4096> chunk;
+        for (ssize_t length; (length = read(output, chunk.data(), chunk.size())) > 0;)
+            text.append(chunk.data(), static_cast<std::size_t>(length));
+        return text;
+    }
+    int Wait() const {
+        int status = 0;
+        waitpid(process, &status, 0);
+        return status;
+    }
+
+private:
+    int output;
+    pid_t process;
+};
+
+TEST(Command, EndsWithAWholeLineWhenItIsInterrupted) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const AtAFullPipe live("live " BAR_FILE " Close 'Close * 2'");
+        live.Signal(signal);
+        const std::string text = live.Text();
+        EXPECT_TRUE(std::regex_search(text, std::regex("\n....-..-..( +[0-9.]+){2}\n$"))) << text;
+        EXPECT_LT(text.size(), 70000u) << "more than the pipe held";
+        EXPECT_EQ(live.Wait(), 0);
+    }
+}
+
+// The line is longer than the pipe, so that the first signal can't be followed.
+TEST(Command, EndsAtOnceOnASecondSignal) {
+    std::string expressions;
+    for (int i = 0; i < 20; ++i) expressions += " Close+" + std::string(4000, '0');
+    const AtAFullPipe live("live " BAR_FILE + expressions);
+    live.Signal(SIGINT);
+    live.Signal(SIGTERM);
+    EXPECT_TRUE(WIFSIGNALED(live.Wait()));
+}
+
+TEST(Command, LeavesQuietlyWhenTheReaderIsGone) {
+    const TemporaryFile table("");
+    const std::string study = STUDY_PROGRAM " ", data = BAR_FILE " Close";
+    for (const std::string& command :
+         {study + "live --no-follow " + data, study + "run " + data, "trap '' PIPE; " + study + "run " + data,
+          study + "run " + data + " -o " + table.Path().string()})
+        EXPECT_EQ(RunShell("{ { " + command + "; echo $? >&2; } | head -1 >" NO_DEVICE "; } 2>&1").text, "141\n")
+            << command;
+    const std::string content = table.Content();
+    EXPECT_EQ(std::count(content.begin(), content.end(), '\n'), 5106)
+        << "a file does not depend on who reads the table";
+}
+
+TEST(Command, OpensNoFileInPlaceOfAClosedStream) {
+    const TemporaryFile table("");
+    const std::string written = " -o " + table.Path().string();
+    const std::tuple<std::string, int, std::string> cases[] = {
+        {"run " BAR_FILE " Close --last 1" + written + " 2>&1 >&-", 1, "study: standard output: Bad file descriptor\n"},
+        {"--help 2>&1 >&-", 1, "study: standard output: Bad file descriptor\n"},
+        {"run no_such_file.csv Close" + written + " 2>&-", 1, ""},
+        {"live - Close 2>&1 <&-", 1, "study: standard input: Bad file descriptor\n"},
+    };
+    for (const auto& [arguments, status, text] : cases) {
+        const Outcome outcome = RunShell(STUDY_PROGRAM " " + arguments);
+        EXPECT_EQ(outcome.status, status) << arguments;
+        EXPECT_EQ(outcome.text, text) << arguments;
+    }
+    EXPECT_EQ(table.Content(), "date,Close\n2020-04-17,2874.560059\n");
+}
+
+TEST(Library, SaysThatMemoryHasRunOut) { EXPECT_THROW(Library(POOR_LIBRARY), std::bad_alloc); }
+
+TEST(Library, StaysLoaded) {
+    { const Library library; }
+    EXPECT_NE(dlopen(OPERATOR_LIBRARY, RTLD_LAZY | RTLD_NOLOAD), nullptr);
 }
 
 }  // namespace

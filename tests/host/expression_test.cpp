@@ -23,6 +23,12 @@ std::string Shown(const Expression& part) {
     return list + "]";
 }
 
+std::string Repeated(std::string_view text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i) all += text;
+    return all;
+}
+
 TEST(Expression, Reads) {
     const std::pair<const char*, const char*> readings[] = {
         {" Sim( Close ,5) ", "Sim[Close;5;]"},
@@ -31,10 +37,11 @@ TEST(Expression, Reads) {
         {"Op(,)", "Op[_;_;]"},
         {"1 - 2 - 3 * -4.5e1", "((1-2)-(3*-45))"},
         {"-Close + 1", "((0-Close)+1)"},
-        {"a + b >= c <> d", "(((a+b)>=c)<>d)"},
+        {"a + b >= c - d", "((a+b)>=(c-d))"},
         {"(Bar / 2).high.x", "(Bar/2).high.x"},
         {"'adj close' * \"x\"", "(adj close*x)"},
         {".5", "0.5"},
+        {"(a < b) = (b > c)", "((a<b)=(b>c))"},
         {"gr\xc3\xbc\xc3\x9f"
          "e_1",
          "gr\xc3\xbc\xc3\x9f"
@@ -58,6 +65,12 @@ TEST(Expression, NamesThePlaceOfAFault) {
         {"\x01", "column 1: expected a value"},
         {std::string(1000, '('), "nested too deeply"},
         {std::string(1000, '-') + "a", "nested too deeply"},
+        {Repeated("-a", 600), "too long, or nested too deeply"},
+        {"a" + Repeated(".high", 600), "too long, or nested too deeply"},
+        {Repeated("Sim(", 300) + "a", "nested too deeply"},
+        {Repeated("(", 100000), "more than 4096 characters"},
+        {"Close > Open > Low", "column 14: comparisons are not chained"},
+        {"a = b <> 1", "column 7: comparisons are not chained"},
         {std::string(5000, 'a'), "more than 4096 characters"},
     };
     for (const auto& [text, message] : faults) {

@@ -5,6 +5,7 @@
 #include "sarvane/operator.h"
 
 #include <comcat.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
@@ -190,6 +191,36 @@ TEST_F(Registered, TheTypeLibraryListsTheClasses) {
     EXPECT_EQ(classes.front().first, L"SimAvgOp");
     EXPECT_EQ(classes[12].first, L"KasePermStochOp");
     EXPECT_EQ(classes.back().first, L"ExHullAvgOp");
+}
+
+// Importers turn these types into their own: a text must not look like an address of numbers.
+TEST_F(Registered, TheTypeLibraryOfTheInterfacesHoldsTexts) {
+    const std::filesystem::path module = Value(L"CLSID\\" + Wide(ClassId::SimAvgOp) + L"\\InprocServer32");
+    ComPtr<ITypeLib> library;
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(
+        LoadTypeLib(module.parent_path().append(L"zelmorop.tlb").c_str(), reinterpret_cast<ITypeLib**>(library.Slot())),
+        S_OK);
+    ASSERT_EQ(library->GetTypeInfoOfGuid(IID_IZelmorOp, reinterpret_cast<ITypeInfo**>(info.Slot())), S_OK);
+    MEMBERID setParameter = 0;
+    wchar_t name[] = L"SetParameter";
+    wchar_t* names = name;
+    ASSERT_EQ(info->GetIDsOfNames(&names, 1, &setParameter), S_OK);
+    for (UINT i = 0;; ++i) {
+        FUNCDESC* method = nullptr;
+        ASSERT_EQ(info->GetFuncDesc(i, &method), S_OK) << "not among the methods";
+        const bool found = method->memid == setParameter;
+        if (found) {
+            ASSERT_EQ(method->cParams, 3);
+            EXPECT_EQ(method->lprgelemdescParam[0].tdesc.vt, VT_I2);
+            EXPECT_EQ(method->lprgelemdescParam[1].tdesc.vt, VT_LPWSTR);
+            EXPECT_EQ(method->lprgelemdescParam[1].paramdesc.wParamFlags, PARAMFLAG_FIN);
+            ASSERT_EQ(method->lprgelemdescParam[2].tdesc.vt, VT_PTR);
+            EXPECT_EQ(method->lprgelemdescParam[2].tdesc.lptdesc->vt, VT_LPWSTR);
+        }
+        info->ReleaseFuncDesc(method);
+        if (found) break;
+    }
 }
 
 TEST_F(Registered, TheModuleHoldsTheScriptsByTheirIds) {
