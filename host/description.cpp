@@ -1,19 +1,18 @@
 #include "description.h"
 
-#include "expression.h"
 #include "failure.h"
+#include "language/parser.h"
+#include "language/unicode.h"
+#include "sarvane/identifier.h"
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 namespace sarvane::study {
 namespace {
-
-// If an operator takes a number, it notices a change to one of these.
-constexpr const char* ProbingNumbers[] = {"2", "1", "0", "0.5"};
-constexpr const char* ProbingWords[] = {"x", "SMO", "EXP"};
 
 // "BAR_TYPE_HIGH" is the field "high".
 std::string FieldOf(std::string barType) {
@@ -22,6 +21,31 @@ std::string FieldOf(std::string barType) {
     for (char& c : barType) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     return barType;
 }
+
+std::string_view KindName(ArgumentKind kind) {
+    switch (kind) {
+    case ArgumentKind::Curve: return "curve";
+    case ArgumentKind::Bar: return "bar";
+    case ArgumentKind::Count: return "count";
+    case ArgumentKind::Number: return "number";
+    case ArgumentKind::Switch: return "switch";
+    case ArgumentKind::Word: return "word";
+    }
+    return "";
+}
+
+std::string_view DrawingName(DrawnAs drawing) {
+    switch (drawing) {
+    case DrawnAs::Line: return "line";
+    case DrawnAs::Step: return "step";
+    case DrawnAs::Band: return "band";
+    case DrawnAs::Histogram: return "histogram";
+    case DrawnAs::Marker: return "marker";
+    }
+    return "";
+}
+
+std::string IdText(const OperatorClass& operatorClass) { return Utf8(BracedText(operatorClass.id)); }
 
 // Words with a separator between them, so that a width can be given to the whole.
 std::string Joined(const std::vector<std::string>& words, std::string_view separator) {
@@ -35,20 +59,39 @@ std::vector<std::string> InputTexts(const Description& described) {
     return texts;
 }
 
-std::vector<std::string> OutputNames(const Description& described) {
-    std::vector<std::string> names;
-    for (const OutputDescription& output : described.outputs) names.push_back(output.name);
-    return names;
+nlohmann::json Limit(double number) { return std::isfinite(number) ? nlohmann::json(number) : nlohmann::json(); }
+
+nlohmann::json Json(const ArgumentInfo& argument) {
+    nlohmann::json words = nlohmann::json::array();
+    for (const ArgumentWord& word : argument.words) words.push_back({{"text", word.text}, {"meaning", word.meaning}});
+    return {{"name", argument.name},
+            {"kind", KindName(argument.kind)},
+            {"meaning", argument.meaning},
+            {"default", argument.standard.empty() ? nlohmann::json() : nlohmann::json(argument.standard)},
+            {"optional", argument.isOptional},
+            {"curve", argument.canBeBound},
+            {"least", Limit(argument.least)},
+            {"greatest", Limit(argument.greatest)},
+            {"words", words}};
 }
 
 nlohmann::json Json(const OperatorClass& operatorClass, const Description& described) {
-    nlohmann::json inputs = nlohmann::json::array(), outputs = nlohmann::json::array();
+    nlohmann::json arguments = nlohmann::json::array(), inputs = nlohmann::json::array(),
+                   outputs = nlohmann::json::array();
+    for (const ArgumentInfo& argument : operatorClass.arguments) arguments.push_back(Json(argument));
     for (const auto& [argument, field] : described.inputs)
         inputs.push_back({{"argument", argument}, {"field", field.empty() ? nlohmann::json() : nlohmann::json(field)}});
-    for (const auto& [name, kind] : described.outputs) outputs.push_back({{"name", name}, {"kind", kind}});
+    for (std::size_t i = 0; i < described.outputs.size(); ++i) {
+        const auto& [name, kind] = described.outputs[i];
+        const OutputInfo& info = operatorClass.outputs[i];
+        outputs.push_back(
+            {{"name", name}, {"kind", kind}, {"meaning", info.meaning}, {"drawn", DrawingName(info.drawing)}});
+    }
     return {{"keyword", operatorClass.keyword},
             {"class", operatorClass.name},
-            {"id", operatorClass.id},
+            {"id", IdText(operatorClass)},
+            {"sentence", operatorClass.sentence},
+            {"arguments", arguments},
             {"formula", described.formula},
             {"inputs", inputs},
             {"outputs", outputs},
@@ -66,50 +109,69 @@ bool IsNumber(std::string_view text) {
     return error == std::errc() && end == text.data() + text.size();
 }
 
-// Whether an expression can be a curve of a usual file of bars.
-bool IsCurve(std::string_view text) {
+// Whether a text may stand for an argument: a number, one of its words, or a curve of a usual file of bars.
+bool MayBe(const ArgumentInfo& argument, const std::string& text) {
     constexpr std::string_view Columns[] = {"Bar", "Open", "High", "Low", "Close", "Volume"};
-    const Expression expression = ParseExpression(text);
+    if (IsNumber(text) || argument.kind == ArgumentKind::Switch) return true;
+    const auto isText = [&](const ArgumentWord& word) { return EqualIgnoringCase(word.text, text); };
+    if (argument.kind == ArgumentKind::Word && std::ranges::any_of(argument.words, isText)) return true;
+    const bool takesCurves =
+        argument.canBeBound || argument.kind == ArgumentKind::Curve || argument.kind == ArgumentKind::Bar;
+    const Outcome<Script> script = ParseScript(text);
+    if (!takesCurves || !script || script->statements.size() != 1) return false;
+    const Expression& expression = script->statements[0].body;
     return expression.kind != Expression::Kind::Word ||
            std::ranges::any_of(Columns, [&](auto column) { return EqualIgnoringCase(column, expression.name); });
-}
-
-bool ReadsArgument(const Description& described, int argument) {
-    return std::ranges::find(described.inputs, argument, &InputDescription::argument) != described.inputs.end();
-}
-
-// Whether the operator notices which number an argument is, but not which word.
-bool TakesOnlyNumbers(const Library& library, IZelmorOp& op, int argument) {
-    const Description before = Describe(library, op);
-    const auto isNoticed = [&](const char* value) {
-        library.SetArgument(op, argument, value);
-        return Describe(library, op) != before;
-    };
-    return !isNoticed("no word") && std::ranges::any_of(ProbingNumbers, isNoticed);
 }
 
 std::pair<const OperatorClass&, Description> DescribeWith(const Library& library, std::string_view keyword,
                                                           const std::vector<std::string>& arguments,
                                                           const OperatorSettings& settings) {
     const OperatorClass& operatorClass = library.FindOrFail(keyword);
+    const std::size_t most = operatorClass.arguments.size() - 1;
+    if (arguments.size() > most) {
+        Fail("{} takes {} argument{} behind {}, not {}", operatorClass.keyword, most, most == 1 ? "" : "s",
+             operatorClass.arguments[0].name, arguments.size());
+    }
     const ComPtr<IZelmorOp> op = library.Create(operatorClass, settings);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i].empty()) continue;
-        const std::string error = library.SetArgument(*op.Get(), static_cast<int>(i) + 1, arguments[i]);
-        if (!error.empty()) Fail("argument {} of {}, {}: {}", i + 1, keyword, Quoted(arguments[i]), error);
+        const ArgumentInfo& argument = operatorClass.arguments[i + 1];
+        std::string error = library.SetArgument(*op.Get(), static_cast<int>(i) + 1, arguments[i]);
+        if (error.empty() && !MayBe(argument, arguments[i])) error = "must be " + ArgumentRange(argument);
+        if (!error.empty()) Fail("{}: `{}`, {}: {}", operatorClass.keyword, argument.name, Quoted(arguments[i]), error);
     }
-    const Description described = Describe(library, *op.Get());
-    if (!arguments.empty() && !TakesLast(library, operatorClass, arguments, settings))
-        Fail("{} takes no argument {}, counted from 0", operatorClass.keyword, arguments.size());
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const int argument = static_cast<int>(i) + 1;
-        if (arguments[i].empty() || IsNumber(arguments[i])) continue;
-        if (ReadsArgument(described, argument) ? !IsCurve(arguments[i])
-                                               : TakesOnlyNumbers(library, *op.Get(), argument))
-            Fail("argument {} of {}, {}: neither a number nor a curve such as Close", argument, operatorClass.keyword,
-                 Quoted(arguments[i]));
+    return {operatorClass, Describe(library, *op.Get())};
+}
+
+// The arguments of an operator, one a line, in columns.
+std::string ArgumentLines(const OperatorClass& operatorClass) {
+    std::vector<std::array<std::string, 3>> cells;
+    std::array<std::size_t, 3> widths = {};
+    for (const ArgumentInfo& argument : operatorClass.arguments) {
+        cells.push_back({argument.name, ArgumentRange(argument), ArgumentDefault(argument)});
+        for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], cells.back()[i].size());
     }
-    return {operatorClass, described};
+    std::string lines;
+    for (std::size_t n = 0; n < cells.size(); ++n) {
+        const ArgumentInfo& argument = operatorClass.arguments[n];
+        lines += fmt::format("  {:>2}  {:<{}}  {:<{}}  {:<{}}  {}\n", n, cells[n][0], widths[0], cells[n][1], widths[1],
+                             cells[n][2], widths[2], argument.meaning);
+        for (const ArgumentWord& word : argument.words) {
+            lines += fmt::format("      {:<{}}  {:>{}}: {}\n", "", widths[0], word.text, widths[1], word.meaning);
+        }
+    }
+    return lines;
+}
+
+std::string OutputLines(const OperatorClass& operatorClass) {
+    std::size_t width = 0;
+    for (const OutputInfo& output : operatorClass.outputs) width = std::max(width, output.name.size());
+    std::string lines;
+    for (const OutputInfo& output : operatorClass.outputs) {
+        lines += fmt::format("  {:<{}}  {}\n", output.name, width, output.meaning);
+    }
+    return lines;
 }
 
 }  // namespace
@@ -139,35 +201,32 @@ Description Describe(const Library& library, IZelmorOp& op) {
     return described;
 }
 
-// None of some values for an ignored argument changes what an operator with otherwise usual arguments says of itself.
-bool TakesLast(const Library& library, const OperatorClass& operatorClass, const std::vector<std::string>& arguments,
-               const OperatorSettings& settings) {
-    const int last = static_cast<int>(arguments.size());
-    for (const bool asGiven : {true, false}) {
-        const ComPtr<IZelmorOp> probe = library.Create(operatorClass, settings);
-        for (int i = 1; i < last; ++i) {
-            const std::string& given = arguments[static_cast<std::size_t>(i) - 1];
-            if (asGiven && given.empty()) continue;
-            library.SetArgument(*probe.Get(), i, asGiven ? given : "3");
-        }
-        const Description before = Describe(library, *probe.Get());
-        const auto isNoticed = [&](const char* value) {
-            library.SetArgument(*probe.Get(), last, value);
-            const Description after = Describe(library, *probe.Get());
-            return ReadsArgument(after, last) || after != before;
-        };
-        if (std::ranges::any_of(ProbingNumbers, isNoticed) || std::ranges::any_of(ProbingWords, isNoticed)) return true;
-    }
-    return false;
+std::string ArgumentRange(const ArgumentInfo& argument) {
+    std::string range(KindName(argument.kind));
+    if (std::isfinite(argument.least)) range += fmt::format(" from {}", argument.least);
+    if (std::isfinite(argument.greatest)) range += fmt::format(" to {}", argument.greatest);
+    if (argument.canBeBound) range += ", or a curve";
+    return range;
+}
+
+std::string ArgumentDefault(const ArgumentInfo& argument) {
+    const bool isInput = argument.kind == ArgumentKind::Curve || argument.kind == ArgumentKind::Bar;
+    if (!argument.standard.empty()) return "default " + argument.standard;
+    return argument.isOptional ? "optional" : isInput ? "" : "needed";
 }
 
 std::string ListText(const Library& library) {
-    constexpr const char* Row = "{:<15}{:<17}{:<40}{:<28}{:<36}{}\n";
-    std::string table = fmt::format(Row, "KEYWORD", "CLASS", "CLASS ID", "INPUTS", "PARAMETERS", "OUTPUTS");
+    constexpr const char* Row = "{:<15}{:<17}{:<40}{:<56}{}\n";
+    std::string table = fmt::format(Row, "KEYWORD", "CLASS", "CLASS ID", "ARGUMENTS", "WHAT IT GIVES");
     for (const OperatorClass& known : library.Classes()) {
-        const Description described = DescribeNew(library, known);
-        table += fmt::format(Row, known.keyword, known.name, known.id, Joined(InputTexts(described), " "),
-                             Joined(described.parameters, " "), Joined(OutputNames(described), " "));
+        std::vector<std::string> names;
+        for (const ArgumentInfo& argument : known.arguments) names.push_back(argument.name);
+        constexpr std::size_t MostNames = 5;
+        if (names.size() > MostNames) {
+            names.resize(MostNames - 1);
+            names.emplace_back("...");
+        }
+        table += fmt::format(Row, known.keyword, known.name, IdText(known), Joined(names, ", "), known.sentence);
     }
     return table;
 }
@@ -181,15 +240,16 @@ nlohmann::json ListJson(const Library& library) {
 std::string DescribeText(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,
                          const OperatorSettings& settings) {
     const auto [operatorClass, described] = DescribeWith(library, keyword, arguments, settings);
-    return fmt::format("{} ({})\n"
-                       "formula     {}\n"
-                       "inputs      {}\n"
-                       "outputs     {}\n"
-                       "parameters  {}\n"
-                       "lookback    {} bars\n",
-                       operatorClass.keyword, operatorClass.name, described.formula,
-                       Joined(InputTexts(described), ", "), Joined(OutputNames(described), ", "),
-                       Joined(described.parameters, ", "), described.lookback);
+    std::string text =
+        fmt::format("{} ({}): {}\n\narguments\n{}\noutputs\n{}\n", operatorClass.keyword, operatorClass.name,
+                    operatorClass.sentence, ArgumentLines(operatorClass), OutputLines(operatorClass));
+    if (arguments.empty() && described.formula.find("-2147483648") != std::string::npos) return text;
+    return text + fmt::format("formula     {}\n"
+                              "inputs      {}\n"
+                              "parameters  {}\n"
+                              "lookback    {} bars\n",
+                              described.formula, Joined(InputTexts(described), ", "),
+                              Joined(described.parameters, ", "), described.lookback);
 }
 
 nlohmann::json DescribeJson(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,

@@ -22,7 +22,7 @@ struct OutputDescription {
     bool operator==(const OutputDescription&) const = default;
 };
 
-// What an operator says of itself.
+// What an operator says of itself once it has its arguments.
 struct Description {
     std::string formula;
     std::vector<InputDescription> inputs;
@@ -34,10 +34,10 @@ struct Description {
 
 Description Describe(const Library& library, IZelmorOp& op);
 
-// Whether the operator reads the last of `arguments`, which are those from argument 1 on; empty ones are left out. An
-// operator does not tell how many it reads, and ignores any others.
-bool TakesLast(const Library& library, const OperatorClass& operatorClass, const std::vector<std::string>& arguments,
-               const OperatorSettings& settings);
+// What an argument of an operator may be, such as "count from 1, or a curve".
+std::string ArgumentRange(const ArgumentInfo& argument);
+// What stands for an argument that is left out: its default, or "needed" or "none".
+std::string ArgumentDefault(const ArgumentInfo& argument);
 
 // The commands `list` and `describe`. `arguments` are those from argument 1 on.
 std::string ListText(const Library& library);

@@ -62,6 +62,7 @@ void Run(const Options& options) {
     const BarFile bars(PathOf(options.barFile));
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, options.allOutputs);
+    for (const std::string& warning : study.Warnings()) Tell(warning);
 
     const std::size_t count = bars.BarCount();
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;

@@ -2,7 +2,7 @@
 
 #include "csv.h"
 #include "failure.h"
-#include "library.h"
+#include "language/parser.h"
 #include "sarvane/values.h"
 
 #include <algorithm>

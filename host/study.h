@@ -1,13 +1,8 @@
 #pragma once
 
 #include "bar_file.h"
-#include "description.h"
-#include "expression.h"
 #include "library.h"
 
-#include <array>
-#include <deque>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,64 +16,29 @@ struct RunSettings {
     bool live = false;  // each bar is the last one of the series when it comes
 };
 
-// One step of an expression: it takes the values of a bar from where they stand and leaves its own.
-class Node {
-public:
-    virtual ~Node() = default;
-    virtual void Reset(int lastBar) = 0;
-    virtual void Step(int bar) = 0;
-    virtual void Save(short slot) = 0;
-    virtual void Restore(short slot) = 0;
-};
-
-struct NamedOutput {
-    std::string name;
-    const double* value = nullptr;
-    bool inPriceUnits = false;
-};
-
-// What an expression stands for: places that hold its value on the present bar.
-struct Operand {
-    std::string text;                       // the expression, in the words of its operators
-    bool inPriceUnits = false;              // `value` is measured as the file's prices are
-    const double* value = nullptr;          // as a plain value: a bar's close, or an operator's first output
-    std::array<const double*, 4> prices{};  // open, high, low, close; a plain value stands for all four
-    bool isBar = false;
-    bool isLabel = false;      // `value` is a packed chart label
-    std::size_t depth = 0;     // operators one inside the other
-    std::size_t lookback = 0;  // bars, through all of these
-    std::vector<NamedOutput> outputs;
-
-    const NamedOutput* Output(std::string_view name) const;
-};
-
 // A column of the table that a run gives.
-struct Result {
-    std::string title;
-    const double* value;  // on the bar of the last step
-    bool isLabel;
-    std::size_t expression;  // which one of those added
-    std::string formula;     // the expression, in the words of its operators
-    std::string output;      // its name, where the expression has a column for each
-    bool inPriceUnits;
+struct Result : ResultColumn {
+    const double* value = nullptr;  // on the bar of the last step
 };
 
-// Expressions over a file of bars, bound to operators and run bar by bar.
+// Expressions over a file of bars, run bar by bar.
 class Study {
 public:
     Study(const Library& library, const BarFile& bars, RunSettings settings = {});
 
-    // Binds one more expression, which adds a result, or one for each output of its operator. Fails with the place of
-    // what can't be bound.
+    // Compiles one more expression, which adds a result, or one for each of its outputs. Fails with the place of what is
+    // wrong.
     void Add(const std::string& expression, bool allOutputs = false);
 
     const std::vector<Result>& Results() const { return results; }
 
     // How many operators the longest chain from a result to the bars holds, and its lookback in bars.
-    std::size_t Depth() const { return depth; }
-    std::size_t Lookback() const { return lookback; }
+    std::size_t Depth() const { return compiler.Compiled().depth; }
+    std::size_t Lookback() const { return compiler.Compiled().lookback; }
     // Keywords of the operators that can only take the last bar back.
-    const std::vector<std::string>& WithoutSnapshots() const { return withoutSnapshots; }
+    const std::vector<std::string>& WithoutSnapshots() const { return compiler.Compiled().graph.WithoutSnapshots(); }
+    // What is no error and yet worth a word, each in a line.
+    std::vector<std::string> Warnings() const;
 
     void Reset();
     void Step(std::size_t bar);
@@ -89,18 +49,12 @@ public:
     void Restore(short slot);
 
 private:
-    friend class Binder;
-
-    const Library& library;
     const BarFile& bars;
     RunSettings settings;
+    Compiler compiler;
+    std::vector<std::string> expressions;
     std::vector<double> row;  // the file's columns on the present bar
-    std::deque<double> constants;
-    std::vector<std::unique_ptr<Node>> nodes;  // each behind those it reads
     std::vector<Result> results;
-    std::size_t depth = 0;
-    std::size_t lookback = 0;
-    std::vector<std::string> withoutSnapshots;
 };
 
 }  // namespace sarvane::study

@@ -61,15 +61,38 @@ struct Compilation {
     std::size_t depth = 0;     // operators in the longest chain from a result to the data
     std::size_t lookback = 0;  // bars, through the longest chain
 
-    explicit Compilation(std::vector<std::string> names) : columns(std::move(names)), graph(columns.size()) {}
+    Compilation(std::shared_ptr<const StudyLibrary> operators, std::vector<std::string> names)
+        : library(std::move(operators)), columns(std::move(names)), graph(columns.size()) {}
     // Columns of the data that some expression reads, in their order.
     std::vector<std::size_t> UsedColumns() const;
 };
 
-// A problem tells in `source` in which of the texts it lies: "" for the first, else "expression 2" and so on.
-Outcome<std::unique_ptr<Compilation>> Compile(std::shared_ptr<const StudyLibrary> library,
-                                              const std::vector<std::string>& columns,
-                                              const std::vector<std::string>& expressions,
-                                              const CompileSettings& settings = {});
+// Compiles expressions one after the other: the names of each are known to those behind it.
+class Compiler {
+public:
+    Compiler(std::shared_ptr<const StudyLibrary> library, const std::vector<std::string>& columns);
+
+    // Adds an expression, which gives a column, or one for each output; a text that only defines a function gives none.
+    // With a problem nothing is added but what the text has defined ahead of it. A problem tells in `source` which
+    // expression it lies in: "" for the first, else "expression 2" and so on, or the text of a definition.
+    std::optional<Problem> Add(const std::string& text, const CompileSettings& settings = {});
+
+    // What has been compiled so far.
+    Compilation& Compiled() { return *compilation; }
+    const Compilation& Compiled() const { return *compilation; }
+    // Ends the work: the compiler is of no more use.
+    std::unique_ptr<Compilation> Finish() { return std::move(compilation); }
+
+private:
+    bool IsComparison(const Statement& statement) const;
+    std::optional<Problem> Name(const Statement& statement, const std::shared_ptr<const Source>& source);
+    std::optional<Problem> AddResults(Operand operand, const std::string& title, const Statement& statement,
+                                      const Source& source, bool allOutputs);
+
+    std::unique_ptr<Compilation> compilation;
+    Definitions names;  // of the library and of the expressions so far
+    Binder binder;
+    std::size_t count = 0;  // texts so far
+};
 
 }  // namespace sarvane::study

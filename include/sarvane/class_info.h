@@ -49,6 +49,8 @@ enum class DrawnAs : ushort {
 struct IZelmorClassInfo : IUnknown {
     // The name under which expressions call the operator, such as "Sim".
     virtual HRESULT STDMETHODCALLTYPE GetKeyword(TextSlot* keyword) = 0;
+    // The name of the class, such as "SimAvgOp": its ProgIDs are N.N and N.N.1.
+    virtual HRESULT STDMETHODCALLTYPE GetName(TextSlot* name) = 0;
     // What the operator computes, in one sentence without a full stop.
     virtual HRESULT STDMETHODCALLTYPE GetSentence(TextSlot* sentence) = 0;
 

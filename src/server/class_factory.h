@@ -16,6 +16,7 @@ public:
     STDMETHODIMP LockServer(BOOL lock) override;
 
     STDMETHODIMP GetKeyword(TextSlot* keyword) override;
+    STDMETHODIMP GetName(TextSlot* name) override;
     STDMETHODIMP GetSentence(TextSlot* sentence) override;
     STDMETHODIMP GetArgumentCount(ushort* count) override;
     STDMETHODIMP GetArgumentName(short argument, TextSlot* name) override;

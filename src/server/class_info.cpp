@@ -25,6 +25,8 @@ HRESULT AnswerFrom(const List& list, short n, Answering answer) {
 
 STDMETHODIMP CComClassFactory::GetKeyword(TextSlot* keyword) { return AnswerText(keyword, entry.keyword); }
 
+STDMETHODIMP CComClassFactory::GetName(TextSlot* name) { return AnswerText(name, entry.name); }
+
 STDMETHODIMP CComClassFactory::GetSentence(TextSlot* sentence) { return AnswerText(sentence, entry.about->sentence); }
 
 STDMETHODIMP CComClassFactory::GetArgumentCount(ushort* count) { return Answer(count, entry.about->arguments.size()); }

@@ -73,8 +73,6 @@ std::optional<std::size_t> PriceIndex(std::string_view name) {
     return static_cast<std::size_t>(found - std::begin(PriceNames));
 }
 
-bool IsLabelName(std::string_view output) { return EqualIgnoringCase(output.substr(0, 5), "label"); }
-
 std::string NumberText(double number) {
     char digits[32];
     return {digits, std::to_chars(digits, std::end(digits), number).ptr};
@@ -145,6 +143,8 @@ bool IsNamedPart(const Expression& part) {
 }
 
 }  // namespace
+
+bool IsLabelName(std::string_view output) { return EqualIgnoringCase(output.substr(0, 5), "label"); }
 
 bool IsLanguageName(std::string_view name) {
     return FindLanguageFunction(name) || EqualIgnoringCase(name, "and") || EqualIgnoringCase(name, "or") ||

@@ -125,6 +125,9 @@ private:
     std::size_t steps = 0;  // parts bound or looked through so far
 };
 
+// Whether the values of an output are packed chart labels.
+bool IsLabelName(std::string_view output);
+
 // True for names that the language itself takes: its functions and the words of its grammar.
 bool IsLanguageName(std::string_view name);
 

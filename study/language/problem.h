@@ -17,7 +17,10 @@ struct Problem {
     std::string message;                    // for people, without a full stop
     std::vector<std::string> nearest = {};  // known words that look like an unknown one, best first
     std::string source = {};                // name of the text, such as a file of definitions; empty for an expression
+    bool isOutOfMemory = false;
 };
+
+inline Problem OutOfMemory() { return {.message = "out of memory", .isOutOfMemory = true}; }
 
 // A value, or the problem that kept it from being made.
 template <class Value>

@@ -21,9 +21,9 @@ std::string StatusText(HRESULT status) {
 
 }  // namespace
 
-std::optional<std::size_t> OperatorClass::FindArgument(std::string_view name) const {
+std::optional<std::size_t> OperatorClass::FindArgument(std::string_view wanted) const {
     const auto found = std::ranges::find_if(
-        arguments, [&](const ArgumentInfo& argument) { return EqualIgnoringCase(argument.name, name); });
+        arguments, [&](const ArgumentInfo& argument) { return EqualIgnoringCase(argument.name, wanted); });
     if (found == arguments.end()) return std::nullopt;
     return static_cast<std::size_t>(found - arguments.begin());
 }
@@ -35,6 +35,7 @@ Outcome<OperatorLibrary> OperatorLibrary::Load(const std::string& file) {
     for (const GUID& id : ClassId::All) {
         ComPtr<IZelmorClassInfo> info;
         const HRESULT status = module->GetClassObject(id, IID_IZelmorClassInfo, info.Slot());
+        if (status == E_OUTOFMEMORY) return OutOfMemory();
         if (FAILED(status)) {
             return Problem{.message =
                                "this operator library does not describe its classes: status " + StatusText(status)};
@@ -52,6 +53,7 @@ OperatorClass OperatorLibrary::Described(const GUID& id, IZelmorClassInfo& info)
     OperatorClass described;
     described.id = id;
     described.keyword = taken(info.GetKeyword(&text));
+    described.name = taken(info.GetName(&text));
     described.sentence = taken(info.GetSentence(&text));
     ushort count = 0, number = 0;
     info.GetArgumentCount(&count);
@@ -117,10 +119,9 @@ Outcome<ComPtr<IZelmorOp>> OperatorLibrary::Create(const OperatorClass& operator
     ComPtr<IZelmorOp> created;
     HRESULT status = module.GetClassObject(operatorClass.id, IID_IClassFactory, factory.Slot());
     if (SUCCEEDED(status)) status = factory->CreateInstance(nullptr, IID_IZelmorOp, created.Slot());
+    if (status == E_OUTOFMEMORY) return OutOfMemory();
     if (FAILED(status)) {
-        return Problem{.message = status == E_OUTOFMEMORY
-                                      ? "out of memory"
-                                      : operatorClass.keyword + " cannot be created: status " + StatusText(status)};
+        return Problem{.message = operatorClass.keyword + " cannot be created: status " + StatusText(status)};
     }
     std::string refusal = SetArgument(*created.Get(), HistoryIndex, std::to_string(settings.history));
     if (refusal.empty() && settings.digits) {

@@ -40,6 +40,7 @@ struct OutputInfo {
 struct OperatorClass {
     GUID id = {};
     std::string keyword;
+    std::string name;  // of the class, such as "SimAvgOp"
     std::string sentence;
     std::vector<ArgumentInfo> arguments;
     std::vector<OutputInfo> outputs;
@@ -47,7 +48,7 @@ struct OperatorClass {
     bool dropsHigherSlots = false;  // a save gives up the slots above it
 
     // The place of the argument with a name, in any letter case.
-    std::optional<std::size_t> FindArgument(std::string_view name) const;
+    std::optional<std::size_t> FindArgument(std::string_view wanted) const;
 };
 
 // What every operator is told ahead of its arguments. What is not given stays at the operator's default.

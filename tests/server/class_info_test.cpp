@@ -40,7 +40,9 @@ private:
 
 TEST(ClassInfo, TellsArgumentsAndOutputsOfAClass) {
     const ClassInfo info("HiLev");
+    EXPECT_EQ(Taken(info.Ask(&IZelmorClassInfo::GetName)), "HiLevOp");
     EXPECT_EQ(Taken(info.Ask(&IZelmorClassInfo::GetKeyword)), "HiLev");
+    EXPECT_EQ(Taken(info.Ask(&IZelmorClassInfo::GetName)), "HiLevOp");
     EXPECT_EQ(info.Ask(&IZelmorClassInfo::GetArgumentCount), 4);
     EXPECT_EQ(info.Text(&IZelmorClassInfo::GetArgumentName, 2), "period");
     EXPECT_EQ(info.Ask(&IZelmorClassInfo::GetArgumentKind, 2), static_cast<ushort>(ArgumentKind::Count));
