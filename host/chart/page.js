@@ -83,45 +83,21 @@ function isDrawn(value) {
 
 // ---- Curves
 
-// A line that is broken where values are missing, with a dot for a value that stands alone.
-class GappedLine {
-  constructor() { this.data = null; }
-  defaultOptions() { return {...charts.customSeriesDefaultOptions, lineWidth: 2}; }
-  isWhitespace(point) { return point.value === undefined; }
-  priceValueBuilder(point) { return [point.value]; }
-  update(data, options) { this.data = data; this.options = options; }
-  renderer() { return this; }
-
-  draw(target, toY) {
-    const {bars, visibleRange} = this.data ?? {};
-    if (!visibleRange) return;
-    target.useBitmapCoordinateSpace(({context, horizontalPixelRatio, verticalPixelRatio}) => {
-      const width = this.options.lineWidth * verticalPixelRatio;
-      context.strokeStyle = context.fillStyle = this.options.color;
-      context.lineWidth = width;
-      context.lineJoin = context.lineCap = 'round';
-      context.beginPath();
-      const isNext = (left, right) => left && right && left.originalData.bar + 1 === right.originalData.bar;
-      for (let i = Math.max(0, visibleRange.from - 1); i < Math.min(bars.length, visibleRange.to + 1); ++i) {
-        const x = bars[i].x * horizontalPixelRatio;
-        const y = toY(bars[i].originalData.value) * verticalPixelRatio;
-        if (isNext(bars[i - 1], bars[i])) {
-          context.lineTo(x, y);
-        } else {
-          context.moveTo(x, y);
-          if (!isNext(bars[i], bars[i + 1])) {
-            context.arc(x, y, width, 0, 2 * Math.PI);
-            context.moveTo(x, y);
-          }
-        }
-      }
-      context.stroke();
-    });
-  }
+// The colour of a point is that of the line from it to the next point. The library draws this line over a gap too, so
+// that it is transparent there. The last point keeps its colour for the price axis.
+function linePoints(values) {
+  const last = values.findLastIndex(isDrawn);
+  return values.map((value, bar) => {
+    const time = times[bar];
+    if (!isDrawn(value)) return {time};
+    return bar === last || isDrawn(values[bar + 1]) ? {time, value} : {time, value, color: 'transparent'};
+  });
 }
 
-function linePoints(values) {
-  return values.map((value, bar) => isDrawn(value) ? {time: times[bar], value, bar} : {time: times[bar]});
+// Values without a neighbour, which no line shows.
+function dotPoints(values) {
+  const isAlone = (value, bar) => isDrawn(value) && !isDrawn(values[bar - 1]) && !isDrawn(values[bar + 1]);
+  return values.flatMap((value, bar) => isAlone(value, bar) ? [{time: times[bar], value}] : []);
 }
 
 const {open, high, low, close} = study.prices;
@@ -183,6 +159,7 @@ const chart = charts.createChart(canvas, {
   autoSize: true,
   layout: {fontFamily: getComputedStyle(document.body).fontFamily, fontSize: 11, attributionLogo: false},
   crosshair: {mode: charts.CrosshairMode.Normal},
+  hoveredSeriesOnTop: false,  // it stays there at times when the pointer has left
   rightPriceScale: {minimumWidth: 72},
   timeScale: {
     timeVisible: hasClock,
@@ -195,37 +172,44 @@ const chart = charts.createChart(canvas, {
 
 const drawn = [];  // {series, paint}: what to colour anew with the theme
 
-function addLine(values, pane, colorName, lineWidth) {
-  const paint = () => ({color: color(colorName)});
-  const series = chart.addCustomSeries(new GappedLine(), {
-    lineWidth, priceFormat: formats[pane], priceLineVisible: false, ...paint(),
+function addSeries(type, points, pane, options, paint) {
+  const series = chart.addSeries(type, {
+    priceFormat: formats[pane], priceLineVisible: false, crosshairMarkerVisible: false, ...options, ...paint(),
   }, pane);
-  series.setData(linePoints(values));
+  series.setData(points);
   drawn.push({series, paint});
   return series;
+}
+
+// Two series where values stand alone, and else one.
+function addLine(values, pane, colorName, lineWidth) {
+  const paint = () => ({color: color(colorName)});
+  const add = (points, options) => addSeries(charts.LineSeries, points, pane, {lineWidth, ...options}, paint);
+  // A line of a single point would be a dash.
+  const line = add(linePoints(values), {lineVisible: values.filter(isDrawn).length > 1});
+  const dots = dotPoints(values);
+  return dots.length === 0 ? [line] : [line, add(dots, {
+    lineVisible: false, lastValueVisible: false, pointMarkersVisible: true, pointMarkersRadius: 1.5 * lineWidth,
+  })];
 }
 
 function addCandles() {
-  const paint = () => ({
+  return addSeries(charts.CandlestickSeries, candlePoints(), 0, {borderVisible: false}, () => ({
     upColor: color('up'), wickUpColor: color('up'), downColor: color('down'), wickDownColor: color('down'),
-  });
-  const series = chart.addSeries(charts.CandlestickSeries, {
-    borderVisible: false, priceFormat: formats[0], priceLineVisible: false, ...paint(),
-  }, 0);
-  series.setData(candlePoints());
-  drawn.push({series, paint});
-  return series;
+  }));
 }
 
-const priceSeries = isCandles ? addCandles() : priceName ? addLine(priceValues, 0, 'text', 1) : null;
+const priceSeries = isCandles ? addCandles() : priceName ? addLine(priceValues, 0, 'text', 1)[0] : null;
 const curves = study.studies.map((curve, index) => {
   const colorName = 'curve' + index % curveColors;
-  return {...curve, colorName, series: addLine(curve.values, curve.pane, colorName, curve.pane === 0 && priceSeries ? 2 : 1.5)};
+  const lineWidth = curve.pane === 0 && priceSeries ? 2 : 1.5;
+  return {...curve, colorName, series: addLine(curve.values, curve.pane, colorName, lineWidth)};
 });
 for (const [index, pane] of chart.panes().entries()) {
   pane.setStretchFactor(index === 0 ? 4 : 1.5);
-  if (pane.getSeries().length > 3) {
-    for (const series of pane.getSeries().slice(1)) series.applyOptions({lastValueVisible: false});
+  const onAxis = pane.getSeries().filter(series => series.options().lastValueVisible);
+  if (onAxis.length > 3) {
+    for (const series of onAxis.slice(1)) series.applyOptions({lastValueVisible: false});
   }
 }
 
@@ -233,7 +217,7 @@ for (const [index, pane] of chart.panes().entries()) {
 
 // A marker stands at a value of its series. Without one on its bar it would go to a neighbour, so that an unseen series
 // holds it, at the price before.
-const labelHost = priceSeries ?? curves[0]?.series;
+const labelHost = priceSeries ?? curves[0]?.series[0];
 const standIns = new Map();  // values by bar
 if (labelHost && study.labels.length) {
   const points = isCandles ? candlePoints() : linePoints(priceValues ?? curves[0].values);
@@ -247,12 +231,8 @@ if (labelHost && study.labels.length) {
 }
 
 function addStandIns() {
-  const series = chart.addSeries(charts.LineSeries, {
-    color: 'transparent', priceFormat: formats[0], priceLineVisible: false, lastValueVisible: false,
-    crosshairMarkerVisible: false,
-  }, 0);
-  series.setData([...standIns].map(([bar, value]) => ({time: times[bar], value})));
-  return series;
+  const points = [...standIns].map(([bar, value]) => ({time: times[bar], value}));
+  return addSeries(charts.LineSeries, points, 0, {lastValueVisible: false}, () => ({color: 'transparent'}));
 }
 
 const markers = labelHost && study.labels.length ? charts.createSeriesMarkers(labelHost, []) : null;
@@ -337,7 +317,7 @@ for (const curve of curves) {
     colorName: curve.colorName,
     name: curve.name,
     read: bar => valueText(curve.values[bar]),
-    toggle: visible => curve.series.applyOptions({visible}),
+    toggle: visible => curve.series.forEach(series => series.applyOptions({visible})),
   });
 }
 for (const {expression, formula} of study.labelled) {

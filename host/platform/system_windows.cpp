@@ -104,7 +104,9 @@ long long ReadText(int descriptor, char* text, std::size_t size) {
 // A pipe without a reader is an invalid argument to the runtime library.
 long long WriteText(int descriptor, const char* text, std::size_t size) {
     const int length = _write(descriptor, text, static_cast<unsigned>(size));
-    if (length < 0 && (GetLastError() == ERROR_BROKEN_PIPE || GetLastError() == ERROR_NO_DATA)) errno = EPIPE;
+    const DWORD error = GetLastError();
+    const bool gone = error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED;
+    if (length < 0 && gone) errno = EPIPE;
     return length;
 }
 

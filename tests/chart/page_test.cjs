@@ -52,6 +52,70 @@ const panes = page => page.evaluate(() => studyChart.panes().map(pane => pane.ge
 const texts = (page, selector) => page.locator(selector).allTextContents();
 const view = page => page.evaluate(() => studyChart.timeScale().getVisibleLogicalRange());
 
+// ---- Pixels
+
+// The view, its picture without a crosshair, and how the picture differs from the values that the page holds. `stray`:
+// pixels in a curve's colour that are further from the line of its values than a bar to the side and a dot's radius up
+// or down. `bare`: values without a neighbour that have no dot.
+const look = page => page.evaluate(() => {
+  const study = JSON.parse(document.getElementById('data').textContent);
+  const scale = studyChart.timeScale();
+  const canvas = studyChart.takeScreenshot();
+  const pixels = new Uint32Array(canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data.buffer);
+  const origin = scale.logicalToCoordinate(0), spacing = scale.logicalToCoordinate(1) - origin;
+  const dotRadius = 3, reach = spacing + dotRadius;
+  let painted = 0;
+  const stray = [], bare = [];
+
+  // `heights`: the places of a curve's values, by bar.
+  function isNear(heights, x, y) {
+    for (let bar = Math.floor((x - reach - origin) / spacing); bar <= (x + reach - origin) / spacing; ++bar) {
+      const left = heights[bar] ?? null, right = heights[bar + 1] ?? left;
+      if (left === null) continue;
+      const heightAt = side => left + (right - left) * Math.min(1, Math.max(0, (side - origin) / spacing - bar));
+      const ends = [heightAt(x - reach), heightAt(x + reach)];
+      if (y >= Math.min(...ends) - dotRadius && y <= Math.max(...ends) + dotRadius) return true;
+    }
+    return false;
+  }
+
+  function checkCurve(curve, color, pane) {
+    const place = pane.getHTMLElement().getBoundingClientRect();
+    const top = place.top - document.getElementById('canvas').getBoundingClientRect().top;
+    const [first, end] = [top, top + place.height].map(y => Math.floor(y) * canvas.width);
+    const toHeight = value => top + pane.getSeries()[0].priceToCoordinate(value);
+    const heights = curve.values.map(value => value === null ? null : toHeight(value));
+    for (let at = pixels.indexOf(color, first); at >= 0 && at < end; at = pixels.indexOf(color, at + 1)) {
+      const x = at % canvas.width + 0.5, y = Math.floor(at / canvas.width) + 0.5;
+      if (x > scale.width()) continue;
+      ++painted;
+      if (!isNear(heights, x, y)) stray.push({formula: curve.formula, name: curve.name, x, y});
+    }
+    for (const [bar, y] of heights.entries()) {
+      const x = origin + bar * spacing;
+      const isAlone = y !== null && (heights[bar - 1] ?? heights[bar + 1] ?? null) === null;
+      if (!isAlone || x < 0 || x > scale.width() - 1) continue;
+      if (pixels[Math.floor(y) * canvas.width + Math.floor(x)] !== color) bare.push({formula: curve.formula, bar});
+    }
+  }
+
+  for (const [index, pane] of studyChart.panes().entries()) {
+    const chips = document.querySelectorAll('.legend')[index].querySelectorAll('.chip');
+    for (const [row, curve] of study.studies.filter(curve => curve.pane === index).entries()) {
+      const swatch = getComputedStyle(chips[row].querySelector('.swatch')).backgroundColor;
+      const [color] = new Uint32Array(new Uint8Array([...swatch.match(/\d+/g), 255]).buffer);
+      checkCurve(chips[row].ariaPressed === 'true' ? curve : {...curve, values: []}, color, pane);
+    }
+  }
+  return {
+    range: scale.getVisibleLogicalRange(),
+    theme: document.documentElement.dataset.theme,
+    hidden: [...document.querySelectorAll('.chip')].map(chip => chip.ariaPressed === 'false'),
+    image: canvas.toDataURL(),
+    painted, stray: stray.slice(0, 3), bare,
+  };
+});
+
 const layouts = [
   {name: 'averages lie over the prices', expressions: ['Sim(Close, 5)', 'Sim(Sim(Close, 5), 20)'], panes: [3]},
   {name: 'bands lie over the prices', expressions: ['Sim(Close, 20) + 2 * SDev(Close, 20)'], panes: [2]},
@@ -185,6 +249,92 @@ test('the view moves, colours change and curves hide', async () => {
   assert.deepStrictEqual(page.faults, []);
   await page.close();
 });
+
+const devices = [
+  {name: 'a desktop', viewport: {width: 1280, height: 720}},
+  {name: 'a phone', viewport: {width: 390, height: 844}, isMobile: true, hasTouch: true},
+];
+
+for (const {name, ...device} of devices) {
+  test(`any way to a view gives the same picture of the values on ${name}`, async () => {
+    let state = 1;
+    const random = below => (state = state * 48271 % 0x7fffffff) % below;
+    const lines = Array.from({length: 400}, (_, bar) => {
+      const close = 100 + random(20) + bar / 10;
+      const gaps = random(4) ? random(9) : '', lone = random(9) ? '' : random(9);
+      return [bar, close, close + 3, close - 3, close + 1, gaps, lone].join();
+    });
+    fs.writeFileSync(file('holes.csv'), ['time,open,high,low,close,gaps,lone', ...lines, ''].join('\n'));
+    const page = await open(file('holes.csv'), ['Sim(Close, 20)', 'KaseCCSS(Bar)', 'Gaps', 'Lone'], device);
+    const fresh = await browser.newPage(device);
+
+    const clickOneOf = async selector => {
+      const found = page.locator(selector);
+      await found.nth(random(await found.count())).click();
+    };
+    const pointIntoFirstPane = async options => {
+      const {y} = await page.locator('#canvas').boundingBox();
+      await page.mouse.move(20 + random(200), y + 150 + random(100), options);
+    };
+    const {width, height} = device.viewport;
+    const moves = {
+      range: () => clickOneOf('#ranges button'),
+      theme: () => clickOneOf('#theme'),
+      legend: async () => {
+        for (let count = 0; count < 3; ++count) await clickOneOf('.chip:has-text("integer")');
+      },
+      resize: () => page.setViewportSize({width: width - random(90), height: height - random(90)}),
+      key: async () => {
+        await page.focus('#chart');
+        const keys = ['ArrowLeft', 'ArrowRight', '+', '-'];
+        for (let count = 0; count < 3; ++count) await page.keyboard.press(keys[random(4)]);
+      },
+      wheel: async () => {
+        await pointIntoFirstPane();
+        await page.mouse.wheel(random(200) - 100, random(800) - 400);
+      },
+      drag: async () => {
+        await pointIntoFirstPane();
+        await page.mouse.down();
+        await pointIntoFirstPane({steps: 4});
+        await page.mouse.up();
+      },
+    };
+    const settle = async at => {
+      await at.mouse.move(1, 1);
+      await at.evaluate(() => new Promise(done => requestAnimationFrame(() => requestAnimationFrame(done))));
+    };
+
+    let painted = 0;
+    const left = Object.entries(moves).flatMap(move => [move, move]);
+    while (left.length > 0) {
+      const [[way, move]] = left.splice(random(left.length), 1);
+      await move();
+      await settle(page);
+      const seen = await look(page);
+      const told = `after ${way}, at bars ${seen.range.from} to ${seen.range.to}`;
+      assert.deepStrictEqual([seen.stray, seen.bare], [[], []], told);
+      painted += seen.painted;
+
+      await fresh.setViewportSize(page.viewportSize());
+      await fresh.emulateMedia({colorScheme: seen.theme});
+      await fresh.goto(page.url());
+      await fresh.waitForFunction(() => document.querySelector('.legend')?.style.top);
+      await fresh.evaluate(({range, hidden}) => {
+        studyChart.timeScale().setVisibleLogicalRange(range);
+        document.querySelectorAll('.chip').forEach((chip, i) => { if (hidden[i]) chip.click(); });
+      }, seen);
+      await settle(fresh);
+      assert.ok((await look(fresh)).image === seen.image, told);
+    }
+    assert.ok(painted > 10000, 'the curves are in view');
+    await page.evaluate(() => document.querySelectorAll('.chip[aria-pressed=true]').forEach(chip => chip.click()));
+    assert.deepStrictEqual((await look(page)).stray, [], 'all curves are hidden');
+    assert.deepStrictEqual(page.faults, []);
+    await page.close();
+    await fresh.close();
+  });
+}
 
 test('a picture takes a browser', () => {
   run(['chart', data, 'Sim(Close, 5)', '--png', file('chart.png'), '--theme', 'dark']);
