@@ -221,9 +221,9 @@ std::string FileUrl(const fs::path& file) {
 }  // namespace
 
 ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& settings) {
-    constexpr std::string_view Place = "@data@";
+    constexpr std::string_view Placeholder = "@data@";
     const std::string_view page = ChartTemplate();
-    const std::size_t place = page.find(Place);
+    const std::size_t place = page.find(Placeholder);
     if (place == std::string_view::npos)
         Fail("charts are not part of this program: it was built without lightweight-charts, which npm brings. "
              "Install npm and build again");
@@ -238,7 +238,7 @@ ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& sett
     drawing.AssignPanes();
     std::string html(page.substr(0, place));
     html += ScriptJson(drawing.Json(settings));
-    html += page.substr(place + Place.size());
+    html += page.substr(place + Placeholder.size());
     return {std::move(html), drawing.Height()};
 }
 

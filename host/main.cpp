@@ -2,6 +2,7 @@
 
 #include "chart.h"
 #include "console.h"
+#include "description.h"
 #include "failure.h"
 #include "live.h"
 #include "path.h"
