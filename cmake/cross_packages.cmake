@@ -1,4 +1,5 @@
-# The libraries that the project needs, for Windows: headers where that is all, the rest from its sources.
+# The libraries that the project needs, for another system or processor than that of the build machine: headers where
+# that is all, the rest from its sources.
 
 # By themselves: the other headers of the build machine stay unseen.
 set(shared_headers ${CMAKE_BINARY_DIR}/shared_headers)
@@ -12,13 +13,15 @@ foreach(package Boost::headers CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_jso
 endforeach()
 target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
 
-enable_language(C)
-execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/fetch_source libcsv ${CMAKE_BINARY_DIR}/sources
-                COMMAND_ERROR_IS_FATAL ANY)
-set(csv_include ${CMAKE_BINARY_DIR}/sources/libcsv)
-set(csv_library csv)
-add_library(csv STATIC ${csv_include}/libcsv.c)
-target_compile_options(csv PRIVATE -w)
+if(SARVANE_HOST)
+  enable_language(C)
+  execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/fetch_source libcsv ${CMAKE_BINARY_DIR}/sources
+                  COMMAND_ERROR_IS_FATAL ANY)
+  set(csv_include ${CMAKE_BINARY_DIR}/sources/libcsv)
+  set(csv_library csv)
+  add_library(csv STATIC ${csv_include}/libcsv.c)
+  target_compile_options(csv PRIVATE -w)
+endif()
 
 if(SARVANE_TESTS)
   set(googletest /usr/src/googletest/googletest)
