@@ -1,5 +1,5 @@
-# What `cmake --install` copies: the library with its headers, as find_package and pkg-config find it, `study` and the
-# documents.
+# What `cmake --install` copies: the library with its headers, as find_package and pkg-config find it, `study` if it is
+# built, and the documents.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -7,7 +7,9 @@ set_target_properties(sarvane PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${
 target_compile_features(sarvane PUBLIC cxx_std_20)
 
 install(TARGETS sarvane EXPORT sarvane INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS study)
+if(SARVANE_HOST)
+  install(TARGETS study)
+endif()
 install(DIRECTORY include/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)  # in the place of one of these
   install(DIRECTORY src/platform/windows/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

@@ -1,5 +1,7 @@
 #include "averages/trix_op.h"
 
+#include "frame/logarithm.h"
+
 #include <cmath>
 
 namespace sarvane {
@@ -9,7 +11,7 @@ enum Argument : short { Curve, Period };
 
 // The logarithm of the value's magnitude, with the opposite sign if the value is negative.
 double SignedLogarithm(double value) {
-    const double logarithm = std::log(std::abs(value));
+    const double logarithm = Logarithm(std::abs(value));
     return value < 0.0 ? -logarithm : logarithm;
 }
 

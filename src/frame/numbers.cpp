@@ -41,7 +41,7 @@ constexpr auto Octaves = [] {
     return octaves;
 }();
 
-std::uint64_t BiasedExponent(double size) { return std::bit_cast<std::uint64_t>(size) >> 52; }
+std::size_t BiasedExponent(double size) { return static_cast<std::size_t>(std::bit_cast<std::uint64_t>(size) >> 52); }
 
 Octave SubnormalOctave(double size) {
     return OctaveFrom(static_cast<int>(std::bit_width(std::bit_cast<std::uint64_t>(size))) - 1075);
@@ -67,7 +67,7 @@ double RoundScaled(double value, int power) {
 double RoundNearTheEnds(double value, int digits) {
     if (value == 0.0 || !std::isfinite(value)) return value;
     const double size = std::abs(value);
-    const std::uint64_t exponent = BiasedExponent(size);
+    const std::size_t exponent = BiasedExponent(size);
     const int power = digits - CeilingOfLogarithm(size, exponent > 0 ? Octaves[exponent] : SubnormalOctave(size));
     if (power > HighestPower) return value;  // ten to that power is infinite
     const double rounded = RoundScaled(value, power);

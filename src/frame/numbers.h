@@ -2,7 +2,13 @@
 
 #include "sarvane/values.h"
 
+#include <cfloat>
+
 namespace sarvane {
+
+// Results are defined to the last bit. A compiler that keeps more digits between operations, as the x87 unit of 32-bit
+// x86 does, would give other ones; there the options -msse2 -mfpmath=sse are needed.
+static_assert(FLT_EVAL_METHOD == 0, "operations on doubles must give doubles");
 
 // A double read as an integer parameter: truncated toward zero. A NaN and what does not fit give UndefinedParam.
 constexpr int TruncateToInt(double value) {

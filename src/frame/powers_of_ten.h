@@ -1,5 +1,7 @@
 #pragma once
 
+// Written by scripts/write_tables.cpp.
+
 #include <cstdint>
 
 namespace sarvane {
@@ -52,8 +54,8 @@ inline constexpr double PowersOfTen[] = {
     1e304, 1e305, 1e306, 1e307, 1e308,
 };
 
-// A logarithm is rounded: it is a whole number also for the nearest doubles above a power of ten. For each power, the
-// last double whose logarithm does not exceed the exponent, counted in doubles from the power itself.
+// Decimal logarithms are rounded, so that a few doubles just above 10^p still have the logarithm p. Entry
+// p - LowestPower counts them: it is the number of doubles from 10^p to the last x whose logarithm does not exceed p.
 inline constexpr std::int16_t LogarithmReach[] = {
     0, 0, 0, 0, 0, 0, -1, 0, 0, 0, -1, 0, 0, 1, 12, 132, 332, 413, 517, 324, 404, 505, 315, 394, 493, 309, 385, 481,
     301, 376, 470, 587, 367, 459, 574, 358, 448, 560, 350, 438, 548, 342, 428, 535, 334, 418, 522, 326, 408, 510, 318,

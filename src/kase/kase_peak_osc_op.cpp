@@ -1,5 +1,6 @@
 #include "kase/kase_peak_osc_op.h"
 
+#include "frame/logarithm.h"
 #include "statistics/chart_label.h"
 
 #include <cmath>
@@ -13,12 +14,17 @@ enum Output : short { Oscillator, OuterBand, OuterTurn, InnerBand, InnerTurn, Hi
 
 constexpr double FixedThreshold = 100.0;
 
-// How far price moved from one value up to another, as a logarithm per root of the bars between; 0.0 for no way up,
-// since only what is above that counts. Prices of opposite signs, gaps and a divisor near zero give no quotient above
-// 1.0 either.
-double Run(GuardedValue upper, GuardedValue lower, int lag) {
+// The greater of `longest` and how far price moved from one value up to another, as a logarithm per root of the bars
+// between. Prices of opposite signs, gaps and a divisor near zero give no quotient above 1.0, so they count like a way
+// down: not at all.
+double LongerRun(double longest, GuardedValue upper, GuardedValue lower, int lag) {
     const GuardedValue quotient = upper / lower;
-    return quotient > 1.0 ? std::log(quotient.value) / std::sqrt(lag) : 0.0;
+    if (!(quotient > 1.0)) return longest;
+    const double root = std::sqrt(lag);
+    // log(q) <= q - 1, and all three are rounded to the nearest double, which keeps an order: the run is at most
+    // (q - 1) / root. Where that is no longer than `longest`, the logarithm need not be known.
+    if ((quotient.value - 1.0) / root <= longest) return longest;
+    return Greater(longest, Logarithm(quotient.value) / root);
 }
 
 // A threshold lies on the oscillator's side of zero.
@@ -130,7 +136,7 @@ PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close
     if (before > -1e-100 && before < 1e-100) return {};
     live.close = close;
     const GuardedValue growth = close / before;
-    const double logReturn = growth > 0.0 ? std::log(growth.value) : UndefinedValue;
+    const double logReturn = growth > 0.0 ? Logarithm(growth.value) : UndefinedValue;
     const double volatility = volatilityStep.Step(returnDeviation.Step(logReturn));
     if (live.highs.Size() <= LongestLag()) return {};
     if (volatility > 1e-100) {
@@ -144,8 +150,8 @@ PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close
 PriceRuns CKasePeakOscOp::LongestRuns(const KasePeakOscState& live) const {
     PriceRuns longest = {0.0, 0.0};
     for (int lag = std::max(std::min(lagFrom, lagTo), 1); lag <= LongestLag(); ++lag) {
-        longest.up = Greater(longest.up, Run(live.highs.Newest(), live.lows.Newest(lag), lag));
-        longest.down = Greater(longest.down, Run(live.highs.Newest(lag), live.lows.Newest(), lag));
+        longest.up = LongerRun(longest.up, live.highs.Newest(), live.lows.Newest(lag), lag);
+        longest.down = LongerRun(longest.down, live.highs.Newest(lag), live.lows.Newest(), lag);
     }
     return longest;
 }

@@ -1,4 +1,5 @@
-# The libraries that the project needs, for Windows: headers where that is all, the rest from its sources.
+# The libraries that the project needs, for another system or processor than that of the build machine: headers where
+# that is all, the rest from its sources.
 
 # By themselves: the other headers of the build machine stay unseen.
 set(shared_headers ${CMAKE_BINARY_DIR}/shared_headers)
