@@ -16,28 +16,14 @@ Problem Fault(const Span& place, std::string message, const Source& source) {
     return {place.begin, place.end - place.begin, std::move(message), {}, source.name};
 }
 
-bool IsComparisonSign(std::string_view sign) {
-    constexpr std::string_view Signs[] = {"<", "<=", ">", ">=", "=", "==", "<>", "!="};
-    return std::ranges::find(Signs, sign) != std::end(Signs);
-}
-
-// Turns `name = body` back into the comparison that it looks like.
-std::optional<Problem> RestoreComparison(Statement& statement, const Source& source) {
-    const Expression& body = statement.body;
-    if (body.kind == Kind::Binary && !body.isBracketed && IsComparisonSign(body.name)) {
-        return Fault(body.nameSpan, "a comparison is not compared again: write `a > b and b > c`", source);
-    }
-    Expression word;
-    word.kind = Kind::Word;
-    word.name = std::exchange(statement.name, {});
-    word.span = word.nameSpan = statement.nameSpan;
-    Expression comparison;
-    comparison.kind = Kind::Binary;
-    comparison.name = "=";
-    comparison.span = statement.span;
-    comparison.height = body.height + 1;
-    comparison.parts = {std::move(word), body};
-    statement.body = std::move(comparison);
+// Reads `name = ...` again as the expression that it looks like.
+std::optional<Problem> RestoreExpression(Statement& statement, const Source& source) {
+    Outcome<Expression> whole = ParseExpression(source.text, statement.span);
+    if (!whole)
+        return Fault({whole.Fault().offset, whole.Fault().offset + whole.Fault().length}, whole.Fault().message,
+                     source);
+    statement.name.clear();
+    statement.body = std::move(*whole);
     return std::nullopt;
 }
 
@@ -114,7 +100,7 @@ std::optional<Problem> Compiler::Add(const std::string& text, const CompileSetti
         if (auto problem = Name(statement, source)) return problem;
     }
     if (IsComparison(last)) {
-        if (auto problem = RestoreComparison(last, *source)) return problem;
+        if (auto problem = RestoreExpression(last, *source)) return problem;
     } else if (!last.name.empty()) {
         if (auto problem = Name(last, source)) return problem;
         if (last.isFunction) return std::nullopt;

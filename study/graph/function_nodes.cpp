@@ -1,5 +1,6 @@
 #include "graph/function_nodes.h"
 
+#include "frame/logarithm.h"
 #include "language/parser.h"
 
 #include <algorithm>
@@ -37,7 +38,7 @@ constexpr Rule<UnaryFunction> UnaryRules[] = {
     {"not", [](double x) { return AsNumber(x == 0.0); }},
     {"abs", [](double x) { return std::abs(x); }},
     {"sqrt", [](double x) { return x < 0.0 ? UndefinedValue : std::sqrt(x); }},
-    {"log", [](double x) { return x <= 0.0 ? UndefinedValue : std::log(x); }},
+    {"log", [](double x) { return x <= 0.0 ? UndefinedValue : Logarithm(x); }},
     {"round", [](double x) { return std::round(x); }},
     {"floor", [](double x) { return std::floor(x); }},
 };

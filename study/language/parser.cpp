@@ -39,6 +39,16 @@ public:
         return script;
     }
 
+    Outcome<Expression> ParseOne(Span place) {
+        text = text.substr(0, place.end);
+        at = place.begin;
+        Expression expression = ParseExpression();
+        SkipGaps();
+        if (!HasFailed() && at < text.size()) FailHere("expected an operation or the end");
+        if (HasFailed()) return fault;
+        return expression;
+    }
+
 private:
     // ---- Statements
 
@@ -447,6 +457,7 @@ private:
 }  // namespace
 
 Outcome<Script> ParseScript(std::string_view text) { return Parser(text).ParseAll(); }
+Outcome<Expression> ParseExpression(std::string_view text, Span place) { return Parser(text).ParseOne(place); }
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
     return std::ranges::equal(a, b, [](char x, char y) { return Lower(x) == Lower(y); });

@@ -27,6 +27,9 @@ inline constexpr std::size_t LongestText = 1 << 20;  // bytes
 // letter case does not matter for `and`, `or`, `not`. A comparison that is compared again is refused.
 Outcome<Script> ParseScript(std::string_view text);
 
+// Reads the part of a text at `place` as one expression, whatever it would be as a statement.
+Outcome<Expression> ParseExpression(std::string_view text, Span place);
+
 // Compares ASCII letters without their case.
 bool EqualIgnoringCase(std::string_view a, std::string_view b);
 

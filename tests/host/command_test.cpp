@@ -14,7 +14,8 @@ const std::string Data = BAR_FILE;
 
 TEST(Command, RunsAStudyOverRealBars) {
     const TemporaryFile csv("");
-    const Outcome run = RunStudy("run " + Data + " \"Sim(Close, 5)\" \"Bar * 2\" --last 2 -o " + csv.Path().string());
+    const ProgramRun run =
+        RunStudy("run " + Data + " \"Sim(Close, 5)\" \"Bar * 2\" --last 2 -o " + csv.Path().string());
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.text, "date        Sim(Close, 5)       Bar * 2\n"
                         "2020-04-16    2796.084033   5599.100098\n"
@@ -27,7 +28,7 @@ TEST(Command, RunsAStudyOverRealBars) {
 }
 
 TEST(Command, ListsAndDescribesForProgramsToo) {
-    const Outcome list = RunStudy("list --json");
+    const ProgramRun list = RunStudy("list --json");
     EXPECT_EQ(list.status, 0);
     const auto classes = nlohmann::json::parse(list.text);
     EXPECT_EQ(classes.size(), 41u);
@@ -36,18 +37,22 @@ TEST(Command, ListsAndDescribesForProgramsToo) {
     const auto described = nlohmann::json::parse(RunStudy("describe BarDiv --json").text);
     EXPECT_EQ(described["inputs"][1], nlohmann::json({{"argument", 0}, {"field", "high"}}));
     EXPECT_EQ(described["inputs"][4], nlohmann::json({{"argument", 1}, {"field", nullptr}}));
-    EXPECT_EQ(RunStudy("describe sim 5 3").text, "Sim (SimAvgOp)\n"
-                                                 "formula     Sim( %s, 5, 3)\n"
-                                                 "inputs      0\n"
-                                                 "outputs     curve1\n"
-                                                 "parameters  5, 3\n"
-                                                 "lookback    5 bars\n");
+    EXPECT_EQ(described["arguments"][1]["name"], "value");
+    const std::string sim = RunStudy("describe sim 5 3").text;
+    EXPECT_TRUE(sim.starts_with("Sim (SimAvgOp): mean of the last `period` values\n\narguments\n")) << sim;
+    EXPECT_NE(sim.find("  1  period   count from 1, or a curve  needed"), std::string::npos) << sim;
+    EXPECT_TRUE(sim.ends_with("formula     Sim( %s, 5, 3)\n"
+                              "inputs      0\n"
+                              "parameters  5, 3\n"
+                              "lookback    5 bars\n"))
+        << sim;
+    EXPECT_EQ(RunStudy("describe VolStop").text.find("-2147483648"), std::string::npos);
     EXPECT_NE(RunStudy("describe sim Volume --history 77").text.find("lookback    77 bars"), std::string::npos);
 }
 
 TEST(Command, FollowsBarsOnStandardInput) {
     const TemporaryFile lines("date,close\na,1\nb,3\nb,x\nb,5\na,3");
-    const Outcome live = RunStudy("live - \"Sim(Close, 2)\" --snapshots 1", lines.Path().string());
+    const ProgramRun live = RunStudy("live - \"Sim(Close, 2)\" --snapshots 1", lines.Path().string());
     EXPECT_EQ(live.status, 0);
     EXPECT_TRUE(live.text.starts_with("date  Sim(Close, 2)\n"
                                       "a\n"
@@ -64,13 +69,13 @@ TEST(Command, FollowsBarsOnStandardInput) {
 }
 
 TEST(Command, ReplaysBars) {
-    const Outcome equal = RunStudy("replay " + Data + " \"Sim(Close, 5)\" --ticks 2");
+    const ProgramRun equal = RunStudy("replay " + Data + " \"Sim(Close, 5)\" --ticks 2");
     EXPECT_EQ(equal.status, 0) << equal.text;
     EXPECT_TRUE(equal.text.starts_with("Sim(Close, 5)\n"
                                        "  5105 bars, 5101 of them with values, equal those of a run, bit for bit\n"
                                        "  10210 updates: "))
         << equal.text;
-    const Outcome different = RunStudy("replay " + Data + " Close \"TimeAvg(Close, 1, 3)\"");
+    const ProgramRun different = RunStudy("replay " + Data + " Close \"TimeAvg(Close, 1, 3)\"");
     EXPECT_EQ(different.status, 1);
     EXPECT_NE(different.text.find("study: 1 of 2 expressions differ from a run\n"), std::string::npos);
 }
@@ -87,7 +92,7 @@ TEST(Command, EscapesControlCharactersOfFiles) {
     for (const std::string& arguments : std::vector<std::string>{
              "run " + file + " Close", "live " + file + " Close --no-follow", "run " + file + " \"Close + \x1b[1m\"",
              "run \x1b[1m.csv Close", "run " + file + " Close --\x1b[1m", "describe \x1b[1m"}) {
-        const Outcome outcome = RunStudy(arguments);
+        const ProgramRun outcome = RunStudy(arguments);
         EXPECT_EQ(outcome.text.find('\x1b'), std::string::npos) << arguments;
         EXPECT_NE(outcome.text.find("\\x1b["), std::string::npos) << outcome.text;
     }
@@ -95,7 +100,7 @@ TEST(Command, EscapesControlCharactersOfFiles) {
 
 TEST(Command, ShowsANegativeZeroAsZero) {
     const TemporaryFile table("");
-    const Outcome run =
+    const ProgramRun run =
         RunStudy("run " + Data + " \"EventOffsetOp(1)\" \"0 * (0 - Close)\" --last 1 -o " + table.Path().string());
     EXPECT_TRUE(run.text.ends_with("\n2020-04-17                 0                0\n")) << run.text;
     EXPECT_TRUE(table.Content().ends_with("\n2020-04-17,0,0\n"));
@@ -120,7 +125,7 @@ TEST(Command, FailsInOneLine) {
              "run " + Data + " Close -o /no/such/folder/x.csv", "live no_such_file.csv Close", "live - Close",
              "--library " + Data + " list", "describe Sim abc", "describe Sim 5 abc", "describe Sim 1 2 3 4 5 6",
              "describe BarAdd Close 2"}) {
-        const Outcome outcome = RunStudy(arguments);
+        const ProgramRun outcome = RunStudy(arguments);
         EXPECT_EQ(outcome.status, 1) << arguments;
         EXPECT_TRUE(outcome.text.starts_with("study: ")) << outcome.text;
         EXPECT_EQ(std::count(outcome.text.begin(), outcome.text.end(), '\n'), 1) << outcome.text;

@@ -23,7 +23,7 @@ TEST(Command, FollowsAFileUntilItIsInterrupted) {
     const auto awaited = [&](const std::string& text) {
         return "for i in $(seq 500); do grep -q '" + text + "' " + out + " && break; sleep 0.02; done; ";
     };
-    const Outcome live =
+    const ProgramRun live =
         RunShell(STUDY_PROGRAM " live " + bars.Path().string() + " 'Close * 2' >" + out + " 2>&1 & " +
                  awaited("^a .*2") + "printf 'b,3\nb,' >>" + bars.Path().string() + "; " + awaited("^b .*6") +
                  "printf '4\nc,5' >>" + bars.Path().string() + "; " + awaited("^b .*8") + "kill -INT $!; wait $!");
@@ -33,7 +33,7 @@ TEST(Command, FollowsAFileUntilItIsInterrupted) {
 }
 
 TEST(Command, TellsOfLinesThatCouldNotBeWritten) {
-    const Outcome full = RunShell(STUDY_PROGRAM " describe Sim 2>&1 >/dev/full");
+    const ProgramRun full = RunShell(STUDY_PROGRAM " describe Sim 2>&1 >/dev/full");
     EXPECT_EQ(full.status, 1);
     EXPECT_EQ(full.text, "study: standard output: No space left on device\n");
 }
@@ -121,7 +121,7 @@ TEST(Command, OpensNoFileInPlaceOfAClosedStream) {
         {"live - Close 2>&1 <&-", 1, "study: standard input: Bad file descriptor\n"},
     };
     for (const auto& [arguments, status, text] : cases) {
-        const Outcome outcome = RunShell(STUDY_PROGRAM " " + arguments);
+        const ProgramRun outcome = RunShell(STUDY_PROGRAM " " + arguments);
         EXPECT_EQ(outcome.status, status) << arguments;
         EXPECT_EQ(outcome.text, text) << arguments;
     }

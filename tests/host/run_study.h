@@ -6,13 +6,13 @@
 
 namespace sarvane::study {
 
-struct Outcome {
+struct ProgramRun {
     int status;
     std::string text;  // both streams
 };
 
 // Commands are read by the shell of the system, whichever that is: words with special characters stand in double quotes.
-inline Outcome RunShell(const std::string& command) {
+inline ProgramRun RunShell(const std::string& command) {
     std::FILE* const pipe = popen(command.c_str(), "r");
     std::string text;
     std::array<char, 4096> chunk;
@@ -24,7 +24,7 @@ inline Outcome RunShell(const std::string& command) {
 }
 
 // Runs the program as a user does.
-inline Outcome RunStudy(const std::string& arguments, const std::string& input = NO_DEVICE) {
+inline ProgramRun RunStudy(const std::string& arguments, const std::string& input = NO_DEVICE) {
     return RunShell(STUDY_PROGRAM " " + arguments + " 2>&1 <" + input);
 }
 
