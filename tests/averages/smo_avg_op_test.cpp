@@ -7,7 +7,8 @@ namespace sarvane::test {
 const DescriptionCase descriptions[] = {
     {"a constant period", "14", "Smo( %s, 14) | in 0 | out curve1:1 | par 14 | back 194"},
     {"a period below 1 is bound", "0", "Smo( %s, -2147483648) | in 0 1 | out curve1:1 | par | back 400"},
-    {"the lookback is held", "2147483647", "Smo( %s, 2147483647) | in 0 | out curve1:1 | par 2147483647 | back 10000"},
+    {"the lookback is 10000 at most", "2147483647",
+     "Smo( %s, 2147483647) | in 0 | out curve1:1 | par 2147483647 | back 10000"},
 };
 
 const RunCase runs[] = {
@@ -16,11 +17,17 @@ const RunCase runs[] = {
     {"a gap repeats the last input", "2", {{U}, {4}, {U}, {0}}, {4, 2}},
     {"the seed stands in for a first gap", "2", {{U}, {4}}, {3}, nullptr, {2}},
     {"nothing is rounded with a bound period", "", {{1234566, 2}, {1234568, 2.9}, {1, 2}}, {1234567, 617284}},
-    {"the start waits for a period that the bars can fill", "", {{1, 2}, {2, 4}, {4, 2}, {0, 3}}, {3, 2}},
-    {"bad periods, where inputs count", "", {{2, U}, {6, 2}, {0, 0}, {U, -1}, {U, 2}, {2, 2}}, {4, U, U, 2, 2}},
-    {"the start reaches no further than the history depth", "", {{1, 3}, {2, 3}, {4, 3}, {6, 2}}, {5}, "2"},
-    {"no depth, no start", "", {{1, 1}, {2, 1}}, {}, "-5"},
-    {"the newest value goes into the mean first", "", {{1, 0}, {1, 0}, {1e16, 3}}, {1e16 / 3}},
+    {"the average starts once there are as many values as the period of the bar",
+     "",
+     {{1, 2}, {2, 4}, {4, 2}, {0, 3}},
+     {3, 2}},
+    {"bars without a good period have no output, but their inputs count",
+     "",
+     {{2, U}, {6, 2}, {0, 0}, {U, -1}, {U, 2}, {2, 2}},
+     {4, U, U, 2, 2}},
+    {"the starting mean takes no more values than the history depth", "", {{1, 3}, {2, 3}, {4, 3}, {6, 2}}, {5}, "2"},
+    {"with a depth below 1 the average never starts", "", {{1, 1}, {2, 1}}, {}, "-5"},
+    {"the starting mean is added up from the newest value on", "", {{1, 0}, {1, 0}, {1e16, 3}}, {1e16 / 3}},
 };
 
 TEST(SmoAvgOp, Cases) { CheckCases("Smo", descriptions, runs); }

@@ -5,7 +5,12 @@
 namespace sarvane::test {
 
 const RunCase runs[] = {
-    {"a gap measures the last input again", "1 2 1", {{12}, {U}, {8}}, {11, 1, 11.5, 1, 9.75, 1}, nullptr, {10}},
+    {"a gap repeats the last input as a measurement",
+     "1 2 1",
+     {{12}, {U}, {8}},
+     {11, 1, 11.5, 1, 9.75, 1},
+     nullptr,
+     {10}},
     {"the first input is the first estimate", "1 2 1", {{U}, {10}, {12}}, {10, 1, 11, 1}},
     {"the variance settles", "1 1 0", {{4}, {8}, {8}}, {4, 0, 6, 0.5, 7.2, 0.4 * 1.5}},
 };
