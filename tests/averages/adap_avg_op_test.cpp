@@ -35,4 +35,15 @@ const RunCase runs[] = {
 
 TEST(AdapAvgOp, Cases) { CheckCases("AMAOp", descriptions, runs); }
 
+// Bars that had an output don't count.
+TEST(AdapAvgOp, WaitsAgainForARaisedDepth) {
+    OperatorDriver op("AMAOp");
+    op.Set(-1, "2");
+    op.SetArguments("1 1 1");
+    op.Reset();
+    for (const double expected : {U, 7.0, 7.0}) EXPECT_EQ(op.Step({7})[0], expected);
+    op.Set(-1, "4");
+    for (const double expected : {U, U, 7.0}) EXPECT_EQ(op.Step({7})[0], expected);
+}
+
 }  // namespace sarvane::test

@@ -33,4 +33,17 @@ const RunCase runs[] = {
 
 TEST(TrixOp, Cases) { CheckCases("Trix", descriptions, runs); }
 
+// Bars that had an output don't count.
+TEST(TrixOp, WaitsAgainForARaisedDepthOrPeriod) {
+    OperatorDriver op("Trix");
+    op.Set(-1, "1");
+    op.Set(1, "1");
+    op.Reset();
+    for (const double expected : {U, 0.0, 0.0}) EXPECT_EQ(op.Step({1})[0], expected);
+    op.Set(-1, "3");
+    for (const double expected : {U, 0.0}) EXPECT_EQ(op.Step({1})[0], expected);
+    op.Set(1, "3");
+    for (const double expected : {U, 0.0}) EXPECT_EQ(op.Step({1})[0], expected);
+}
+
 }  // namespace sarvane::test

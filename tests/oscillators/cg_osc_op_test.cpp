@@ -20,4 +20,10 @@ const RunCase runs[] = {
 
 TEST(CGOscOp, Cases) { CheckCases("CGOscOp", descriptions, runs); }
 
+TEST(CGOscOp, LooksBackOverTheHistoryDepthWithoutAPeriod) {
+    OperatorDriver op("CGOscOp");
+    op.Set(-1, "50");
+    EXPECT_TRUE(op.Description().ends_with("back 50"));
+}
+
 }  // namespace sarvane::test

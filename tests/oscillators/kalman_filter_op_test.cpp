@@ -19,11 +19,12 @@ TEST(KalmanFilterOp, Cases) { CheckCases("KalmanFilter", {}, runs); }
 
 TEST(KalmanFilterOp, TakesParametersAtTheStartOfARun) {
     OperatorDriver op("KalmanFilter");
+    op.Set(-1, "50");
     op.SetArguments("1 2 1");
     op.Reset({10});
     op.Set(2, "0");
     EXPECT_EQ(op.Description(), "KalmanFilter( %s, 1.000000, 0.000000, 1.000000) | in 0 | out curve1:1 curve2:1 | par "
-                                "1.000000 0.000000 1.000000 | back 400");
+                                "1.000000 0.000000 1.000000 | back 50");
     ExpectSameBits(op.Step({12}), {11, 1}, "running");
     op.Reset({10});
     ExpectSameBits(op.Step({12}), {12, 0}, "started again");
