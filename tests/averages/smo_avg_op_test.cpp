@@ -1,6 +1,7 @@
 #include "support/operator_driver.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace sarvane::test {
 
@@ -17,6 +18,7 @@ const RunCase runs[] = {
     {"a gap repeats the last input", "2", {{U}, {4}, {U}, {0}}, {4, 2}},
     {"the seed stands in for a first gap", "2", {{U}, {4}}, {3}, nullptr, {2}},
     {"nothing is rounded with a bound period", "", {{1234566, 2}, {1234568, 2.9}, {1, 2}}, {1234567, 617284}},
+    {"a bound period of 1 follows the input", "", {{5, 1}, {7, 1.9}}, {5, 7}},
     {"the average starts once there are as many values as the period of the bar",
      "",
      {{1, 2}, {2, 4}, {4, 2}, {0, 3}},
@@ -31,5 +33,24 @@ const RunCase runs[] = {
 };
 
 TEST(SmoAvgOp, Cases) { CheckCases("Smo", descriptions, runs); }
+
+TEST(SmoAvgOp, RoundsToAndLooksBackForFourToFifteenDigits) {
+    const std::tuple<const char*, double, uint> cases[] = {{"3", 123500, 129},
+                                                           {"4", 123500, 129},
+                                                           {"5", 123460, 162},
+                                                           {"15", 123456.789012346, 484},
+                                                           {"99", 123456.789012346, 484}};
+    for (const auto& [digits, rounded, lookback] : cases) {
+        OperatorDriver op("Smo");
+        op.Set(-2, digits);
+        op.Set(1, "14");
+        op.Reset();
+        for (int bar = 1; bar < 14; ++bar) op.Step({123456.7890123456});
+        ExpectSameBits(op.Step({123456.7890123456}), {rounded}, digits);
+        uint bars = 0;
+        op->GetLookback(&bars, nullptr);
+        EXPECT_EQ(bars, lookback) << digits;
+    }
+}
 
 }  // namespace sarvane::test
