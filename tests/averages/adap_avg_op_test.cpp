@@ -30,6 +30,7 @@ const RunCase runs[] = {
      {{1, 1, 1, 3}, {2, 2, U, 3}, {4, 2, 1, U}},
      {1, 4},
      "2"},
+    {"values 1e-100 apart do not move the average", "2 1 1", {{0}, {1e-100}, {2e-100}}, {1e-100, 1e-100}, "1"},
     {"only the fast period is bound", "2 0 3", {{1, U, 1, U}, {2, U, 1, U}, {4, U, 3, U}}, {2, 2.5}, "1"},
 };
 

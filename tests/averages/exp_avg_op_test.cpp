@@ -25,6 +25,7 @@ const RunCase expRuns[] = {
     {"a gap repeats the last input", "3", {{U}, {4}, {U}, {0}, {U}}, {4, 4, 2, 1}},
     {"the seed is a previous input, but not an average to start from", "3", {{4}, {U}}, {4, 4}, nullptr, {8}},
     {"the seed stands in for a first gap", "3", {{U}, {4}}, {8, 6}, nullptr, {8}},
+    {"a smoothing above 1 is a length", "1.5", {{0}, {10}}, {0, 8}},
     {"a smoothing below 1e-9 gives nothing", "9e-10", {{1}, {2}}, {}},
     {"a bar without a good smoothing has no output and leaves the average",
      "",

@@ -41,6 +41,11 @@ const RunCase runs[] = {
      "2 0 2 1 2 1",
      {{8, 0, 1}, {0, 8, 6}, {8, 0, 4}, {8, 0, 2}, {8, 0, 6}},
      {2, 4}},
+    {"flat bars leave the first output without enough ratios",
+     "2 0 2 1 2 1",
+     {{8, 8, 8}, {8, 0, 4}, {8, 0, 2}, {8, 0, 6}},
+     {4, 2, 4}},
+    {"without kinds both lines are the raw ratio", "1 - - 1 3 3", {{8, 0, 4}, {8, 0, 8}, {8, 0, 0}}, {4, 4, 8, 8}},
     {"without a slow length the fast line gives nothing either", "1 2 2 1 3", {{8, 0, 4}, {8, 0, 4}}, {}},
     {"a length beyond an int is never reached", "1 0 0 1 3e9 3e9", {{8, 0, 4}, {8, 0, 4}}, {}},
 };
