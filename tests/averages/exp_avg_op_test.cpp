@@ -13,11 +13,12 @@ const DescriptionCase descriptions[] = {
 
 // Keyword, smoothing, digits, lookback.
 const std::tuple<std::string_view, const char*, const char*, uint> lookbacks[] = {
-    {"Exp", "0.5", "3", 14},       {"Exp", "10", "99", 173},         {"Exp", "10", "x", 47},
-    {"Exp", "1e-20", "6", 10000},  {"Exp", "1e-100", "6", 400},      {"Exp", "-5", "6", 0},
-    {"Exp", "nan", "6", 0},        {"TriAvg", "10", "6", 210},       {"TriAvg", "500", "6", 10000},
-    {"TriAvg", "-0.1", "6", 0},    {"TriAvg", "x", "6", 400},        {"ExHull", "10", "6", 105},
-    {"ExHull", "1e9", "6", 20000}, {"ExHull", "1.5e-100", "6", 400}, {"ExHull", "-5", "6", 400},
+    {"Exp", "0.5", "3", 14},      {"Exp", "10", "99", 173},      {"Exp", "10", "x", 47},
+    {"Exp", "1e-20", "6", 10000}, {"Exp", "1e-100", "6", 400},   {"Exp", "-5", "6", 0},
+    {"Exp", "nan", "6", 0},       {"TriAvg", "10", "6", 210},    {"TriAvg", "500", "6", 10000},
+    {"TriAvg", "-0.1", "6", 0},   {"TriAvg", "x", "6", 400},     {"ExHull", "10", "6", 105},
+    {"ExHull", "0.5", "6", 70},   {"ExHull", "1e9", "6", 20000}, {"ExHull", "1.5e-100", "6", 400},
+    {"ExHull", "-5", "6", 400},
 };
 
 const RunCase expRuns[] = {

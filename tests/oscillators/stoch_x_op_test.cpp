@@ -9,6 +9,9 @@ const DescriptionCase descriptions[] = {
     {"ratios are stored as lengths, by kind", "1 1 2 10 0.25 0.25",
      "StochX_( %s, 1, 1, 2, 10.000000, 4.000000, 7.000000) | in 0H 0L 0 | out curve1:1 curve2:1 | "
      "par 1 1 2 10.000000 4.000000 7.000000 | back 200"},
+    {"lengths from 1 on stay as they are", "1 1 2 10 1 1.25",
+     "StochX_( %s, 1, 1, 2, 10.000000, 1.000000, 1.250000) | in 0H 0L 0 | out curve1:1 curve2:1 | "
+     "par 1 1 2 10.000000 1.000000 1.250000 | back 200"},
     {"a text that is no number is converted as a ratio too", "2 0 1 300 x x",
      "StochX_( %s, 2, 0, 1, 300.000000, -1.000000, -0.000000) | in 0H 0L 0 | out curve1:1 curve2:1 | "
      "par 2 0 1 300.000000 -1.000000 -0.000000 | back 300"},
@@ -23,6 +26,7 @@ const RunCase runs[] = {
      "1 0 0 1 2 2",
      {{8, 0, 1}, {8, 0, 2}, {8, 0, 4}, {8, 0, 3}, {18, 10, 14}},
      {2, U, 4, 2, 13, 14}},
+    {"simple averages of three bars", "1 0 2 1 3 1", {{8, 0, 6}, {8, 0, 3}, {8, 0, 0}, {8, 0, 3}}, {1.5, 6}},
     {"simple averages of parts",
      "2 0 0 1 2 2",
      {{8, 0, 1}, {8, 0, 2}, {8, 0, 4}, {8, 0, 3}, {24, 0, 14}},
