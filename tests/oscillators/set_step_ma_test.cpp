@@ -20,6 +20,7 @@ const StepCase cases[] = {
     {"a smoothed average starts as a simple one", StepSmo, 4, {1, 2, 3, 6, 7, 5}, {U, U, U, 3, 4, 4.25}, 200},
     {"an exponential average starts as its first input", StepExp, 3, {U, 1, 2, U}, {U, 1, 1.5, 1.75}, 200},
     {"a length up to 1 is a ratio", StepExp, 0.25, {4, 8, 1}, {4, 5, 4}, 200},
+    {"a length just above 1 is not", StepExp, 1.5, {0, 10}, {0, 8}, 200},
     {"a ratio of 1/32 stands for 63 bars", StepExp, 0.03125, {5}, {5}, 252},
     {"the lowest leaves with its window", StepLowest, 2, {5, 1, 4, 3}, {U, 1, 1, 3}, 2},
     {"the highest leaves with its window", StepHighest, 2, {1, 5, 2, 3}, {U, 5, 5, 3}, 2},
