@@ -22,7 +22,7 @@ struct ExpStage {
 template <std::size_t Count>
 struct ExpStagesInSeries {
     static constexpr std::size_t CurveStages = 1;   // how many stages, counted from the first, average the curve
-    static constexpr double LeastSmoothing = 1e-9;  // that gives every stage a factor
+    static constexpr double LeastSmoothing = 1e-9;  // below it a stage has no factor
 
     // False if the last stage averaged nothing.
     bool Advance(double value);
@@ -50,7 +50,7 @@ struct CExHullAvgState {
     static constexpr const char* Keyword = "ExHull";
     static constexpr const char* Sentence = "exponential average that makes up for its lag";
     static constexpr std::size_t CurveStages = 2;
-    static constexpr double LeastSmoothing = 2e-9;  // half of it still gives a factor
+    static constexpr double LeastSmoothing = 2e-9;  // below it stage 1 has no factor
 
     bool Advance(double value);
     void SetFactors(double smoothing);

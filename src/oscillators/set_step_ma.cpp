@@ -3,7 +3,6 @@
 #include "frame/numbers.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 namespace sarvane {
@@ -43,8 +42,8 @@ double CSetStepMA::Step(double value) {
 
     live.window.Push(value);
     if (live.window.Size() > (kind == StepExp ? 1 : count)) {
-        const bool keepsSum = kind != StepExp && (kind != StepSmo || IsUndefined(live.value));
-        if (keepsSum) live.sum -= live.window[0];
+        const bool usesSum = kind != StepExp && (kind != StepSmo || IsUndefined(live.value));
+        if (usesSum) live.sum -= live.window[0];
         live.window.PopFront();
     }
     const double result = Result(live, value);
@@ -53,16 +52,15 @@ double CSetStepMA::Step(double value) {
 }
 
 // The result for a window that `value` was just appended to. The window is full with `count` inputs, but an average is
-// divided by `length`, which need not be a whole number.
+// divided by `length`, which need not be a whole number. It is at least 2 here: shorter windows need no record.
 double CSetStepMA::Result(StepMARecord& live, double value) const {
     const bool full = live.window.Size() == count;
-    const bool divides = full && std::abs(length) > 1e-100;
     switch (kind) {
-    case StepSim: live.sum += value; return divides ? live.sum / length : UndefinedValue;
+    case StepSim: live.sum += value; return full ? live.sum / length : UndefinedValue;
     case StepSmo:
         if (!IsUndefined(live.value)) return live.value = (value - live.value) / length + live.value;
         live.sum += value;
-        return divides ? live.value = live.sum / length : UndefinedValue;
+        return full ? live.value = live.sum / length : UndefinedValue;
     case StepExp: {
         const double ratio = length > 1.0 ? 2.0 / (length + 1.0) : length;
         const double before = IsUndefined(live.value) ? value : live.value;

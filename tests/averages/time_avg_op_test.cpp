@@ -13,7 +13,10 @@ const DescriptionCase descriptions[] = {
 const RunCase runs[] = {
     {"each key has a window", "- 2", {{1, 1}, {5, 2}, {3, 1.9}, {8, 2}, {4, 1}}, {2, 6.5, 3.5}},
     {"a gap is skipped, a missing key is a key", "- 2", {{1, U}, {U, U}, {3, U}}, {2}},
-    {"a window moves by the difference of its ends", "- 1", {{1e308, 1}, {1e308, 1}, {1, 1}}, {1e308, 1e308, 0}},
+    {"a sum grows by the new value minus the oldest, in one step",
+     "- 1",
+     {{1e308, 1}, {1e308, 1}, {1, 1}},
+     {1e308, 1e308, 0}},
 };
 
 TEST(TimeAvgOp, Cases) { CheckCases("TimeAvg", descriptions, runs); }

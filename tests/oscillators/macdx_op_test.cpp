@@ -15,6 +15,10 @@ const RunCase runs[] = {
     {"a gap repeats the last input", "0.5 0.25 0.5", {{U}, {8}, {16}, {U}, {16}}, {8, 8, 10, 13.5}},
     {"the seed stands in for a first gap", "0.5 0.25 0.5", {{U}, {16}}, {8, 8}, nullptr, {8}},
     {"averages of one ratio never cross", "3 0.5 9", {{8}, {16}}, {}},
+    {"ratios 1e-100 apart are equal", "1e-100 0", {{8}}, {}},
+    {"so are they the other way round", "0 1e-100", {{8}}, {}},
+    {"ratios further apart are not", "1.1e-100 0", {{8}}, {0}},
+    {"nor are they the other way round", "0 1.1e-100", {{8}}, {-0.0}},
 };
 
 TEST(MACDXOp, Cases) { CheckCases("MACDXOp", descriptions, runs); }

@@ -20,10 +20,11 @@ const StepCase cases[] = {
     {"a smoothed average starts as a simple one", StepSmo, 4, {1, 2, 3, 6, 7, 5}, {U, U, U, 3, 4, 4.25}, 200},
     {"an exponential average starts as its first input", StepExp, 3, {U, 1, 2, U}, {U, 1, 1.5, 1.75}, 200},
     {"a length up to 1 is a ratio", StepExp, 0.25, {4, 8, 1}, {4, 5, 4}, 200},
+    {"a length just above 1 is not", StepExp, 1.5, {0, 10}, {0, 8}, 200},
     {"a ratio of 1/32 stands for 63 bars", StepExp, 0.03125, {5}, {5}, 252},
     {"the lowest leaves with its window", StepLowest, 2, {5, 1, 4, 3}, {U, 1, 1, 3}, 2},
     {"the highest leaves with its window", StepHighest, 2, {1, 5, 2, 3}, {U, 5, 5, 3}, 2},
-    {"a running sum loses what rounding took", StepSum, 2, {1e17, 1, 2, 3}, {U, 1e17, 2, 4}, 2},
+    {"a running sum keeps the error of its rounding", StepSum, 2, {1e17, 1, 2, 3}, {U, 1e17, 2, 4}, 2},
     {"a length of 1 passes on its input and keeps nothing", StepSum, 1.9, {7, U}, {7, U}, 1},
     {"a length beyond an int gives nothing", StepHighest, 3e9, {7, 7}, {U, U}, UndefinedParam},
 };
