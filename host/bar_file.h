@@ -1,47 +1,67 @@
 #pragma once
 
-#include "row_reader.h"
+#include "bar_columns.h"
+#include "bar_time.h"
+#include "row_collector.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace sarvane::study {
 
-// The bars of a file of comma-separated values. Its first line names the columns in any letter case: `date` or `time`
-// first, then numbers in any order. An empty cell is an undefined value.
+// A series of bars, from the oldest to the newest. Each has a time of its own: the same time again changes its bar.
+//
+// A file of bars holds comma-separated values. Its first line names the columns in any letter case: `date` or `time`
+// first, then numbers in any order.
 class BarFile {
 public:
     // Fails with file, line and column of the first fault.
-    explicit BarFile(const std::filesystem::path& file);
+    explicit BarFile(const std::filesystem::path& file, const ReadSettings& settings = {});
+    // The bars of rows that have been finished.
+    BarFile(BarHeader header, RowCollector rows);
     // No bars so far.
-    explicit BarFile(BarHeader header);
+    explicit BarFile(BarHeader header, TimeReader times = {});
 
     const std::string& Name() const { return header.name; }
-    std::size_t BarCount() const { return dateEnds.size(); }
+    const BarHeader& Header() const { return header; }
+    std::size_t BarCount() const { return columns.Count(); }
 
     // The heading of the dates.
     const std::string& DateTitle() const { return header.dateTitle; }
-    std::string_view Date(std::size_t bar) const {
-        const std::size_t begin = bar == 0 ? 0 : dateEnds[bar - 1];
-        return std::string_view(dates).substr(begin, dateEnds[bar] - begin);
-    }
+    // As the file has it, on the first line of the bar.
+    std::string_view Date(std::size_t bar) const { return columns.Date(bar); }
+    // In a form of ISO 8601, unless it is no time.
+    std::string IsoDate(std::size_t bar) const;
+    bool HasTimes() const { return reader.HasTimes(); }
+    BarTime Time(std::size_t bar) const { return times[bar]; }
 
     // Names of the columns of numbers, as the file has them.
     const std::vector<std::string>& Columns() const { return header.titles; }
     std::optional<std::size_t> FindColumn(std::string_view title) const { return header.FindColumn(title); }
-    double Value(std::size_t column, std::size_t bar) const { return values[column][bar]; }
+    double Value(std::size_t column, std::size_t bar) const { return columns.values[column][bar]; }
+    BarRow Row(std::size_t bar) const { return columns.Row(bar); }
 
+    // The bar with this date, or BarCount() for a date behind all bars. Fails if it is no time, or lies before the last
+    // bar and is none of the bars.
+    std::size_t BarOf(std::string_view date);
+    // Adds a bar with a date behind all bars.
     void Append(const BarRow& row);
     // Gives a bar other values; its date stays.
-    void Replace(std::size_t bar, const std::vector<double>& row);
+    void Replace(std::size_t bar, const std::vector<double>& row) { columns.Replace(bar, row); }
+
+    // What the user should know of the dates since the last call.
+    std::vector<std::string> TakeNotices() { return reader.TakeNotices(); }
 
 private:
+    bool ReadAnew(std::string_view date);
+
     BarHeader header;
-    std::string dates;  // one behind the other
-    std::vector<std::size_t> dateEnds;
-    std::vector<std::vector<double>> values;  // by column
+    TimeReader reader;
+    BarColumns columns;
+    std::vector<BarTime> times;  // of the bars
 };
 
 }  // namespace sarvane::study

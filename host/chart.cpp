@@ -2,17 +2,18 @@
 
 #include "chart_template.h"
 #include "failure.h"
+#include "output_file.h"
 #include "path.h"
 #include "platform/system.h"
 #include "progress.h"
 #include "sarvane/chart_label.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 namespace sarvane::study {
 namespace {
@@ -126,7 +127,7 @@ public:
     json Json(const ChartSettings& settings) const {
         json dates = json::array(), prices = json::object(), studies = json::array(), marks = json::array();
         json sources = json::array();
-        for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) dates.push_back(bars.Date(bar));
+        for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) dates.push_back(bars.IsoDate(bar));
         for (const char* price : {"open", "high", "low", "close"}) {
             if (const auto column = bars.FindColumn(price)) prices[price] = ColumnJson(bars, *column);
         }
@@ -242,20 +243,14 @@ ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& sett
     return {std::move(html), drawing.Height()};
 }
 
-void WritePage(const fs::path& file, const ChartPage& page) {
-    std::ofstream stream(file, std::ios::binary);
-    if (!stream) Fail("{}: {}", TextOf(file), std::strerror(errno));
-    stream << page.html;
-    stream.close();
-    if (!stream) Fail("{}: not all could be written", TextOf(file));
-}
-
-void PaintPicture(const fs::path& file, const ChartPage& page, int width) {
+std::string PaintPicture(const std::string& name, const ChartPage& page, int width) {
     std::vector<std::string> words = BrowserCommand();
-    if (words.empty()) Fail("{}: no picture, for that takes Chromium, and none is installed", TextOf(file));
+    if (words.empty()) Fail("{}: no picture, for that takes Chromium, and none is installed", name);
     const TemporaryFolder folder;
     const fs::path html = folder.Path() / "chart.html", picture = folder.Path() / "chart.png";
-    WritePage(html, page);
+    OutputFile file(html, {});
+    file.Write(page.html);
+    file.Close();
     const std::string browser = words.front();
     std::ranges::copy(
         std::initializer_list<std::string>{
@@ -265,10 +260,11 @@ void PaintPicture(const fs::path& file, const ChartPage& page, int width) {
             fmt::format("--window-size={},{}", width, page.height), fmt::format("--screenshot={}", TextOf(picture)),
             FileUrl(html) + "#picture"},
         std::back_inserter(words));
-    if (!RunSilently(words) || !fs::exists(picture)) Fail("{}: {} painted no picture", TextOf(file), browser);
-    std::error_code error;
-    fs::copy_file(picture, file, fs::copy_options::overwrite_existing, error);
-    if (error) Fail("{}: {}", TextOf(file), error.message());
+    if (!RunSilently(words) || !fs::exists(picture)) Fail("{}: {} painted no picture", name, browser);
+    std::ostringstream bytes;
+    bytes << std::ifstream(picture, std::ios::binary).rdbuf();
+    if (bytes.str().empty()) Fail("{}: {} painted an empty picture", name, browser);
+    return bytes.str();
 }
 
 }  // namespace sarvane::study

@@ -2,7 +2,6 @@
 
 #include "study.h"
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -22,9 +21,8 @@ struct ChartPage {
 // over them, all others in panes below. Fails if this program was built without what draws charts.
 ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& settings);
 
-void WritePage(const std::filesystem::path& file, const ChartPage& page);
-
-// Has a browser of this machine paint a page, `width` pixels wide, into a PNG file. Fails where there is none.
-void PaintPicture(const std::filesystem::path& file, const ChartPage& page, int width);
+// Has a browser of this machine paint a page, `width` pixels wide, and gives the bytes of the PNG file `name`. Fails where
+// there is none.
+std::string PaintPicture(const std::string& name, const ChartPage& page, int width);
 
 }  // namespace sarvane::study

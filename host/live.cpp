@@ -1,32 +1,52 @@
 #include "live.h"
 
-#include "console.h"
-#include "failure.h"
-#include "growing_file.h"
 #include "platform/system.h"
-#include "table.h"
 
 #include <algorithm>
 #include <bit>
 #include <chrono>
 #include <cmath>
-#include <fmt/ranges.h>
-#include <optional>
+#include <fmt/format.h>
 
 namespace sarvane::study {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Texts of dates compare as dates where a year of four digits comes first. Of others this is not known.
-bool IsEarlier(std::string_view date, std::string_view than) {
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    return date.size() == than.size() && date.size() > 4 && !isDigit(date[4]) && !isDigit(than[4]) &&
-           std::ranges::all_of(date.substr(0, 4), isDigit) && date < than;
-}
-
 std::uint64_t NanosecondsSince(Clock::time_point start) {
     return static_cast<std::uint64_t>(std::chrono::nanoseconds(Clock::now() - start).count());
+}
+
+bool HasSameValues(const BarFile& series, std::size_t bar, const BarFile& other, std::size_t otherBar) {
+    for (std::size_t column = 0; column < series.Columns().size(); ++column) {
+        if (series.Value(column, bar) != other.Value(column, otherBar)) return false;
+    }
+    return true;
+}
+
+// Both series rise, so that one walk along both finds the bars that they share, which `onShared` is given. Bars without
+// times are known by their places, up to where the series part.
+template <class OnShared>
+Live::Difference Compare(const BarFile& old, const BarFile& series, OnShared onShared) {
+    const bool haveTimes = old.HasTimes() && series.HasTimes();
+    const auto isShared = [&](std::size_t i, std::size_t bar) {
+        return haveTimes ? old.Time(i) == series.Time(bar) : i == bar && old.Date(i) == series.Date(bar);
+    };
+    Live::Difference difference;
+    for (std::size_t i = 0, bar = 0; i < old.BarCount() || bar < series.BarCount();) {
+        const bool both = i < old.BarCount() && bar < series.BarCount();
+        const bool isSame = both && isShared(i, bar);
+        const bool isGone = !isSame && i < old.BarCount() && (!both || !haveTimes || old.Time(i) < series.Time(bar));
+        const bool isChanged = !isSame || !HasSameValues(old, i, series, bar);
+        if (isChanged && !difference.firstBar) difference.firstBar = bar;
+        if (isSame) onShared(i, bar);
+        if (isGone && difference.goneBars++ == 0) difference.firstGone = old.Date(i);
+        difference.newBars += !isSame && !isGone;
+        if (isSame && isChanged) ++(i + 1 == old.BarCount() ? difference.ticks : difference.corrections);
+        i += isSame || isGone;
+        bar += !isGone;
+    }
+    return difference;
 }
 
 }  // namespace
@@ -50,8 +70,9 @@ double Durations::Quantile(double share) const {
 }
 
 Live::Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions,
-           bool allOutputs, RunSettings settings, std::size_t snapshotDistance, Show whenChanged, std::size_t slots)
-    : bars(header), show(std::move(whenChanged)), distance(snapshotDistance), mostKept(slots) {
+           bool allOutputs, RunSettings settings, std::size_t snapshotDistance, Show whenChanged, std::size_t slots,
+           TimeReader times)
+    : bars(header, std::move(times)), show(std::move(whenChanged)), distance(snapshotDistance), mostKept(slots) {
     settings.live = true;
     study.emplace(library, bars, settings);
     for (const std::string& expression : expressions) study->Add(expression, allOutputs);
@@ -60,21 +81,16 @@ Live::Live(const Library& library, const BarHeader& header, const std::vector<st
 }
 
 void Live::Take(const BarRow& row) {
-    if (row.date.empty()) Fail("a line without a {}", bars.DateTitle());
-    const std::size_t count = bars.BarCount();
-    if (const auto known = barOfDate.find(row.date); known != barOfDate.end()) {
-        known->second + 1 == count ? Tick(row) : Correct(known->second, row);
-        return;
-    }
-    if (count > 0 && IsEarlier(row.date, bars.Date(count - 1)))
-        Fail("{} lies before the last bar, {}, and is none of the bars so far", row.date, bars.Date(count - 1));
-    Open(row);
+    const std::size_t bar = bars.BarOf(row.date), count = bars.BarCount();
+    if (bar == count)
+        Open(row);
+    else
+        bar + 1 == count ? Tick(row) : Correct(bar, row);
 }
 
 void Live::Open(const BarRow& row) {
     const std::size_t bar = bars.BarCount();
     bars.Append(row);
-    barOfDate.emplace(row.date, bar);
     const auto start = Clock::now();
     SaveBefore(bar);
     study->Step(bar);
@@ -96,6 +112,30 @@ void Live::Tick(const BarRow& row) {
 void Live::Correct(std::size_t bar, const BarRow& row) {
     bars.Replace(bar, row.values);
     ++corrections;
+    RunFrom(bar);
+}
+
+// What was shown stays with its bar, so that only what changes is shown again.
+Live::Difference Live::TakeOver(BarFile series) {
+    const std::size_t width = study->Results().size();
+    std::vector<double> stillShown(series.BarCount() * width);
+    std::vector<bool> areShown(series.BarCount());
+    const Difference difference = Compare(bars, series, [&](std::size_t old, std::size_t bar) {
+        std::copy_n(&shown[old * width], width, &stillShown[bar * width]);
+        areShown[bar] = isShown[old];
+    });
+    bars = std::move(series);
+    shown = std::move(stillShown);
+    isShown = std::move(areShown);
+    ticks += difference.ticks;
+    corrections += difference.corrections;
+    if (difference.firstBar) RunFrom(*difference.firstBar);
+    return difference;
+}
+
+// Calculates `bar` and all behind it, or the last one if there are fewer.
+void Live::RunFrom(std::size_t bar) {
+    bar = std::min(bar, std::max<std::size_t>(bars.BarCount(), 1) - 1);
     const std::size_t slot = distance > 0 ? std::min(bar / distance, kept) : 0;
     if (slot > 0) {
         study->Restore(static_cast<short>(slot));
@@ -137,8 +177,12 @@ void Live::MakeRoom(std::size_t bar) {
 void Live::ShowIfChanged(std::size_t bar) {
     const auto& results = study->Results();
     const std::size_t begin = bar * results.size();
-    bool changed = begin == shown.size();
-    if (changed) shown.resize(begin + results.size());
+    if (bar == isShown.size()) {
+        shown.resize(begin + results.size());
+        isShown.push_back(false);
+    }
+    bool changed = !isShown[bar];
+    isShown[bar] = true;
     for (std::size_t i = 0; i < results.size(); ++i) {
         double& last = shown[begin + i];
         changed |= std::bit_cast<std::uint64_t>(last) != std::bit_cast<std::uint64_t>(*results[i].value);
@@ -160,63 +204,6 @@ std::string Live::Finish() {
         report += fmt::format("snapshots  {}, every {} bars, {:.1f} kB with the running state\n", kept, distance,
                               static_cast<double>(freed) / 1e3);
     return report;
-}
-
-void RunLive(const Library& library, const std::string& file, const std::vector<std::string>& expressions,
-             bool allOutputs, const RunSettings& settings, std::size_t distance, bool follow) {
-    GrowingFile source(file, follow);
-    RowReader reader(source.Name());
-    std::optional<Live> live;
-    std::optional<ScreenTable> table;
-    std::size_t skipped = 0;
-    const auto show = [&](std::size_t bar) {
-        if (!table) table.emplace(live->Bars(), live->Expressions());
-        table->WriteBar(live->Bars().Date(bar), live->Expressions());
-    };
-    const auto skip = [&](const std::string& fault) {
-        Tell(fault + "; left out");
-        ++skipped;
-    };
-    const auto start = [&] {
-        live.emplace(library, reader.Header(), expressions, allOutputs, settings, distance, show);
-        for (const std::string& keyword : live->Expressions().WithoutSnapshots()) {
-            Tell(keyword +
-                 " keeps no snapshots, it only takes its last bar back: after ticks on a full window its values can "
-                 "differ from a run over finished bars, and corrections start at the first bar");
-        }
-    };
-    const auto takeNext = [&] {
-        try {
-            if (!reader.Next()) return false;
-        } catch (const Failure& failure) {
-            if (!reader.HasHeader()) throw;
-            skip(failure.what());
-            return true;
-        }
-        if (!live) start();
-        try {
-            live->Take(reader.Row());
-        } catch (const Failure& failure) {
-            skip(fmt::format("{}:{}: {}", source.Name(), reader.Line(), failure.what()));
-        }
-        return true;
-    };
-    while (true) {
-        const std::string_view text = source.Read();
-        if (text.empty() && !Interrupted()) reader.End();
-        reader.Add(text);
-        while (!Interrupted() && takeNext()) {
-        }
-        if (reader.HasHeader() && !live) start();
-        FlushOutput();
-        if (OutputReaderIsGone()) return;
-        if (text.empty() || Interrupted()) break;
-    }
-    if (!live && Interrupted()) return;
-    if (!live) Fail("{}: the file is empty", source.Name());
-    std::string report = live->Finish();
-    if (skipped > 0) report += fmt::format("left out   {} lines\n", skipped);
-    PrintError(report);
 }
 
 }  // namespace sarvane::study

@@ -8,7 +8,6 @@
 #include <limits>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace sarvane::study {
@@ -25,8 +24,8 @@ private:
     std::uint64_t total = 0;
 };
 
-// Expressions over bars that come line by line. A line with the date of the last bar is a tick: it changes that bar. A
-// line with the date of an older bar corrects it, and one with a new date opens the next bar. The last bar's values
+// Expressions over bars that come line by line. A line with the time of the last bar is a tick: it changes that bar. A
+// line with the time of an older bar corrects it, and one with a later time opens the next bar. The last bar's values
 // are those that a run over the bars so far gives on its last bar.
 //
 // The state before the last bar is kept in a slot of its own, on top of snapshots that stay: slot n is the state before
@@ -39,14 +38,29 @@ public:
     static constexpr std::size_t AllSlots = std::numeric_limits<short>::max() - 1;
 
     // `show` is called for each bar whose values have changed. A snapshot stays every `distance` bars, none with 0. Once
-    // these fill `slots`, two or more, every other one goes, and further ones come twice as far from each other.
+    // these fill `slots`, two or more, every other one goes, and further ones come twice as far from each other. `times`
+    // knows how dates are written if other rows have shown it.
     Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions, bool allOutputs,
-         RunSettings settings, std::size_t distance, Show show, std::size_t slots = AllSlots);
+         RunSettings settings, std::size_t distance, Show show, std::size_t slots = AllSlots, TimeReader times = {});
 
     // Fails if the row can't have a place in the series; that row is left out.
     void Take(const BarRow& row);
 
+    // How one series differs from the one before.
+    struct Difference {
+        std::size_t ticks = 0;        // 1 if the bar that was the last one has other values
+        std::size_t corrections = 0;  // older bars with other values
+        std::size_t newBars = 0;
+        std::size_t goneBars = 0;
+        std::string firstGone;                // its date
+        std::optional<std::size_t> firstBar;  // that differs, or that would be where one is gone
+    };
+    // Goes on with another series that has the same columns. Only what comes from its first difference on is calculated.
+    Difference TakeOver(BarFile series);
+
     const BarFile& Bars() const { return bars; }
+    // What the user should know of the dates since the last call.
+    std::vector<std::string> TakeNotices() { return bars.TakeNotices(); }
     const Study& Expressions() const { return *study; }
     // Ends the run and tells in lines what it was like.
     std::string Finish();
@@ -55,6 +69,7 @@ private:
     void Open(const BarRow& row);
     void Tick(const BarRow& row);
     void Correct(std::size_t bar, const BarRow& row);
+    void RunFrom(std::size_t bar);
     void SaveBefore(std::size_t bar);
     void MakeRoom(std::size_t bar);
     void ShowIfChanged(std::size_t bar);
@@ -63,8 +78,8 @@ private:
     BarFile bars;
     std::optional<Study> study;  // until the end
     Show show;
-    std::unordered_map<std::string, std::size_t> barOfDate;
     std::vector<double> shown;  // values of all bars, as they were shown last
+    std::vector<bool> isShown;  // by bar
     std::size_t distance;
     std::size_t mostKept;
     std::size_t kept = 0;  // snapshots, in slots 1 and on
@@ -72,11 +87,5 @@ private:
     std::size_t corrections = 0;
     Durations updates;  // of the last bar
 };
-
-// Runs expressions over a file of bars, or standard input for "-", prints each change, and reports at the end on
-// standard error. A line that can't be taken is reported there and left out. A regular file is followed as it grows,
-// until a signal ends the program, unless `follow` is false.
-void RunLive(const Library& library, const std::string& file, const std::vector<std::string>& expressions,
-             bool allOutputs, const RunSettings& settings, std::size_t distance, bool follow);
 
 }  // namespace sarvane::study

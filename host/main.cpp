@@ -4,7 +4,8 @@
 #include "console.h"
 #include "description.h"
 #include "failure.h"
-#include "live.h"
+#include "follow.h"
+#include "output_file.h"
 #include "path.h"
 #include "platform/system.h"
 #include "progress.h"
@@ -15,6 +16,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <fmt/format.h>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
@@ -29,6 +31,7 @@ struct Options {
     std::vector<std::string> arguments;
     std::string barFile;
     std::vector<std::string> expressions;
+    ReadSettings reading;
     std::string output;
     std::optional<std::size_t> last;
     bool allOutputs = false;
@@ -58,18 +61,37 @@ void DescribeOne(const Options& options) {
                        : DescribeText(library, options.keyword, options.arguments, operators));
 }
 
+BarFile ReadBars(const Options& options) {
+    ReadSettings settings = options.reading;
+    settings.tell = Tell;
+    RefuseAsStandardOutput(PathOf(options.barFile));
+    return BarFile(PathOf(options.barFile), settings);
+}
+
+// Null without a path. Of what the command reads, or writes besides, nothing may be written over.
+std::unique_ptr<OutputFile> OpenOutput(const std::string& path, const Options& options, const std::string& other = {}) {
+    if (path.empty()) return nullptr;
+    std::vector<std::filesystem::path> taken = {PathOf(options.barFile)};
+    for (const std::string& file : {options.library, other}) {
+        if (!file.empty()) taken.push_back(PathOf(file));
+    }
+    return std::make_unique<OutputFile>(PathOf(path), taken);
+}
+
 void Run(const Options& options) {
     const Library library(PathOf(options.library));
-    const BarFile bars(PathOf(options.barFile));
+    const BarFile bars = ReadBars(options);
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, options.allOutputs);
     for (const std::string& warning : study.Warnings()) Tell(warning);
 
     const std::size_t count = bars.BarCount();
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
+    const std::unique_ptr<OutputFile> output = OpenOutput(options.output, options);
     std::optional<CsvTable> file;
-    if (!options.output.empty()) file.emplace(options.output, bars, study);
-    ScreenTable screen(bars, study);
+    if (output) file.emplace(*output, bars, study);
+    std::optional<ScreenTable> screen;
+    if (!output || !output->IsStandardOutput()) screen.emplace(bars, study);
     Progress progress("calculating", static_cast<double>(count));
     study.Reset();
     for (std::size_t bar = 0; bar < count; ++bar) {
@@ -77,22 +99,27 @@ void Run(const Options& options) {
         progress.Update(static_cast<double>(bar));
         if (bar < firstShown) continue;
         progress.Hide();
-        screen.WriteBar(bars.Date(bar), study);
+        if (screen) screen->WriteBar(bars.Date(bar), study);
         if (file) file->WriteBar(bars.Date(bar), study);
         if (!file && OutputReaderIsGone()) return;
     }
-    if (file) file->Close();
+    if (!file) return;
+    output->Close();
+    if (file->NotFinite() > 0)
+        Tell(fmt::format("{}: values that are infinite or no number, written as gaps: {}", options.output,
+                         file->NotFinite()));
 }
 
 void RunLive(const Options& options) {
     const Library library(PathOf(options.library));
+    RefuseAsStandardOutput(PathOf(options.barFile));
     RunLive(library, options.barFile, options.expressions, options.allOutputs, options.settings,
             options.snapshotDistance, !options.noFollow);
 }
 
 void ReplayAll(const Options& options) {
     const Library library(PathOf(options.library));
-    const BarFile bars(PathOf(options.barFile));
+    const BarFile bars = ReadBars(options);
     std::size_t different = 0;
     for (const std::string& expression : options.expressions) {
         const ReplayResult result = Replay(library, bars, expression, options.settings, options.ticks);
@@ -128,14 +155,27 @@ void AddRunSettings(CLI::App& command, Options& options) {
     AddOperatorSettings(command, options.settings.operators);
 }
 
+void AddReadSettings(CLI::App& command, ReadSettings& settings) {
+    command.add_flag("--skip-bad", settings.leaveOutBad, "report lines that can't be read, and leave them out");
+    command.add_flag("--sort", settings.sort, "put lines in the order of their times");
+}
+
 void DrawOne(const Options& options) {
     const Library library(PathOf(options.library));
-    const BarFile bars(PathOf(options.barFile));
+    const BarFile bars = ReadBars(options);
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, true);
+    const auto pageFile = OpenOutput(options.output, options, options.picture);
+    const auto pictureFile = OpenOutput(options.picture, options, options.output);
     const ChartPage page = DrawChart(bars, study, {options.theme, options.last});
-    if (!options.output.empty()) WritePage(PathOf(options.output), page);
-    if (!options.picture.empty()) PaintPicture(PathOf(options.picture), page, options.pictureWidth);
+    if (pageFile) {
+        pageFile->Write(page.html);
+        pageFile->Close();
+    }
+    if (pictureFile) {
+        pictureFile->Write(PaintPicture(options.picture, page, options.pictureWidth));
+        pictureFile->Close();
+    }
 }
 
 int Main(int argc, char** argv) {
@@ -159,6 +199,7 @@ int Main(int argc, char** argv) {
 
     CLI::App* const run = app.add_subcommand("run", "run expressions over a file of bars");
     AddRunSettings(*run, options);
+    AddReadSettings(*run, options.reading);
     run->add_option("-o,--output", options.output, "write the table to this file, too, with all digits");
     run->add_option("--last", options.last, "show only the last N bars")->check(AtLeast(0));
     run->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
@@ -167,8 +208,9 @@ int Main(int argc, char** argv) {
     CLI::App* const live = app.add_subcommand(
         "live", "follow a growing file of bars and ticks, or standard input for '-', and print each change");
     live->footer(
-        "A line with the date of the last bar changes that bar, one with an earlier date corrects an older bar,\n"
-        "and one with a new date opens the next bar. A line that can't be read is reported and left out.");
+        "A line with the time of the last bar changes that bar, one with the time of an older bar corrects it, and\n"
+        "one with a later time opens the next bar. A line that can't be read is reported and left out. A file that\n"
+        "is replaced or written anew is read again, and what differs is shown.");
     AddRunSettings(*live, options);
     live->add_flag("--all-outputs", options.allOutputs, "a column for each output of an expression");
     live->add_option("--snapshots", options.snapshotDistance,
@@ -180,6 +222,7 @@ int Main(int argc, char** argv) {
     CLI::App* const replay = app.add_subcommand(
         "replay", "feed each bar as ticks, compare the values with those of a run, and time the updates");
     AddRunSettings(*replay, options);
+    AddReadSettings(*replay, options.reading);
     replay->add_option("--ticks", options.ticks, "a bar, from its open over high and low to its close")
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
@@ -188,6 +231,7 @@ int Main(int argc, char** argv) {
     CLI::App* const chart =
         app.add_subcommand("chart", "draw all outputs of expressions over a file of bars, as one page for a browser");
     AddRunSettings(*chart, options);
+    AddReadSettings(*chart, options.reading);
     chart->get_option("expressions")->required(false);
     chart->add_option("-o,--output", options.output, "the page");
     chart->add_option("--png", options.picture, "a picture of the page, painted by an installed Chromium");

@@ -14,13 +14,21 @@ namespace {
 
 constexpr std::size_t LongestLine = 1 << 20;
 
-// A whole cell as a finite number.
+// What stands in the place of a number that is missing, in any letter case.
+constexpr std::string_view GapWords[] = {"nan", "-nan", "null", "none", "n/a", "#n/a", "na", "-", "--"};
+
+// A whole cell as a finite number, or as a gap.
 std::optional<double> ParseCell(std::string_view cell) {
-    if (cell.starts_with('+')) cell.remove_prefix(1);
+    const std::size_t begin = std::min(cell.find_first_not_of(" \t"), cell.size());
+    cell = cell.substr(begin, cell.find_last_not_of(" \t") + 1 - begin);
+    if (cell.empty()) return UndefinedValue;
+    if (cell.starts_with('+') && !cell.starts_with("+-")) cell.remove_prefix(1);
     double value = 0.0;
     const auto [end, error] = std::from_chars(cell.data(), cell.data() + cell.size(), value);
-    if (error != std::errc() || end != cell.data() + cell.size() || !std::isfinite(value)) return std::nullopt;
-    return value;
+    if (error == std::errc() && end == cell.data() + cell.size() && std::isfinite(value)) return value;
+    const bool isGap =
+        std::ranges::any_of(GapWords, [&](std::string_view word) { return EqualIgnoringCase(cell, word); });
+    return isGap ? std::optional(UndefinedValue) : std::nullopt;
 }
 
 }  // namespace
@@ -103,7 +111,7 @@ void RowReader::TakeValue(std::string_view cell, std::size_t column) {
         row.date = cell;
         return;
     }
-    const std::optional<double> value = cell.empty() ? UndefinedValue : ParseCell(cell);
+    const std::optional<double> value = ParseCell(cell);
     if (!value) Fail("{} is no number ({})", Quoted(cell), header.titles[column - 2]);
     row.values.push_back(*value);
 }

@@ -2,12 +2,11 @@
 
 #include "console.h"
 #include "csv.h"
-#include "failure.h"
 #include "sarvane/chart_label.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <cmath>
+#include <fmt/format.h>
 
 namespace sarvane::study {
 namespace {
@@ -49,29 +48,28 @@ void ScreenTable::WriteBar(std::string_view date, const Study& study) {
     Print(std::string(text.substr(0, text.find_last_not_of(' ') + 1)) + '\n');
 }
 
-CsvTable::CsvTable(const std::string& path, const BarFile& bars, const Study& study)
-    : name(path), file(std::fopen(path.c_str(), "wb")) {
-    if (!file) Fail("{}: {}", name, std::strerror(errno));
-    WriteCell(bars.DateTitle(), true);
-    for (const Result& result : study.Results()) WriteCell(result.title, false);
-    std::fputc('\n', file.get());
-}
-
-void CsvTable::WriteCell(std::string text, bool first) {
-    if (!first) std::fputc(',', file.get());
-    const std::string cell = CsvCell(std::move(text));
-    std::fwrite(cell.data(), 1, cell.size(), file.get());
+// No two titles are the same, so that the file can be read as one of bars.
+CsvTable::CsvTable(OutputFile& output, const BarFile& bars, const Study& study) : file(output) {
+    BarHeader header{{}, bars.DateTitle(), {}};
+    for (const Result& result : study.Results()) {
+        std::string title = result.title;
+        for (int copy = 2; header.FindColumn(title); ++copy) title = fmt::format("{} ({})", result.title, copy);
+        header.titles.push_back(title);
+    }
+    std::string line = CsvCell(header.dateTitle);
+    for (const std::string& title : header.titles) line += ',' + CsvCell(title);
+    file.Write(line + '\n');
 }
 
 void CsvTable::WriteBar(std::string_view date, const Study& study) {
-    WriteCell(std::string(date), true);
-    for (const Result& result : study.Results()) WriteCell(CellText(result, "{}"), false);
-    std::fputc('\n', file.get());
-}
-
-void CsvTable::Close() {
-    const bool failed = std::ferror(file.get()) != 0;
-    if (std::fclose(file.release()) != 0 || failed) Fail("{}: not all could be written", name);
+    std::string line = CsvCell(std::string(date));
+    for (const Result& result : study.Results()) {
+        line += ',';
+        const bool isNumber = result.isLabel || std::isfinite(*result.value);
+        notFinite += !isNumber;
+        if (isNumber) line += CsvCell(CellText(result, "{}"));
+    }
+    file.Write(line + '\n');
 }
 
 }  // namespace sarvane::study

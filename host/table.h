@@ -1,10 +1,9 @@
 #pragma once
 
+#include "output_file.h"
 #include "study.h"
 
-#include <cstdio>
-#include <memory>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace sarvane::study {
@@ -27,22 +26,19 @@ private:
     std::vector<std::size_t> widths;  // of the results
 };
 
-// For programs, as comma-separated values with all digits.
+// For programs, as comma-separated values with all digits. A gap is an empty cell, and so is a value that is not finite,
+// for which most programs have no number.
 class CsvTable : public Table {
 public:
-    CsvTable(const std::string& file, const BarFile& bars, const Study& study);
+    CsvTable(OutputFile& file, const BarFile& bars, const Study& study);
     void WriteBar(std::string_view date, const Study& study) override;
-    // Fails if what was written did not reach the file.
-    void Close();
+
+    // How many values were not finite.
+    std::size_t NotFinite() const { return notFinite; }
 
 private:
-    void WriteCell(std::string text, bool first);
-
-    struct CloseFile {
-        void operator()(std::FILE* stream) const { std::fclose(stream); }
-    };
-    std::string name;
-    std::unique_ptr<std::FILE, CloseFile> file;
+    OutputFile& file;
+    std::size_t notFinite = 0;
 };
 
 }  // namespace sarvane::study

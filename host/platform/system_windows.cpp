@@ -64,7 +64,17 @@ bool CanRedrawErrors() {
     return GetConsoleMode(terminal, &mode) && SetConsoleMode(terminal, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
-int OpenToRead(const std::string& path) { return _wopen(PathOf(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT); }
+// Others may put another file in its place meanwhile.
+int OpenToRead(const std::string& path) {
+    const HANDLE file =
+        CreateFileW(PathOf(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file != INVALID_HANDLE_VALUE)
+        return _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_RDONLY | _O_BINARY);
+    const DWORD error = GetLastError();
+    errno = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? ENOENT : EACCES;
+    return -1;
+}
 
 int StandardInput() { return 0; }
 

@@ -51,21 +51,61 @@ TEST(Command, ListsAndDescribesForProgramsToo) {
 }
 
 TEST(Command, FollowsBarsOnStandardInput) {
-    const TemporaryFile lines("date,close\na,1\nb,3\nb,x\nb,5\na,3");
+    const TemporaryFile lines("date,close\n2020-1-1,1\n2020-1-2,3\n2020-1-2,x\n20200102,5\n2020-1-1,3");
     const ProgramRun live = RunStudy("live - \"Sim(Close, 2)\" --snapshots 1", lines.Path().string());
     EXPECT_EQ(live.status, 0);
-    EXPECT_TRUE(live.text.starts_with("date  Sim(Close, 2)\n"
-                                      "a\n"
-                                      "b                 2\n"
+    EXPECT_TRUE(live.text.starts_with("date      Sim(Close, 2)\n"
+                                      "2020-1-1\n"
+                                      "2020-1-2              2\n"
                                       "study: standard input:4:2: \"x\" is no number (close); left out\n"
-                                      "b                 3\n"
-                                      "b                 4\n"
+                                      "2020-1-2              3\n"
+                                      "2020-1-2              4\n"
                                       "bars       2 (ticks: 1, corrections: 1)\n"
                                       "depth      1, lookback 2 bars\n"
                                       "update     median "))
         << live.text;
     EXPECT_NE(live.text.find("snapshots  1, every 1 bars, "), std::string::npos) << live.text;
     EXPECT_TRUE(live.text.ends_with("left out   1 lines\n")) << live.text;
+}
+
+// Rows that repeat a time, stand newest first, lack numbers or can't be read give the same values in all commands.
+TEST(Command, ReadsAFileInOneWay) {
+    const TemporaryFile bars("date,close\n01/03/2020,5\n20200103,4\n2020-1-2,x\n2020-01-02,nan\n2020-01-01,1\n"),
+        csv("");
+    const std::string path = bars.Path().string(), table = "2020-01-01             1\n"
+                                                           "2020-01-02\n"
+                                                           "20200103               5\n";
+    const std::string run = RunStudy("run " + path + " \"Close * 1\" --skip-bad -o " + csv.Path().string()).text;
+    EXPECT_TRUE(run.ends_with("date           Close * 1\n" + table)) << run;
+    EXPECT_NE(run.find(":4:2: \"x\" is no number (close); left out\n"), std::string::npos) << run;
+    const std::string live = RunStudy("live " + path + " \"Close * 1\" --no-follow").text;
+    EXPECT_NE(live.find("20200103               4\n20200103               5\n"), std::string::npos) << live;
+    EXPECT_NE(live.find("bars       3 (ticks: 1, corrections: 0)\n"), std::string::npos) << live;
+    EXPECT_NE(RunStudy("replay " + path + " Close --skip-bad").text.find("  3 bars, 2 of them"), std::string::npos);
+
+    EXPECT_EQ(csv.Content(), "date,\"Close * 1\"\n2020-01-01,1\n2020-01-02,\n20200103,5\n");
+    const std::string again = RunStudy("run " + csv.Path().string() + " \"\\\"Close * 1\\\"\"").text;
+    EXPECT_TRUE(again.ends_with(table)) << again;
+}
+
+TEST(Command, WritesNothingOverItsInput) {
+    const TemporaryFile bars("date,close\n2020-01-01,1\n");
+    const std::string path = bars.Path().string();
+    for (const std::string& command : {"run " + path + " Close -o " + path, "chart " + path + " --png " + path}) {
+        const ProgramRun outcome = RunStudy(command);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.text, "study: " + path + ": not written, because it is the same file as " + path + "\n");
+    }
+    EXPECT_EQ(bars.Content(), "date,close\n2020-01-01,1\n");
+}
+
+TEST(Command, WritesGapsForWhatIsNoFiniteNumber) {
+    const TemporaryFile bars("date,close\n2020-01-01,1e308\n"), csv("");
+    const ProgramRun run =
+        RunStudy("run " + bars.Path().string() + " \"Close * 10\" Close close -o " + csv.Path().string());
+    EXPECT_NE(run.text.find("         inf "), std::string::npos) << run.text;
+    EXPECT_NE(run.text.find(": values that are infinite or no number, written as gaps: 1\n"), std::string::npos);
+    EXPECT_EQ(csv.Content(), "date,\"Close * 10\",Close,\"close (2)\"\n2020-01-01,,1e+308,1e+308\n");
 }
 
 TEST(Command, ReplaysBars) {
@@ -86,8 +126,11 @@ TEST(Command, EscapesControlCharactersOfFiles) {
     const std::string file = bars.Path().string();
     const TemporaryFile good("date,close,\x1b[31mred\n\x1b]0;x\x07,1,2\n");
     const std::string run = "run " + good.Path().string() + " \"'\x1b[31mred'\" Close -o " + table.Path().string();
-    EXPECT_EQ(RunStudy(run).text, "date          '\\x1b[31mred'         Close\n"
-                                  "\\x1b]0;x\\x07              2             1\n");
+    EXPECT_EQ(RunStudy(run).text,
+              "study: " + good.Path().string() +
+                  ": \"\\x1b]0;x\\x07\" is no time, so that bars stay in the order in which they come\n"
+                  "date          '\\x1b[31mred'         Close\n"
+                  "\\x1b]0;x\\x07              2             1\n");
     EXPECT_EQ(table.Content(), "date,\"'\x1b[31mred'\",Close\n\"\x1b]0;x\x07\",2,1\n");
     for (const std::string& arguments : std::vector<std::string>{
              "run " + file + " Close", "live " + file + " Close --no-follow", "run " + file + " \"Close + \x1b[1m\"",

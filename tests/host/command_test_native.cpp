@@ -32,6 +32,54 @@ TEST(Command, FollowsAFileUntilItIsInterrupted) {
     EXPECT_NE(text.find("bars       2 (ticks: 1"), std::string::npos) << text << "a begun line is none";
 }
 
+// Each content replaces the one before in another way; the next comes once its last line has been shown.
+TEST(Command, FollowsAFileThatIsWrittenAnew) {
+    const TemporaryFile bars("date,close\n2020-01-01,1\n2020-01-02,2\n"), other(""), output("");
+    const std::string path = bars.Path().string(), out = output.Path().string(), next = other.Path().string();
+    const auto awaited = [&](const std::string& text) {
+        return "for i in $(seq 500); do grep -q '" + text + "' " + out + " && break; sleep 0.02; done; ";
+    };
+    const ProgramRun live = RunShell(
+        STUDY_PROGRAM " live " + path + " 'Close * 2' >>" + out + " 2>&1 & " + awaited("^2020-01-02 .*4") +
+        "printf 'date,close\n2020-01-01,1\n2020-01-02,3\n' >" + path + "; " + awaited("^2020-01-02 .*6") + "rm " +
+        path + "; " + awaited("waiting") + "printf 'date,close\n2020-01-01,2\n2020-01-02,3\n2020-01-03,4\n' >" + next +
+        "; mv " + next + " " + path + "; " + awaited("^2020-01-03 .*8") + "printf 'date,close\n2020-01-03,4\n' >" +
+        path + "; " + awaited("gone") + "kill -INT $!; wait $!");
+    EXPECT_EQ(live.status, 0);
+    const std::string text = output.Content();
+    for (const char* line : {": the file was rewritten: 1 tick\n", ": No such file or directory; waiting for it\n",
+                             ": the file was replaced: 1 correction, 1 new bar\n",
+                             ": the file has become shorter: 2 bars are gone, first 2020-01-01\n"})
+        EXPECT_NE(text.find(line), std::string::npos) << line << text;
+}
+
+TEST(Command, LeavesAFileAsItIsWhenItIsStoppedOrTheDiskIsFull) {
+    const TemporaryFile output("old\n");
+    const std::string path = output.Path().string(), run = STUDY_PROGRAM " run " BAR_FILE " Close -o " + path;
+    const ProgramRun full = RunShell("ulimit -f 8; " + run + " 2>&1 >" NO_DEVICE);
+    EXPECT_EQ(full.text, "study: " + path + ": File too large\n");
+    const std::string waiting =
+        "for i in $(seq 500); do ls " + path + ".* >" NO_DEVICE " 2>&1 && break; sleep 0.01; done; ";
+    RunShell("(" + run + " & " + waiting +
+             "kill -TERM $!; wait $!; echo $? >&3) 3>&1 | (sleep 0.5; cat >" NO_DEVICE ")");
+    EXPECT_EQ(RunShell("ls " + path + "*").text, path + "\n") << "nothing stays beside it";
+    EXPECT_EQ(output.Content(), "old\n");
+    EXPECT_EQ(RunShell(STUDY_PROGRAM " run " BAR_FILE " Close -o /dev/full 2>&1 >" NO_DEVICE).text,
+              "study: /dev/full: No space left on device\n");
+}
+
+TEST(Command, KeepsPermissionsAndLinksOfWhatItReplaces) {
+    const TemporaryFile file("old");
+    const std::string path = file.Path().string(), link = path + ".link";
+    const std::string run = STUDY_PROGRAM " run " BAR_FILE " Close --last 1 -o ";
+    EXPECT_EQ(RunShell("chmod 604 " + path + "; ln -s " + path + " " + link + "; " + run + link + " >" NO_DEVICE +
+                       "; stat -c %a,%F " + path + " " + link + "; rm " + link)
+                  .text,
+              "604,regular file\n777,symbolic link\n");
+    EXPECT_EQ(file.Content(), "date,Close\n2020-04-17,2874.560059\n");
+    EXPECT_EQ(RunShell(run + "/dev/stdout").text, file.Content());
+}
+
 TEST(Command, TellsOfLinesThatCouldNotBeWritten) {
     const ProgramRun full = RunShell(STUDY_PROGRAM " describe Sim 2>&1 >/dev/full");
     EXPECT_EQ(full.status, 1);

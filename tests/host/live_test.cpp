@@ -3,7 +3,9 @@
 #include "failure.h"
 
 #include <bit>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <map>
 #include <random>
 
 namespace sarvane::study {
@@ -54,6 +56,80 @@ TEST(Live, ShowsWhatARunOverTheBarsGives) {
             EXPECT_EQ(shown[bar], Present(study)) << "bar " << bar << ", a snapshot every " << distance;
         }
         EXPECT_EQ(live.Finish().find("snapshots") != std::string::npos, distance > 0);
+    }
+}
+
+// Bars that come as a whole series, each time with some bars gone, added and changed at any place.
+TEST(Live, TakesOverWhatDiffersInAnotherSeries) {
+    const Library library;
+    const BarHeader header{"bars", "date", {"open", "high", "low", "close"}};
+    for (const std::size_t distance : {0u, 1u, 4u}) {
+        std::map<std::string, Values> latest;
+        const Live* running = nullptr;
+        Live live(library, header, Studies, true, {}, distance, [&](std::size_t bar) {
+            const std::string date(running->Bars().Date(bar));
+            EXPECT_NE(latest[date], Present(running->Expressions())) << "shown without a change";
+            latest[date] = Present(running->Expressions());
+        });
+        running = &live;
+        std::mt19937 random(3);
+        for (int round = 0; round < 40; ++round) {
+            BarFile series(header);
+            Live::Difference expected;
+            const BarFile& before = live.Bars();
+            const unsigned length = 20 + static_cast<unsigned>(random() % 10),
+                           kept = 4 + static_cast<unsigned>(random() % 20);
+            std::size_t old = 0;
+            for (unsigned day = 0; day < length; ++day) {
+                const std::string date = fmt::format("2020-01-{:02}", day + 1);
+                const bool isOld = old < before.BarCount() && before.Date(old) == date;
+                const bool isLeft = day > 0 && random() % kept == 0, isChanged = random() % kept == 0;
+                old += isOld;
+                if (isLeft) {
+                    if (expected.goneBars == 0 && isOld) expected.firstGone = date;
+                    expected.goneBars += isOld;
+                    continue;
+                }
+                BarRow row = isOld ? before.Row(old - 1) : BarRow{date, {100, 140, 70, 80.0 + day}};
+                if (isOld && isChanged) {
+                    row.values[3] += 1.0;
+                    ++(old == before.BarCount() ? expected.ticks : expected.corrections);
+                }
+                expected.newBars += !isOld;
+                series.Append(row);
+            }
+            for (; old < before.BarCount(); ++old) {
+                if (expected.goneBars++ == 0) expected.firstGone = before.Date(old);
+            }
+            const Live::Difference difference = live.TakeOver(series);
+            EXPECT_EQ(difference.ticks, expected.ticks);
+            EXPECT_EQ(difference.corrections, expected.corrections);
+            EXPECT_EQ(difference.newBars, expected.newBars);
+            EXPECT_EQ(difference.goneBars, expected.goneBars);
+            EXPECT_EQ(difference.firstGone, expected.firstGone);
+            std::erase_if(latest, [&](const auto& bar) {
+                for (std::size_t i = 0; i < live.Bars().BarCount(); ++i) {
+                    if (live.Bars().Date(i) == bar.first) return false;
+                }
+                return true;
+            });
+            // A tick and a new bar go on from there.
+            live.Take({std::string(series.Date(series.BarCount() - 1)), {100, 150, 60, 90}});
+            live.Take({"2020-02-01", {100, 150, 60, round + 0.5}});
+
+            Study study(library, live.Bars());
+            for (const std::string& expression : Studies) study.Add(expression, true);
+            study.Reset();
+            for (std::size_t bar = 0; bar < live.Bars().BarCount(); ++bar) {
+                study.Step(bar);
+                EXPECT_EQ(latest[std::string(live.Bars().Date(bar))], Present(study))
+                    << "round " << round << ", bar " << bar << ", a snapshot every " << distance;
+            }
+        }
+        live.TakeOver(BarFile(header));
+        EXPECT_EQ(live.Bars().BarCount(), 0u);
+        live.Take({"2019-01-01", {1, 2, 1, 2}});
+        EXPECT_EQ(live.Bars().BarCount(), 1u);
     }
 }
 
@@ -118,7 +194,11 @@ TEST_F(LiveTest, AMissingTickDoesNotTakeBackTheBarBefore) {
 TEST_F(LiveTest, RefusesABarThatComesTooLate) {
     EXPECT_THROW(Changes("Close", {{"2020-01-02", 1}, {"2020-01-01", 1}}), Failure);
     EXPECT_THROW(Changes("Close", {{"", 1}}), Failure);
-    EXPECT_EQ(Changes("Close", {{"12/31/2019", 1}, {"01/01/2020", 2}}).size(), 2u);
+    EXPECT_THROW(Changes("Close", {{"2020-01-02", 1}, {"tomorrow", 1}}), Failure);
+    EXPECT_EQ(Changes("Close", {{"12/31/2019", 1}, {"01/01/2020", 2}, {"2020-1-1", 3}}),
+              (Texts{"12/31/2019 1", "01/01/2020 2", "01/01/2020 3"}));
+    EXPECT_EQ(Changes("Close", {{"01/02/2020", 1}, {"02/02/2020", 2}, {"13/02/2020", 3}, {"01/03/2020", 4}}).size(), 4u)
+        << "the first dates turn out to have the day first";
 }
 
 TEST(Durations, CountsByEighths) {

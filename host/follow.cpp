@@ -1,0 +1,213 @@
+#include "follow.h"
+
+#include "console.h"
+#include "failure.h"
+#include "growing_file.h"
+#include "live.h"
+#include "table.h"
+
+#include <fmt/ranges.h>
+#include <memory>
+#include <optional>
+#include <set>
+
+namespace sarvane::study {
+namespace {
+
+std::string Counted(std::size_t count, std::string_view one, std::string_view more) {
+    return fmt::format("{} {}", count, count == 1 ? one : more);
+}
+
+std::string DifferenceText(const Live::Difference& difference) {
+    std::vector<std::string> parts;
+    const auto add = [&](std::size_t count, std::string_view one, std::string_view more) {
+        if (count > 0) parts.push_back(Counted(count, one, more));
+    };
+    add(difference.ticks, "tick", "ticks");
+    add(difference.corrections, "correction", "corrections");
+    add(difference.newBars, "new bar", "new bars");
+    add(difference.goneBars, "bar is gone", "bars are gone");
+    if (difference.goneBars > 0) parts.back() += (difference.goneBars > 1 ? ", first " : ": ") + difference.firstGone;
+    return parts.empty() ? "no bar is another one" : fmt::format("{}", fmt::join(parts, ", "));
+}
+
+// A run of `live`. The content that a file has at first, or once it is written anew, is gathered before any of it is
+// taken. What comes behind that, and all from a pipe, is taken line by line.
+class Following {
+public:
+    using MakeLive = std::function<std::unique_ptr<Live>(const BarHeader&, Live::Show, TimeReader)>;
+
+    Following(const std::string& file, bool follow, MakeLive makeLive) : source(file, follow, Tell), make(makeLive) {
+        Begin();
+    }
+
+    void Run();
+
+private:
+    void Begin();
+    void TakeLines();
+    bool TakeLine();
+    void TakeRow();
+    void TakeContent();
+    void TakeOver();
+    void Start(TimeReader times);
+    void Show(std::size_t bar);
+    void TellOnce(const std::string& notice);
+    void LeaveOut(const std::string& fault);
+
+    GrowingFile source;
+    MakeLive make;
+    std::optional<RowReader> reader;
+    std::optional<RowCollector> content;  // while it is gathered
+    bool isForeign = false;               // the content can't go on the bars so far
+    std::unique_ptr<Live> live;
+    std::optional<ScreenTable> table;
+    std::size_t leftOut = 0;
+    bool gapsAreTold = false;
+    std::set<std::string> told;
+};
+
+void Following::Run() {
+    bool isEnd = false;
+    while (!isEnd && !Interrupted()) {
+        const auto [state, text] = source.Read();
+        if (Interrupted()) break;
+        isEnd = state == GrowingFile::State::End;
+        if (state == GrowingFile::State::StartsOver) Begin();
+        if (isEnd) reader->End();
+        if (!isForeign) reader->Add(text);
+        TakeLines();
+        if (isEnd || state == GrowingFile::State::CaughtUp) TakeContent();
+        FlushOutput();
+        if (OutputReaderIsGone()) return;
+    }
+    if (!live && Interrupted()) return;
+    if (!live) Fail("{}: the file is empty", source.Name());
+    std::string report = live->Finish();
+    if (leftOut > 0) report += fmt::format("left out   {} lines\n", leftOut);
+    PrintError(report);
+}
+
+void Following::Begin() {
+    reader.emplace(source.Name());
+    isForeign = false;
+    if (source.IsRegular()) content.emplace(source.Name(), ReadSettings{false, true, true, Tell});
+}
+
+void Following::TakeLines() {
+    while (!isForeign && !Interrupted() && TakeLine()) {
+    }
+}
+
+// False if there is no further one.
+bool Following::TakeLine() {
+    try {
+        if (!reader->Next()) return false;
+    } catch (const Failure& failure) {
+        if (!reader->HasHeader() && !live) throw;
+        isForeign = !reader->HasHeader();
+        content && !isForeign ? content->Refuse(failure.what(), reader->Line()) : LeaveOut(failure.what());
+        return true;
+    }
+    content ? content->Take(reader->Row(), reader->Line()) : TakeRow();
+    return true;
+}
+
+void Following::TakeRow() {
+    if (!live) Start({});
+    const BarRow& row = reader->Row();
+    try {
+        live->Take(row);
+    } catch (const Failure& failure) {
+        return LeaveOut(fmt::format("{}:{}:1: {}", source.Name(), reader->Line(), failure.what()));
+    }
+    for (const std::string& notice : live->TakeNotices()) TellOnce(fmt::format("{}: {}", source.Name(), notice));
+    if (gapsAreTold) return;
+    GapCount gaps;
+    gaps.Count(row.values);
+    const std::string text = gaps.Text(reader->Header().titles);
+    gapsAreTold = !text.empty();
+    if (gapsAreTold)
+        Tell(fmt::format("{}:{}: cells without a number, which are gaps: {}; later ones are not told", source.Name(),
+                         reader->Line(), text));
+}
+
+// There is none as long as its header has not come.
+void Following::TakeContent() {
+    if (isForeign || !reader->HasHeader()) return;
+    if (!content) {
+        if (!live) Start({});
+        return;
+    }
+    content->Finish();
+    leftOut += content->LeftOut();
+    for (const std::string& notice : content->Notices()) TellOnce(notice);
+    if (const std::string gaps = content->GapNotice(reader->Header()); !gapsAreTold && !gaps.empty()) {
+        Tell(gaps);
+        gapsAreTold = true;
+    }
+    if (live) {
+        TakeOver();
+    } else {
+        Start(content->Times());
+        for (std::size_t i = 0; i < content->RowCount() && !Interrupted(); ++i) live->Take(content->Row(i));
+    }
+    content.reset();
+}
+
+void Following::TakeOver() {
+    const BarHeader& header = reader->Header();
+    const std::string event = fmt::format("{}: the file {}", source.Name(), source.Reason());
+    if (header.titles == live->Bars().Columns()) {
+        Tell(event + ": " + DifferenceText(live->TakeOver(BarFile(header, std::move(*content)))));
+        return;
+    }
+    try {
+        Start(content->Times());
+    } catch (const Failure& failure) {
+        isForeign = true;
+        return Tell(fmt::format("{} and has other columns: {}; its lines are left out", event, failure.what()));
+    }
+    Tell(event + " and has other columns: all bars are new");
+    live->TakeOver(BarFile(header, std::move(*content)));
+}
+
+void Following::Start(TimeReader times) {
+    const bool isFirst = !live;
+    live = make(
+        reader->Header(), [this](std::size_t bar) { Show(bar); }, std::move(times));
+    table.reset();
+    for (const std::string& keyword : live->Expressions().WithoutSnapshots()) {
+        if (!isFirst) break;
+        Tell(keyword +
+             " keeps no snapshots, it only takes its last bar back: after ticks on a full window its values can "
+             "differ from a run over finished bars, and corrections start at the first bar");
+    }
+}
+
+void Following::Show(std::size_t bar) {
+    if (!table) table.emplace(live->Bars(), live->Expressions());
+    table->WriteBar(live->Bars().Date(bar), live->Expressions());
+}
+
+void Following::TellOnce(const std::string& notice) {
+    if (told.insert(notice).second) Tell(notice);
+}
+
+void Following::LeaveOut(const std::string& fault) {
+    Tell(fault + "; left out");
+    ++leftOut;
+}
+
+}  // namespace
+
+void RunLive(const Library& library, const std::string& file, const std::vector<std::string>& expressions,
+             bool allOutputs, const RunSettings& settings, std::size_t distance, bool follow) {
+    Following following(file, follow, [&](const BarHeader& header, Live::Show show, TimeReader times) {
+        return std::make_unique<Live>(library, header, expressions, allOutputs, settings, distance, std::move(show),
+                                      Live::AllSlots, std::move(times));
+    });
+    following.Run();
+}
+
+}  // namespace sarvane::study

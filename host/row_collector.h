@@ -1,0 +1,74 @@
+#pragma once
+
+#include "bar_columns.h"
+#include "bar_time.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace sarvane::study {
+
+// How a file of bars is read. What the user should know of it is told in lines without a line end.
+struct ReadSettings {
+    bool sort = false;          // rows whose times go neither up nor down
+    bool leaveOutBad = false;   // lines that can't be read, instead of failing
+    bool leaveOutLate = false;  // rows that lie out of order, instead of failing
+    std::function<void(const std::string&)> tell = [](const std::string&) {};
+};
+
+// Takes all rows of a file before any becomes a bar: only all of them tell how dates are written, and whether the newest
+// one stands first.
+class RowCollector {
+public:
+    // `name` is that of the file.
+    RowCollector(std::string name, ReadSettings settings);
+
+    void Take(const BarRow& row, std::size_t line);
+    // A line that can't be read. Fails with the first fault of the lines so far if such lines are not to be left out.
+    void Refuse(const std::string& fault, std::size_t line);
+    // Puts the rows in the order of their times. Fails with the place of a row that has no place.
+    void Finish();
+
+    // The rows by time, from here on.
+    std::size_t RowCount() const { return order.size(); }
+    BarRow Row(std::size_t index) const { return columns.Row(order[index]); }
+    const TimeReader& Times() const { return reader; }
+    // Whether no row repeats the time of another one, or stands elsewhere than in the file.
+    bool IsSeries() const { return isSeries; }
+    // All rows, and their times.
+    BarColumns TakeColumns() { return std::move(columns); }
+    std::vector<BarTime> TakeTimes() { return std::move(times); }
+
+    // What the user should know of the rows, and of the cells without a number.
+    const std::vector<std::string>& Notices() const { return notices; }
+    std::string GapNotice(const BarHeader& header) const;
+    std::size_t LeftOut() const { return leftOut; }
+
+private:
+    struct Fault {
+        std::size_t line;
+        std::string text;
+    };
+
+    void ReadTimes();
+    void HandleFaults();
+    void Arrange();
+    std::string PlaceOf(std::size_t row) const;
+    void Note(const std::string& notice);
+
+    std::string name;
+    ReadSettings settings;
+    BarColumns columns;
+    std::vector<std::size_t> lines;
+    TimeReader reader;
+    std::vector<BarTime> times;
+    std::vector<std::size_t> order;
+    bool isSeries = false;
+    std::vector<Fault> faults;
+    GapCount gaps;
+    std::size_t leftOut = 0;
+    std::vector<std::string> notices;
+};
+
+}  // namespace sarvane::study
