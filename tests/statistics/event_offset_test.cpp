@@ -13,6 +13,10 @@ const DescriptionCase descriptions[] = {
 
 const RunCase runs[] = {
     {"bars since the last event, below zero", "", {{0}, {1}, {0}, {-2}, {1e-17}}, {-0.0, -1, -0.0, -1}},
+    {"2^-52 is still zero",
+     "",
+     {{-1}, {0x1p-52}, {-0x1p-52}, {0x1.0000000000001p-52}, {0}, {-0x1.0000000000001p-52}},
+     {-0.0, -1, -2, -0.0, -1, -0.0}},
     {"bars since the event before", "2", {{1}, {0}, {1}, {0}, {1}, {1}}, {-2, -3, -2, -1}},
     {"a gap is a bar without an event", "", {{U}, {3}, {U}, {U}}, {-0.0, -1, -2}},
     {"far events are out of sight", "- - 2", {{1}, {0}, {0}, {1}}, {-0.0, -1, U, -0.0}},
