@@ -7,6 +7,8 @@ namespace sarvane::test {
 const DescriptionCase descriptions[] = {
     {"what is no count leaves the default", "10001 0 Close",
      "EventOffsetOp (%s, 1, -1, 400) | in 0 | out integer1:3 | par 1 -1.000000 400.000000 | back 399"},
+    {"nor is 0 one", "0 -1 0",
+     "EventOffsetOp (%s, 1, -1, 400) | in 0 | out integer1:3 | par 1 -1.000000 400.000000 | back 399"},
     {"all set", "10000 3 5",
      "EventOffsetOp (%s, 10000, 3, 5) | in 0 | out integer1:3 | par 10000 3.000000 5.000000 | back 4"},
 };
