@@ -36,7 +36,8 @@ TEST(CorrelOp, ShowsLostDigitsAsNaN) {
     EXPECT_TRUE(std::isnan(op.Step({Flat, 4, 3})[0]));
 }
 
-// Sums of small whole numbers are exact, so running ones equal fresh ones.
+// Sums of small whole numbers are exact, so the running sums of a constant period equal the fresh ones of a bound
+// period.
 TEST(CorrelOp, BothFormsAgree) {
     OperatorDriver constant("Correl"), bound("Correl");
     constant.Set(2, "5");

@@ -111,8 +111,8 @@ TEST(MedianOp, AgreesWithSortedWindow) {
     }
 }
 
-// The tree grows two levels deep over rising values, loses its nodes from the lowest on, and shrinks to one value. Nodes
-// that were not given back would add up.
+// The tree grows two levels deep over rising values, loses its nodes from the lowest on, and shrinks to one value.
+// Nodes that were not given back would add up.
 TEST(MedianOp, AllocatesNothingWhileItsTreeGrowsAndShrinks) {
     OperatorDriver op("MedOp");
     op.Set(1, "400");
