@@ -15,6 +15,7 @@ const RunCase runs[] = {
     {"a variance of -2^-10 is rounding, too", "- 3", {{2421583.3, 1}, {2421583.3, 2}, {2421583.3, 4}}, {}},
     {"a gap repeats the pair", "- 4", {{U, 5}, {1, 2}, {U, 9}, {3, 4}, {8, U}}, {100}},
     {"the seed is a pair", "- 2", {{U, 9}, {3, 4}}, {100}, nullptr, {1, 2}},
+    {"half a seed is none", "- 2", {{U, U}, {3, 4}}, {}, nullptr, {1, U}},
     {"bound, one bar below the depth", "", {{1, 2, 2}, {3, 4, 2.9}, {5, 0, 2}, {7, 9, 3}}, {100, -100, U}, "3"},
 };
 
