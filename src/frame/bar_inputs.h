@@ -1,6 +1,6 @@
 #pragma once
 
-// How operators that take whole bars number their inputs, and how they fill gaps field by field.
+// For operators that take whole bars: how the prices of a bar are numbered, and how missing ones are replaced.
 
 #include "frame/operator_contract.h"
 
@@ -9,12 +9,12 @@
 
 namespace sarvane {
 
-// The prices of a bar stand at inputs 0 to 3 and all come from argument 0 of the expression.
+// The inputs of an operator that takes all four prices. They are fields of argument 0 of the expression.
 enum BarPrice : std::size_t { OpenPrice, HighPrice, LowPrice, ClosePrice };
 using BarPrices = std::array<double, 4>;
 inline constexpr BarPrices NoPrices = {UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue};
 
-// The argument behind an input, when the first `prices` inputs are prices of argument 0 and each further one is an
+// The argument that feeds an input, if the first `prices` inputs are prices of argument 0 and each further input is an
 // argument of its own.
 inline int ArgumentBehindBar(short input, int prices = 4) { return input < prices ? 0 : input - prices + 1; }
 
@@ -23,7 +23,7 @@ inline std::u16string_view OpenHighLowClose(short input) {
 }
 inline std::u16string_view HighLowClose(short input) { return NthText(input, {HighField, LowField, CloseField}); }
 
-// The values that stand in for missing inputs before the first bar.
+// The seeds of all inputs; see NthSeed.
 template <class Values>
 Values SeedsOf(int count, const double* seed) {
     Values values;
@@ -31,7 +31,7 @@ Values SeedsOf(int count, const double* seed) {
     return values;
 }
 
-// Each missing input repeats the value before.
+// The inputs of a bar, each missing one replaced by its previous value.
 template <class Values>
 Values WithGapsFilled(const Values& previous, const double* in) {
     Values values;

@@ -6,53 +6,58 @@
 
 namespace sarvane {
 
-// FIFO of the recent bars of a curve. Its copy costs next to nothing: two rings can share one buffer, where one of them
-// goes on writing into the free part and the other still sees the window it had. Elements are copied only when a
-// third ring wants to share, or when both owners write.
+// FIFO of the recent bars of a curve, made to be copied cheaply: an operator copies its rings with every snapshot,
+// often once a bar. A copy shares the buffer of its original. One of the two rings, the writer, goes on pushing into
+// the free slots; the other still sees the window that it had. README.md in this folder has a drawing.
 //
-// Rings that share know each other by their address: a ring is never moved by copying its bytes. All rings of one
-// buffer belong to one thread. A ring that is full at 2^28 slots throws std::length_error when it is pushed.
+// Elements are copied only when a third ring is to share the buffer (at most two do), when the ring that is not the
+// writer is pushed, and when the buffer has to grow.
+//
+// Rings that share a buffer hold each other's address, so a ring can't be moved by copying its bytes. All rings of one
+// buffer belong to one thread. Pushing a ring whose 2^28 slots are used up throws std::length_error.
 template <class Element>
 class BasicHistoryRing : public RingWindow<Element> {
 public:
     BasicHistoryRing() : BasicHistoryRing(0) {}
-    // Room for at least `elements`.
-    explicit BasicHistoryRing(long long elements) { Adopt(CapacityFor(elements)); }
+    // A ring that takes at least `elements` and one more before it grows.
+    explicit BasicHistoryRing(long long elements) { UseNewBuffer(CapacityFor(elements)); }
     BasicHistoryRing(const BasicHistoryRing& source) : RingWindow<Element>() { *this = source; }
     BasicHistoryRing& operator=(const BasicHistoryRing& source);
-    ~BasicHistoryRing() { Leave(); }
+    ~BasicHistoryRing() { LeaveBuffer(); }
 
-    // Starts over as a new ring for `elements`. The contents are lost.
+    // Makes this an empty ring for `elements`, with a buffer of its own.
     void Reconfigure(long long elements);
-    // Appends, and never drops an element: a window pops first. The ring grows when it is full.
+    // Appends an element. None is dropped: a ring that is full grows. For a window of fixed length see PushWithin.
     void Push(Element element);
-    // A ring that shares leaves its elements to the sharer.
+    // Removes all elements. A ring that shares its buffer takes a new one, so that the other ring keeps its window.
     void Clear();
 
 private:
     using Window = RingWindow<Element>;
     using Window::buffer, Window::capacity, Window::head, Window::tail;
 
-    // A buffer and who uses it. One ring alone may stand in either place.
+    // A buffer and the one or two rings that use it. A ring alone may be in either place of `owners`.
     struct ShareBlock {
         BasicHistoryRing* owners[2] = {};
-        BasicHistoryRing* writer = nullptr;  // the owner that may write while both use the buffer
+        BasicHistoryRing* writer = nullptr;  // of two owners, the one that may push; null until one of them does
         typename Window::Cells cells;
     };
 
-    // Two slots more than elements: one stays free, and one more lets a window push before it pops.
+    // Two slots more than elements: one slot of a ring always stays free, and the other lets a window of this many
+    // elements push before it pops.
     static int CapacityFor(long long elements) { return Window::PowerOfTwoFor(elements + 2); }
 
+    // The other ring that uses this buffer, or null.
     BasicHistoryRing* Sharer() const { return share->owners[1 - place]; }
 
-    void Adopt(int slots);
-    void Leave();
+    void UseNewBuffer(int slots);
+    void LeaveBuffer();
     void Detach();
-    void PushFull(Element element, BasicHistoryRing* sharer);
-    void Follow(const BasicHistoryRing& writer, int newHead);
+    void GrowAndPush(Element element, BasicHistoryRing* sharer);
+    void MoveWindow(Element* newBuffer, int slots, int newHead);
 
     std::shared_ptr<ShareBlock> share;
-    int place = 0;  // of this ring among the owners
+    int place = 0;  // index of this ring in `owners`
 };
 
 using HistoryRing = BasicHistoryRing<double>;
@@ -69,7 +74,7 @@ inline void BasicHistoryRing<Element>::Push(Element element) {
         }
     }
     const int next = this->Wrap(tail + 1);
-    if (next == head || (sharer && next == sharer->head)) return PushFull(element, sharer);
+    if (next == head || (sharer && next == sharer->head)) return GrowAndPush(element, sharer);
     buffer[tail] = element;
     tail = next;
 }
@@ -77,12 +82,12 @@ inline void BasicHistoryRing<Element>::Push(Element element) {
 template <class Element>
 BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHistoryRing& source) {
     if (this == &source) return *this;
-    const bool together = share == source.share;
-    const bool full = !together && source.Sharer();
-    if (full) {
-        Adopt(source.capacity);
-    } else if (!together) {
-        Leave();
+    const bool alreadyShared = share == source.share;
+    const bool mustCopy = !alreadyShared && source.Sharer();  // the source's buffer has two owners
+    if (mustCopy) {
+        UseNewBuffer(source.capacity);
+    } else if (!alreadyShared) {
+        LeaveBuffer();
         share = source.share;
         place = 1 - source.place;
         share->owners[place] = this;
@@ -91,71 +96,76 @@ BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHisto
     }
     head = source.head;
     tail = source.tail;
-    if (full) this->CopyWindow(source.buffer);
+    if (mustCopy) this->CopyWindow(source.buffer);
     return *this;
 }
 
 template <class Element>
 void BasicHistoryRing<Element>::Reconfigure(long long elements) {
-    Adopt(CapacityFor(elements));
+    UseNewBuffer(CapacityFor(elements));
     head = tail = 0;
 }
 
 template <class Element>
 void BasicHistoryRing<Element>::Clear() {
-    if (Sharer()) Adopt(CapacityFor(this->Size()));
+    if (Sharer()) UseNewBuffer(CapacityFor(this->Size()));
     head = tail = 0;
 }
 
-// Takes a new buffer that nobody shares.
+// Leaves the present buffer for a new one that this ring has to itself. `head` and `tail` stay.
 template <class Element>
-void BasicHistoryRing<Element>::Adopt(int slots) {
+void BasicHistoryRing<Element>::UseNewBuffer(int slots) {
     auto block = std::make_shared<ShareBlock>();
     block->cells = Window::MakeCells(slots);
     block->owners[0] = this;
-    Leave();
+    LeaveBuffer();
     share = std::move(block);
     place = 0;
     this->Use(share->cells.get(), slots);
 }
 
-// Whoever remains writes without asking, so the claim goes too.
+// The buffer is freed with its last owner. An owner that remains is alone and needs no writer.
 template <class Element>
-void BasicHistoryRing<Element>::Leave() {
+void BasicHistoryRing<Element>::LeaveBuffer() {
     if (!share) return;
     share->owners[place] = nullptr;
     share->writer = nullptr;
     share.reset();
 }
 
-// Leaves the buffer to its writer, with the window copied.
+// Leaves the shared buffer to the other ring and takes a copy of the own window along.
 template <class Element>
 void BasicHistoryRing<Element>::Detach() {
     const std::shared_ptr<ShareBlock> old = share;
-    Adopt(capacity);
+    UseNewBuffer(capacity);
     this->CopyWindow(old->cells.get());
 }
 
-// The next store would overrun the oldest element of this ring or of its sharer. A sharer's window never reaches
-// beyond this ring's newest element, so a move from the older of the two heads takes both windows along.
+// No free slot is left: the slot behind `tail` is a head, of this ring or of its sharer. Moves both rings to a larger
+// buffer. Both windows end at or before this ring's tail, so copying from the older of the two heads up to this tail
+// copies both:
+//
+//     old buffer, from the older head on   |- - - the sharer's window - - -|
+//                                                  |- - - - - this ring's window - - - - -|
+//     new buffer, from slot 0 on           the same elements, then free slots
 template <class Element>
-void BasicHistoryRing<Element>::PushFull(Element element, BasicHistoryRing* sharer) {
+void BasicHistoryRing<Element>::GrowAndPush(Element element, BasicHistoryRing* sharer) {
     const int size = this->Size();
-    const int from = this->Wrap(tail + 1) == head ? head : sharer->head;
-    const int sharerAhead = sharer ? this->Wrap(sharer->head - from) : 0;
-    share->cells = this->Enlarge(from);
+    const int olderHead = this->Wrap(tail + 1) == head ? head : sharer->head;
+    const int sharersNewHead = sharer ? this->Wrap(sharer->head - olderHead) : 0;
+    share->cells = this->Enlarge(olderHead);
     head = tail - size;
-    if (sharer) sharer->Follow(*this, sharerAhead);
+    if (sharer) sharer->MoveWindow(buffer, capacity, sharersNewHead);
     buffer[tail++] = element;
 }
 
-// Goes along with the ring that moved the common buffer.
+// Sees the same window in another buffer, in which it starts at `newHead` and doesn't wrap.
 template <class Element>
-void BasicHistoryRing<Element>::Follow(const BasicHistoryRing& writer, int newHead) {
+void BasicHistoryRing<Element>::MoveWindow(Element* newBuffer, int slots, int newHead) {
     const int size = this->Size();
     head = newHead;
     tail = newHead + size;
-    this->Use(writer.buffer, writer.capacity);
+    this->Use(newBuffer, slots);
 }
 
 extern template class BasicHistoryRing<double>;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double LnOf10 = 2.302585092994046;
 
-// For each power of ten the largest double whose rounded logarithm is not above the exponent.
+// Entry p - LowestPower is the largest double x for which log10(x), as it is rounded, is at most p.
 constexpr auto LogarithmBorders = [] {
     std::array<double, std::size(PowersOfTen)> borders{};
     for (std::size_t i = 0; i < borders.size(); ++i)
@@ -21,20 +21,22 @@ constexpr auto LogarithmBorders = [] {
     return borders;
 }();
 
-// The numbers between a power of two and the next. At most one power of ten lies among them.
+// The ceiling of log10 for the numbers from a power of two up to the next one. At most one power of ten lies among
+// them, so the ceiling has at most two values.
 struct Octave {
-    double border = 0.0;  // beyond it the logarithm's ceiling is one above
-    int ceiling = 0;      // of the decimal logarithm
+    double border = 0.0;  // for larger numbers the ceiling is `ceiling` + 1
+    int ceiling = 0;
 };
 
 constexpr Octave OctaveFrom(int binaryExponent) {
-    // 78913 / 2^18 is the logarithm of 2, precise enough for all exponents; the shift rounds down, so two minus signs
-    // make it round up.
+    // log10(2^n) = n * log10(2), rounded up. 78913 / 2^18 stands for log10(2) and is precise enough for all exponents
+    // of a double. The shift rounds down; the two minus signs turn that into rounding up.
     const int ceiling = -(-binaryExponent * 78913 >> 18);
     return {LogarithmBorders[static_cast<std::size_t>(ceiling - LowestPower)], ceiling};
 }
 
-// By the exponent in the bits of a double: all but the first and the last, of the subnormal and the infinite numbers.
+// Indexed by the exponent bits of a double. Exponent 0 belongs to subnormal numbers and 2047 to infinities and NaNs:
+// these two entries are not used.
 constexpr auto Octaves = [] {
     std::array<Octave, 2048> octaves;
     for (int biased = 1; biased < 2047; ++biased) octaves[static_cast<std::size_t>(biased)] = OctaveFrom(biased - 1023);
@@ -47,23 +49,25 @@ Octave SubnormalOctave(double size) {
     return OctaveFrom(static_cast<int>(std::bit_width(std::bit_cast<std::uint64_t>(size))) - 1075);
 }
 
-// ceil(log10(size)), by a look into a table: `log10` takes ten times as long, and differs between runtime libraries.
+// ceil(log10(size)) from a table: `log10` takes ten times as long, and its last digit differs between runtime
+// libraries.
 int CeilingOfLogarithm(double size, const Octave& octave) { return octave.ceiling + (size > octave.border); }
 
-// `round`, which is a call on processors whose compilers can't count on an instruction for it, of a number from 0.5 to
-// 2^52 in size: with a half that is added the next whole number is reached, or it is not, exactly.
+// std::round for 0.5 <= |number| <= 2^52, where adding a half and truncating is exact. Plain x86-64 has no instruction
+// for std::round, so it would be a library call.
 double NearestWhole(double number) {
     return static_cast<double>(static_cast<std::int64_t>(number + std::copysign(0.5, number)));
 }
 
-// Rounds what scaling leaves among the finite numbers. The scaled number has at least one digit and at most 15 ahead of
-// the point.
+// Rounds to `power` digits behind the decimal point, where neither the scaling nor the way back leaves the range of a
+// double. The scaled number has 1 to 15 digits before the point.
 double RoundScaled(double value, int power) {
     const double scale = PowersOfTen[power - LowestPower];
     return NearestWhole(scale * value) / scale;
 }
 
-// The same where scaling or rounding may leave the range of a double.
+// RoundToSignificant for zeros, infinities, NaNs, and numbers so small or large that scaling may leave the range of a
+// double. The value is returned as it is where that happens.
 double RoundNearTheEnds(double value, int digits) {
     if (value == 0.0 || !std::isfinite(value)) return value;
     const double size = std::abs(value);

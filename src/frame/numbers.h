@@ -10,24 +10,26 @@ namespace sarvane {
 // x86 does, would give other ones; there the options -msse2 -mfpmath=sse are needed.
 static_assert(FLT_EVAL_METHOD == 0, "operations on doubles must give doubles");
 
-// A double read as an integer parameter: truncated toward zero. A NaN and what does not fit give UndefinedParam.
+// A parameter that is read from a curve: truncated toward zero. A NaN and a number that an int can't hold give
+// UndefinedParam.
 constexpr int TruncateToInt(double value) {
     return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : UndefinedParam;
 }
 
-// A NaN is neither greater nor lesser: `b` is the answer then.
+// Maximum and minimum. If either argument is a NaN the result is `b`.
 constexpr double Greater(double a, double b) { return a > b ? a : b; }
 constexpr double Lesser(double a, double b) { return a < b ? a : b; }
 
-// Limits `value` to `digits` significant decimal digits, halves away from zero. Digits outside 1 to 15, and values
-// without a logarithm, leave it as it is.
+// Rounds `value` to `digits` significant decimal digits, halves away from zero. The value is returned as it is if
+// `digits` is not 1 to 15, if the value is 0, infinite or a NaN, or if rounding it leaves the range of a double.
 double RoundToSignificant(double value, int digits);
 
-// 1 if `a` is above `b`, -1 if it is below, 0 if both agree to a relative 1e-9 or lie below 1e-9.
+// 1 if `a` is above `b`, -1 if it is below, 0 if they count as equal: if they differ by less than 1e-9 of the larger
+// size, or if both are smaller than 1e-9 in size.
 int CompareTolerant(double a, double b);
 
-// Bars until an exponential average of `period` bars has settled to `digits` decimal digits. What exceeds an int is
-// held to the largest one.
+// How many bars an exponential average of `period` bars needs until its start value no longer shows in the first
+// `digits` decimal digits. At most the largest int.
 int ConvergenceBars(double period, int digits);
 
 }  // namespace sarvane

@@ -1,7 +1,7 @@
 #pragma once
 
-// What all operators have in common: the default implementation of both interfaces, and the words in which operators
-// answer a host and treat their inputs.
+// What all operators have in common: the default implementation of both interfaces, and small functions that fill a
+// host's out slots and treat parameters and missing inputs.
 
 #include "frame/description.h"
 #include "frame/numbers.h"
@@ -13,7 +13,7 @@
 
 namespace sarvane {
 
-// Fills a host's out slot.
+// Fills an out slot of a host. Null gives E_POINTER.
 template <class Slot, class Value>
 HRESULT Answer(Slot* slot, Value value) {
     if (!slot) return E_POINTER;
@@ -34,21 +34,24 @@ inline constexpr short DigitsIndex = -2;
 
 inline constexpr int DefaultHistoryDepth = 400;
 
-// A length that is below 1, and one that is no number, is unset.
+// A length below 1, or a text that was no number, leaves a parameter unset.
 constexpr int PositiveOrUnset(int length) { return length >= 1 ? length : UndefinedParam; }
-// UndefinedParam lies below every number.
+// Whether any of them is unset. UndefinedParam is the lowest int, so the minimum is enough.
 constexpr bool AnyUnset(std::initializer_list<int> parameters) { return IsUnset(std::min(parameters)); }
 constexpr int ValueOr(int parameter, int otherwise) { return IsUnset(parameter) ? otherwise : parameter; }
 
-// How many elements a window's ring is made for: it is pushed before it is popped.
+// Initial ring capacity for a window of `period` values, or of `depth` while the period is bound. One spare slot:
+// PushWithin pushes before it pops.
 constexpr long long WindowRoom(int period, int depth) { return IsUnset(period) ? depth : period + 1LL; }
 
-// The value that stands in for a missing input `n` before the first bar.
+// The seed of input `n`: what a host hands to Reset to stand in for the input as long as no bar had a value of it.
+// UndefinedValue if the host gives no seeds.
 inline double NthSeed(int n, int count, const double* seed) { return count < 1 || !seed ? UndefinedValue : seed[n]; }
 inline double FirstSeed(int count, const double* seed) { return NthSeed(0, count, seed); }
 
-// One step of an operator with one output, in which a missing input 0 repeats the previous one. Without any value yet
-// nothing happens. `step` takes the value in use and gives the output.
+// One bar of an operator with one output, in which a missing input 0 is replaced by its last value. `step` is called
+// with the value and returns the output. As long as there was no value at all, it isn't called and the output is
+// undefined.
 template <class Step>
 HRESULT CarryForward(double& previous, const double* in, double* out, Step step) {
     out[0] = UndefinedValue;
@@ -59,7 +62,8 @@ HRESULT CarryForward(double& previous, const double* in, double* out, Step step)
     return S_OK;
 }
 
-// An operator that takes nothing and gives nothing. The IUnknown methods come from the object forms of the server.
+// An operator without arguments, inputs and outputs: an operator overrides what it has. The three methods of IUnknown
+// are implemented by the server, which wraps each operator in an object with a reference count.
 class CDefZelmorOp : public IZelmorOp {
 public:
     STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override { return TextOut(formula, u""); }
@@ -77,8 +81,8 @@ public:
     STDMETHODIMP GetParameterText(short, TextSlot* text, TextSlot*) override { return TextOut(text, u""); }
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, 0); }
     STDMETHODIMP Reset(int, const double*) override { return S_OK; }
-    STDMETHODIMP Calculate(int, const double*, int outCount, double* out) override {
-        return AnswerUndefined(outCount, out);
+    STDMETHODIMP Calculate(int, const double*, int outputCount, double* out) override {
+        return AnswerUndefined(outputCount, out);
     }
     STDMETHODIMP SaveState(short) override { return S_FALSE; }
     STDMETHODIMP RestoreState(short) override { return S_FALSE; }
@@ -98,7 +102,7 @@ protected:
     }
 };
 
-// The same for an operator with the second interface.
+// The same for an operator that also has the second interface.
 class CDefZelmorOp2 : public CDefZelmorOp, public IZelmorOp2 {
 public:
     STDMETHODIMP ResetBar(int, int, int, const double*) override { return S_OK; }

@@ -4,32 +4,33 @@
 
 namespace sarvane {
 
-// FIFO of doubles that shares nothing: a copy has a buffer of its own, so elements can be changed in place.
+// FIFO of doubles whose newest element can be changed. Each ring has a buffer of its own, so a change doesn't show in
+// copies; a copy therefore copies the elements.
 class PlainRing : public RingWindow<double> {
 public:
-    // Capacity for `slots`, of which one stays free.
+    // A ring with room for `slots` - 1 elements.
     explicit PlainRing(long long slots = 2) : cells(MakeCells(PowerOfTwoFor(slots))) {
         Use(cells.get(), PowerOfTwoFor(slots));
     }
     PlainRing(const PlainRing& source) : RingWindow<double>(), cells(MakeCells(source.capacity)) {
         Use(cells.get(), source.capacity);
-        TakeWindow(source);
+        CopyFrom(source);
     }
-    // Allocates only for a source of another capacity.
+    // Allocates only if the source has another capacity.
     PlainRing& operator=(const PlainRing& source) {
         if (this == &source) return *this;
         if (capacity != source.capacity) {
             cells = MakeCells(source.capacity);
             Use(cells.get(), source.capacity);
         }
-        TakeWindow(source);
+        CopyFrom(source);
         return *this;
     }
 
     using RingWindow<double>::Newest;
     double& Newest() { return buffer[Wrap(tail - 1)]; }
 
-    // Appends. The ring grows when it is full.
+    // Appends an element. None is dropped: a ring that is full grows.
     void Push(double element) {
         if (Wrap(tail + 1) == head) {
             cells = Enlarge(head);
@@ -41,7 +42,7 @@ public:
     void Clear() { head = tail = 0; }
 
 private:
-    void TakeWindow(const PlainRing& source) {
+    void CopyFrom(const PlainRing& source) {
         head = source.head;
         tail = source.tail;
         CopyWindow(source.buffer);

@@ -8,19 +8,21 @@
 
 namespace sarvane {
 
-// The window of a ring: a FIFO in a buffer whose capacity is a power of two. Rings differ in who owns the buffer.
+// What the two types of rings have in common: a FIFO in a buffer whose capacity is a power of two. HistoryRing and
+// PlainRing differ in who owns the buffer.
 template <class Element>
 class RingWindow {
 public:
     int Size() const { return Wrap(tail - head); }
-    // Slots of the buffer; one of them always stays free.
+    // Slots of the buffer. One of them always stays free: with `head` equal to `tail` a ring is empty, not full.
     int Capacity() const { return capacity; }
 
-    // Element `i`, counted from the oldest.
+    // Element `i`, counted from the oldest, which is 0.
     const Element& operator[](int i) const { return buffer[Wrap(head + i)]; }
     // The element `bars` places before the newest.
     const Element& Newest(int bars = 0) const { return buffer[Wrap(tail - 1 - bars)]; }
 
+    // Removes the oldest element, if there is one.
     void PopFront() {
         if (head != tail) head = Wrap(head + 1);
     }
@@ -33,7 +35,7 @@ protected:
         constexpr long long Highest = 0x10000000;
         return static_cast<int>(std::bit_ceil(static_cast<std::uint32_t>(std::clamp(slots, 2LL, Highest))));
     }
-    // Cells are not touched before they are used, so a large buffer costs address space alone.
+    // The cells are not initialised: a large buffer takes memory only as far as it is used.
     static Cells MakeCells(int slots) {
         return std::make_unique_for_overwrite<Element[]>(static_cast<std::size_t>(slots));
     }
@@ -46,7 +48,7 @@ protected:
         mask = static_cast<std::uint32_t>(slots) - 1;
     }
 
-    // Copies the window from the same slots of another buffer.
+    // Copies the elements between `head` and `tail` from the same slots of another buffer of this capacity.
     void CopyWindow(const Element* source) {
         if (tail >= head) {
             std::copy(source + head, source + tail, buffer + head);
@@ -56,35 +58,39 @@ protected:
         }
     }
 
-    // Copies the cells from `from` to `tail` to the start of a buffer four times as large, which the window then uses;
-    // its head is for the caller to set.
+    // Copies the elements from slot `from` up to `tail` to the start of a larger buffer, uses it from then on, and
+    // gives it to the caller to own. The caller also sets `head`.
     Cells Enlarge(int from) {
-        const int larger = PowerOfTwoFor(2LL * capacity + 2);
+        const int larger = PowerOfTwoFor(2LL * capacity + 2);  // four times the capacity, or the limit
         if (larger == capacity) throw std::length_error("a ring is full");
         Cells cells = MakeCells(larger);
-        Element* last = cells.get();
-        if (tail < from) last = std::copy(buffer + from, buffer + capacity, last);
-        last = std::copy(buffer + (tail < from ? 0 : from), buffer + tail, last);
-        tail = static_cast<int>(last - cells.get());
+        Element* end = cells.get();
+        if (tail < from) {  // the elements wrap
+            end = std::copy(buffer + from, buffer + capacity, end);
+            from = 0;
+        }
+        end = std::copy(buffer + from, buffer + tail, end);
+        tail = static_cast<int>(end - cells.get());
         Use(cells.get(), larger);
         return cells;
     }
 
     int head = 0;  // slot of the oldest element
-    int tail = 0;  // slot that the next element goes to; never catches up with `head`
+    int tail = 0;  // slot that the next element goes to
     int capacity = 0;
     std::uint32_t mask = 0;  // capacity - 1: wraps a slot without a division
     Element* buffer = nullptr;
 };
 
-// Appends to a window. Beyond `limit` elements the oldest one goes.
+// Appends to a window, and drops the oldest element if there are then more than `limit`.
 template <class Ring, class Element>
 void PushWithin(Ring& window, const Element& element, int limit) {
     window.Push(element);
     if (window.Size() > limit) window.PopFront();
 }
 
-// The same with the oldest one going first, and only from a window of exactly `limit` elements.
+// Drops the oldest element of a window of exactly `limit`, and appends. A window that is longer already
+// goes on growing, and so does any window with a limit below 1.
 template <class Ring, class Element>
 void PushReplacing(Ring& window, const Element& element, int limit) {
     if (window.Size() == limit) window.PopFront();

@@ -14,8 +14,8 @@ namespace {
 constexpr std::u16string_view WhiteSpace = u" \t\n\v\f\r";
 constexpr std::string_view Digits = "0123456789";
 
-// The text between leading and trailing white space, with what no number contains turned into "?". Empty if there is
-// nothing else.
+// A text without the white space around it, narrowed to ASCII. Characters beyond ASCII become "?", which no number
+// contains.
 std::string Trimmed(const char16_t* text) {
     const std::u16string_view wide = TextOrEmpty(text);
     const std::size_t first = wide.find_first_not_of(WhiteSpace);
@@ -76,7 +76,7 @@ FormattedText FormatText(const char* format, ...) {
         const char* at = std::from_chars(rest.data() + 1, last, width).ptr;
         if (*at == '.') at = std::from_chars(at + 1, last, precision).ptr;
         if (*at == 'l') ++at;
-        char digits[400];  // the longest: sign, 309 digits, point and what a format asks for behind it
+        char digits[400];  // the longest number: a sign, 309 digits, the point, and the digits behind it
         std::string_view piece = "%";
         switch (*at) {
         case 's': piece = va_arg(arguments, const char*); break;

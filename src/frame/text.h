@@ -1,6 +1,7 @@
 #pragma once
 
-// Texts in and out of operators. Nothing here depends on the process's locale.
+// Reads and composes the texts that operators and hosts exchange. The decimal point is "." whatever locale the process
+// has set.
 
 #include "platform/task_text.h"
 #include "sarvane/values.h"
@@ -11,14 +12,15 @@
 
 namespace sarvane {
 
-// A whole number in base 10 with white space around it allowed, held to 32 bits; UndefinedParam for any other text.
+// Reads a whole number in base 10, with or without white space around it. A number beyond 32 bits gives the lowest or
+// highest int. Any other text, null included, gives UndefinedParam.
 int TextToInt(const char16_t* text);
 
-// A number as C's `strtod` reads it (decimal, hexadecimal, "inf" or "nan"), with white space around it allowed;
-// UndefinedValue for any other text.
+// Reads a number as C's `strtod` does (decimal, hexadecimal, "inf" or "nan"), with or without white space around it.
+// Any other text, null included, gives UndefinedValue.
 double TextToDouble(const char16_t* text);
 
-// A composed text. What does not fit is cut off.
+// A text that FormatText composes, without allocating. What exceeds its capacity is cut off.
 class FormattedText {
 public:
     static constexpr std::size_t Capacity = 128;  // 16-bit characters, NUL included
@@ -32,17 +34,17 @@ private:
     char16_t characters[Capacity];
 };
 
-// Composes a text with the conversions of `printf` that texts of operators use: %d, %s, %f with width and precision,
-// and %%.
+// Composes a text as `printf` does, with the conversions that operators use: %d, %s, %f and %%, with width and
+// precision.
 [[gnu::format(printf, 1, 2)]] FormattedText FormatText(const char* format, ...);
 
-// The text of a parameter: a whole number, a number, a word, or a text composed in a format of its own.
+// The text of a parameter as hosts see it: a number, a word, or a text composed in a format of its own.
 inline FormattedText ParameterText(int number) { return FormatText("%d", number); }
 inline FormattedText ParameterText(double number) { return FormatText("%f", number); }
 inline FormattedText ParameterText(const char* word) { return FormatText("%s", word); }
 inline FormattedText ParameterText(const FormattedText& text) { return text; }
 
-// The text of parameter `n` of a list, counted from 0; empty out of range.
+// The text of parameter `n` of a list, counted from 0. The empty text if there is none.
 template <class... Parameters>
 FormattedText Nth(int n, Parameters... parameters) {
     FormattedText text;
@@ -51,12 +53,13 @@ FormattedText Nth(int n, Parameters... parameters) {
     return text;
 }
 
-// Entry `n` of a list, counted from 0: a number as text, or one of several texts. Out of range it is `otherwise`.
+// Entry `n` of a list, counted from 0, as a text. Out of range numbers give the empty text, and texts `otherwise`.
 FormattedText NthInt(short n, std::initializer_list<int> numbers);
 FormattedText NthDouble(int n, std::initializer_list<double> numbers);
 std::u16string_view NthText(short n, std::initializer_list<std::u16string_view> texts,
                             std::u16string_view otherwise = u"");
 
+// Each character as one of 16 bits.
 std::u16string Widen(std::string_view ascii);
 
 }  // namespace sarvane

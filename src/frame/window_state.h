@@ -5,10 +5,10 @@
 
 namespace sarvane {
 
-// The record of an operator that looks at the last values of one curve.
+// The state record of operators that look at the last values of one curve.
 struct WindowState {
     double previous = UndefinedValue;  // last input that was used
-    HistoryRing window;                // inputs, oldest at the head
+    HistoryRing window;                // the inputs used, oldest first
 
     HRESULT Reset(int count, const double* seed) {
         previous = FirstSeed(count, seed);

@@ -6,6 +6,7 @@
 namespace sarvane {
 namespace {
 
+// The first LabelCharacters characters, the first one in the lowest byte.
 std::uint64_t Characters(std::string_view text) {
     std::uint64_t bytes = 0;
     const int length = static_cast<int>(std::min<std::size_t>(text.size(), LabelCharacters));
@@ -16,7 +17,7 @@ std::uint64_t Characters(std::string_view text) {
 
 }  // namespace
 
-// Texts as short as labels fit into a string's own buffer, so nothing is allocated.
+// A std::string keeps texts as short as these without allocating.
 double EncodeLabel(const ChartLabel& label) {
     std::uint32_t place =
         static_cast<std::uint32_t>(label.placement) << 4 | (static_cast<std::uint32_t>(label.curve) + 1);

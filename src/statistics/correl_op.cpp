@@ -7,43 +7,33 @@ namespace {
 
 enum Argument : short { CurveA, CurveB, Period };
 
-void Add(CorrelSums& sums, CorrelPair pair) {
-    sums.a += pair.a;
-    sums.aa += pair.a * pair.a;
-    sums.b += pair.b;
-    sums.bb += pair.b * pair.b;
-    sums.ab += pair.a * pair.b;
+struct Moments {
+    double mean;
+    double variance;
+};
+
+Moments MomentsOf(const SeriesSums& sums, int count) {
+    const double mean = sums.values / count;
+    double variance = sums.squares / count - mean * mean;
+    // Rounding can give a flat curve a variance just below 0. A variance farther below comes from sums whose digits are
+    // lost; its root is a NaN, which becomes the output.
+    if (variance < 0.0 && variance > -0.001) variance = 0.0;
+    return {mean, variance};
 }
 
-void Subtract(CorrelSums& sums, CorrelPair pair) {
-    sums.a -= pair.a;
-    sums.aa -= pair.a * pair.a;
-    sums.b -= pair.b;
-    sums.bb -= pair.b * pair.b;
-    sums.ab -= pair.b * pair.a;
-}
-
-double Variance(double meanOfSquares, double mean) {
-    const double variance = meanOfSquares - mean * mean;
-    if (variance < 0.0 && variance > -0.001) return 0.0;  // rounding; what lies lower is left to show as NaN
-    return variance;
-}
-
-// A curve that is flat over the window correlates with nothing: no value, rather than 0.
-double Correlate(const CorrelSums& sums, int count) {
-    const double meanA = sums.a / count;
-    const double meanB = sums.b / count;
-    const double meanAB = sums.ab / count;
-    const double varianceA = Variance(sums.aa / count, meanA);
-    const double varianceB = Variance(sums.bb / count, meanB);
-    const double deviations = std::sqrt(varianceB) * std::sqrt(varianceA);
+// (mean(a b) - mean(a) mean(b)) / (deviation(a) deviation(b)), in percent. A curve that is flat over the window has no
+// correlation.
+double Correlation(const CorrelSums& sums, int count) {
+    const Moments a = MomentsOf(sums.a, count);
+    const Moments b = MomentsOf(sums.b, count);
+    const double deviations = std::sqrt(b.variance) * std::sqrt(a.variance);
     if (deviations < 1e-100) return UndefinedValue;
-    return (meanAB - meanB * meanA) / deviations * 100.0;
+    return (sums.products / count - b.mean * a.mean) / deviations * 100.0;
 }
 
 }  // namespace
 
-// Whatever comes after the period unsets it again: hosts set it last.
+// Every call unsets the period, whatever its index. So only a period that is set last stays.
 STDMETHODIMP CCorrelOp::SetParameter(short index, const char16_t* value, TextSlot*) {
     const int number = TextToInt(value);
     period = UndefinedParam;
@@ -65,37 +55,38 @@ STDMETHODIMP CCorrelOp::Reset(int count, const double* seed) {
     return S_OK;
 }
 
-// A pair stays together: with one value missing, both repeat the bar before.
+// If one value of a pair is missing the other one is not used either: the previous pair is repeated.
 STDMETHODIMP CCorrelOp::Calculate(int, const double* in, int, double* out) {
     out[0] = UndefinedValue;
     CorrelState& live = states.Live();
     CorrelPair pair = {.a = in[CurveA], .b = in[CurveB]};
     if (IsUndefined(pair.a) || IsUndefined(pair.b)) pair = live.previous;
     if (IsUndefined(pair.a) || IsUndefined(pair.b)) return S_OK;
-    out[0] = IsUnset(period) ? OfNewest(live.window, pair, TruncateToInt(in[Period])) : OfRunningSums(live, pair);
+    out[0] =
+        IsUnset(period) ? FromNewestPairs(live.window, pair, TruncateToInt(in[Period])) : FromRunningSums(live, pair);
     live.previous = pair;
     return S_OK;
 }
 
-double CCorrelOp::OfRunningSums(CorrelState& live, CorrelPair pair) const {
+double CCorrelOp::FromRunningSums(CorrelState& live, CorrelPair pair) const {
     live.window.Push(pair);
     if (live.window.Size() > period) {
-        Subtract(live.sums, live.window[0]);
+        live.sums.Subtract(live.window[0]);
         live.window.PopFront();
     }
-    Add(live.sums, pair);
-    return live.window.Size() == period ? Correlate(live.sums, period) : UndefinedValue;
+    live.sums.Add(pair);
+    return live.window.Size() == period ? Correlation(live.sums, period) : UndefinedValue;
 }
 
-// The period may differ on every bar, so the window is summed afresh, newest pair first. One bar less than the history
-// depth is kept.
-double CCorrelOp::OfNewest(BasicHistoryRing<CorrelPair>& window, CorrelPair pair, int wanted) const {
+// The period may differ from bar to bar, so the pairs are summed up afresh on each bar, newest pair first. The window
+// holds at most `depth` - 1 pairs.
+double CCorrelOp::FromNewestPairs(BasicHistoryRing<CorrelPair>& window, CorrelPair pair, int wanted) const {
     window.Push(pair);
     if (window.Size() >= depth) window.PopFront();
     if (wanted < 1 || wanted > window.Size()) return UndefinedValue;
     CorrelSums sums;
-    for (int bars = 0; bars < wanted; ++bars) Add(sums, window.Newest(bars));
-    return Correlate(sums, wanted);
+    for (int bars = 0; bars < wanted; ++bars) sums.Add(window.Newest(bars));
+    return Correlation(sums, wanted);
 }
 
 }  // namespace sarvane

@@ -26,7 +26,7 @@ STDMETHODIMP CCountOperator::Reset(int, const double*) {
     return S_OK;
 }
 
-// High and low stay together: without a high, both repeat the bar before.
+// Without a high, both high and low repeat the previous bar. A low that is missing beside a high stays missing.
 STDMETHODIMP CCountOperator::Calculate(int, const double* in, int, double* out) {
     std::fill_n(out, 4, UndefinedValue);
     CountState& live = states.Live();
@@ -42,6 +42,7 @@ STDMETHODIMP CCountOperator::Calculate(int, const double* in, int, double* out) 
     return S_OK;
 }
 
+// Counts one bar of a condition and gives its label. A missing condition repeats its last value.
 double CCountOperator::LabelOf(ConditionCount& condition, int curve, double value) const {
     if (IsUndefined(value)) value = condition.previous;
     if (IsUndefined(value)) return UndefinedValue;

@@ -7,9 +7,9 @@
 namespace sarvane {
 
 struct ConditionCount {
-    double previous = UndefinedValue;  // condition of the last bar
+    double previous = UndefinedValue;  // last value of the condition that was used
     int bars = 0;                      // since the condition was last 0
-    bool started = false;              // the condition has been 0
+    bool started = false;              // whether the condition was ever 0; nothing is counted before
 };
 
 struct CountState {
@@ -18,8 +18,9 @@ struct CountState {
     std::array<ConditionCount, 2> conditions;
 };
 
-// Count( bar, labelAt, condition1, condition2) counts, for each condition, the bars since it was last 0, and labels the
-// bars whose count is `labelAt`. High and low of the bar pass through, as the places where labels are drawn.
+// Count( bar, labelAt, condition1, condition2) counts for each of two conditions the bars since it was last 0, and puts
+// the count as a label on the bars on which it is `labelAt`. High and low of the bar are outputs, too: they tell a
+// chart where to draw the labels.
 class CCountOperator : public Described<CCountOperator> {
     friend Described;
     static constexpr Description About = {
@@ -42,13 +43,14 @@ class CCountOperator : public Described<CCountOperator> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     double LabelOf(ConditionCount& condition, int curve, double value) const;
 
     int depth = DefaultHistoryDepth;
-    int labelAt = 0;  // 0 labels every bar, which only a new operator does; unset labels none
+    // 0 puts a label on every bar. Only a new operator has it, since SetParameter turns 0 into unset: no labels.
+    int labelAt = 0;
     StateStore<CountState> states;
 };
 

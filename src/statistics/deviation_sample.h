@@ -8,24 +8,26 @@
 
 namespace sarvane {
 
-// The values that a deviation is formed from. With a constant period that is a whole window, summed up oldest value
-// first; with a period read from a curve it is the newest values, summed up newest first.
+// The values of a window that a deviation is formed from, and the order in which they are summed up.
 class DeviationSample {
 public:
+    // The whole window, oldest value first: for a constant period.
     static DeviationSample Whole(const HistoryRing& window) { return {window, window.Size(), false}; }
-    // Empty if the window doesn't hold `period` values.
+    // The newest `period` values, newest first: for a period that is read from a curve. None if the window has fewer.
     static DeviationSample Newest(const HistoryRing& window, double period) {
         const int wanted = TruncateToInt(period);
         return {window, wanted >= 1 && wanted <= window.Size() ? wanted : 0, true};
     }
 
+    // These are undefined for a sample without values.
     double Mean() const {
         return Average([](double value) { return value; });
     }
     double MeanDistance(double level) const {
         return Average([level](double value) { return std::abs(level - value); });
     }
-    // Root of the mean squared distance from `level`. The divisor is one less on request, if that leaves any.
+    // Root of the mean squared distance from `level`. The divisor is the number of values, or with `useNMinus1` one
+    // less, except for a single value.
     double RootMeanSquare(double level, bool useNMinus1) const {
         if (count == 0) return UndefinedValue;
         const double squares = Sum([level](double value) { return (level - value) * (level - value); });

@@ -7,6 +7,7 @@ namespace {
 
 enum Argument : short { Curve, EventCount, FlagBars, MaxOffset };
 
+// Values within rounding error of zero are no events. Nor is a NaN.
 bool IsEvent(double value) { return !IsUndefined(value) && std::abs(value) > 0x1p-52; }
 
 }  // namespace
@@ -31,7 +32,7 @@ STDMETHODIMP CEventOffset::Reset(int, const double*) {
 
 STDMETHODIMP CEventOffset::Calculate(int, const double* in, int, double* out) {
     EventOffsetState& live = states.Live();
-    TakeBar(live, in[0]);
+    UpdateOffset(live, in[0]);
     const bool near = !IsUndefined(live.offset) && maxOffset > live.offset;
     if (!live.seen) {
         out[0] = UndefinedValue;
@@ -43,8 +44,8 @@ STDMETHODIMP CEventOffset::Calculate(int, const double* in, int, double* out) {
     return S_OK;
 }
 
-// A missing input is a bar without an event: distances go on growing.
-void CEventOffset::TakeBar(EventOffsetState& live, double value) const {
+// A missing input is a bar without an event, so that the offset goes on growing.
+void CEventOffset::UpdateOffset(EventOffsetState& live, double value) const {
     PlainRing& gaps = live.gaps;
     if (!IsUndefined(value)) live.seen = true;
     if (gaps.Size() > 0) gaps.Newest() += 1.0;

@@ -6,14 +6,16 @@
 namespace sarvane {
 
 struct EventOffsetState {
-    double offset = UndefinedValue;  // bars since the `eventCount`-th most recent event, once there are so many
-    bool seen = false;               // a defined input has come
-    PlainRing gaps;                  // for each event kept: bars to the next one, for the newest one bars since it
+    double offset = UndefinedValue;  // bars since the event that is looked for; undefined before there are so many
+    bool seen = false;               // whether any input was defined
+    PlainRing
+        gaps;  // for each of the last `eventCount` events the bars up to the next event, or up to now for the newest
 };
 
-// EventOffsetOp( curve, eventCount, flagBars, maxOffset) tells how far back the `eventCount`-th most recent event lies,
-// an event being a bar on which the curve isn't zero: as a negative offset, or, with `flagBars`, as a flag that is 1 on
-// the first so many bars from the event.
+// EventOffsetOp( curve, eventCount, flagBars, maxOffset) tells how many bars ago an event was. A bar is an event if the
+// curve is not zero on it; `eventCount` 1 looks for the newest event, 2 for the one before it. The output is minus the
+// number of bars, and undefined from `maxOffset` bars on. With `flagBars` it is 1 on the bar of the event and the
+// `flagBars` - 1 bars after it, and 0 on all others.
 class CEventOffset : public Described<CEventOffset> {
     friend Described;
     static constexpr int MostEvents = 10000;
@@ -43,14 +45,14 @@ class CEventOffset : public Described<CEventOffset> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
-    void TakeBar(EventOffsetState& live, double value) const;
+    void UpdateOffset(EventOffsetState& live, double value) const;
 
     int eventCount = 1;
-    double flagBars = -1.0;    // below 0: no flag but the offset
-    double maxOffset = 400.0;  // events that lie so far back or farther count as none
+    double flagBars = -1.0;    // below 0: the output is the offset
+    double maxOffset = 400.0;  // an event this many bars ago or more counts as none
     StateStore<EventOffsetState> states{2};
 };
 

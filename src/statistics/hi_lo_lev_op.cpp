@@ -43,14 +43,15 @@ STDMETHODIMP CLevOp<Extreme>::Calculate(int, const double* in, int, double* out)
     PushWithin(live.window, bar, ValueOr(period, depth));
     const int size = live.window.Size();
     const int wanted = IsUnset(period) ? TruncateToInt(in[Period]) : period;
-    // A snapshot taken before the period changed can hold more bars than a constant one; it is not searched.
+    // A constant period gives results from a window of exactly that many bars. A snapshot that was taken before the
+    // period was made shorter holds more, and gives none.
     if (IsUnset(period) ? wanted >= 1 && wanted <= size : wanted == size) FindExtreme(live.window, wanted, out);
     live.previous = bar;
     return S_OK;
 }
 
-// Goes from the oldest of the wanted bars to the newest. Missing keys can be among them: one gives way to whatever
-// comes next, and never displaces a key. The distance of such a bar means something only if gaps are kept.
+// Searches the newest `wanted` bars, oldest first. A missing key is never better than a key, and any later key, missing
+// or not, is better than a missing one. The distance of a bar whose key is missing is an output only if gaps are kept.
 template <class Extreme>
 void CLevOp<Extreme>::FindExtreme(const BasicHistoryRing<LevelBar>& window, int wanted, double* out) const {
     double best = UndefinedValue;

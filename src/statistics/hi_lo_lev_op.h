@@ -5,21 +5,22 @@
 
 namespace sarvane {
 
-// What both curves held on a bar. Without initialisers, so that a new ring leaves its cells untouched.
+// One bar of both curves. It has no initialisers, so that making a ring doesn't write to all of its cells.
 struct LevelBar {
     double key;
     double value;
 };
 
 struct LevelState {
-    LevelBar previous = {UndefinedValue, UndefinedValue};  // last bar that was taken in
+    LevelBar previous = {UndefinedValue, UndefinedValue};  // last bar that was used
     BasicHistoryRing<LevelBar> window;
 };
 
-// HiLevel( value, key, period, keepGaps) and LoLevel find the extreme of the key curve over the last `period` bars, and
-// give what the value curve held on that bar and how many bars ago that was. Of equal keys the oldest counts. A period
-// that is no constant becomes a third input, read on every bar. With `keepGaps` missing inputs enter the window as they
-// are, else they repeat the bar before. `Extreme` says which way the keys are compared.
+// HiLevel( value, key, period, keepGaps) and LoLevel( ...) look for the bar on which the key curve was highest or
+// lowest among the last `period` bars. They give the value curve on that bar, and how many bars ago it was. Of several
+// bars with the extreme key the oldest is taken. A period that is no constant becomes a third input, read on every bar.
+// A missing input repeats the previous bar; with `keepGaps` it enters the window as missing. `Extreme` is the
+// comparison of keys.
 template <class Extreme>
 class CLevOp : public Described<CLevOp<Extreme>> {
     friend Described<CLevOp>;
@@ -42,9 +43,9 @@ class CLevOp : public Described<CLevOp<Extreme>> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
-    // How missing inputs are treated, 0 or 1. No interface declares these two, but they are part of the method table.
+    // Each answers 0 or 1. No interface has these two methods, but they have places in the method table.
     virtual STDMETHODIMP GetFillsGaps(uint* flag) { return Answer(flag, !keepGaps); }
     virtual STDMETHODIMP GetKeepsGaps(uint* flag) { return Answer(flag, keepGaps); }
 

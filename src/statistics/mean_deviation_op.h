@@ -8,9 +8,9 @@
 
 namespace sarvane {
 
-// MeanDev(curve,period) is the mean absolute distance from the last `period` values to their simple moving average. A
-// period that is no constant becomes a second input, read on every bar; the distances are then taken from the mean of
-// the values that it asks for.
+// MeanDev(curve,period) is the mean absolute distance from the last `period` values to their mean. With a constant
+// period that mean is a running simple average. A period that is no constant becomes a second input, read on every bar,
+// and the mean of as many of the newest values is formed afresh.
 class CMeanDeviationOp : public Described<CMeanDeviationOp> {
     friend Described;
     static constexpr Description About = {
@@ -28,12 +28,12 @@ class CMeanDeviationOp : public Described<CMeanDeviationOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     int depth = DefaultHistoryDepth;
-    int period = 0;  // never met by a window: a new operator gives no result
-    CSetStepMA meanStep;
+    int period = 0;       // no window has this length: a new operator gives no output before its period is set
+    CSetStepMA meanStep;  // the mean for a constant period
     StateStore<WindowState> states;
 };
 

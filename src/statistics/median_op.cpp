@@ -7,7 +7,7 @@ enum Argument : short { Curve, WindowSize, Percent1, Percent2, Percent3, Interpo
 
 }  // namespace
 
-// The ids of the percentiles are the numbers of the outputs.
+// Percentiles are numbered in the order in which they are added, so each has the number of its output.
 CMedianOp::CMedianOp() {
     SetMinCount(1);
     SetWindowSize(13);
@@ -22,7 +22,8 @@ STDMETHODIMP CMedianOp::SetParameter(short index, const char16_t* value, TextSlo
     case WindowSize: {
         const int number = TextToInt(value);
         if (number < 1) return E_INVALIDARG;
-        // In this order: a window of 1 passes for one that has to be full, and the next one waits until it is.
+        // The order matters after a window of 1: there the least count of 1 is a full window, so that SetWindowSize
+        // keeps the new window without results until it is full.
         SetMinCount(1);
         SetWindowSize(static_cast<uint>(number));
         break;
@@ -40,6 +41,7 @@ STDMETHODIMP CMedianOp::SetParameter(short index, const char16_t* value, TextSlo
     return S_OK;
 }
 
+// Other operators have a name for every number.
 STDMETHODIMP CMedianOp::GetOutputName(short output, TextSlot* name, TextSlot* error) {
     return output < 0 || output > LastOutput() ? E_INVALIDARG : Described::GetOutputName(output, name, error);
 }
@@ -49,7 +51,7 @@ STDMETHODIMP CMedianOp::Reset(int, const double*) {
     return S_OK;
 }
 
-// A value that isn't taken in repeats the last results.
+// A value that is not finite does not enter the window: the outputs then repeat.
 STDMETHODIMP CMedianOp::Calculate(int, const double* in, int, double* out) {
     for (int input = 0; input < inputCount; ++input) AddValue(in[input]);
     for (int output = 0; output < 3; ++output) out[output] = GetResult(output);

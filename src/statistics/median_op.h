@@ -8,7 +8,8 @@
 namespace sarvane {
 
 // Median( curve, windowSize, percent1, percent2, percent3, interpolate [, curve2]) gives up to three percentiles of the
-// last values, at first the median alone. A second curve feeds the same window, behind the first on each bar.
+// last `windowSize` values. Without further arguments it gives the median, and the other two outputs are undefined.
+// With a second curve each bar adds two values to the window, first that of `curve`.
 class CMedianOp : public Described<CMedianOp>, private PercentileProcessor {
     friend Described;
     static constexpr WordDescription BetweenValues[] = {{"0", "the nearer of two values is taken"},
@@ -46,7 +47,7 @@ public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
     STDMETHODIMP SaveState(short slot) override;
     STDMETHODIMP RestoreState(short slot) override;
     virtual ~CMedianOp() = default;  // the last entry of the method table
@@ -55,7 +56,8 @@ private:
     int Window() const { return static_cast<int>(GetWindowSize()); }
 
     int inputCount = 1;
-    // Slot n is element n: unlike elsewhere none is the live state, and a save drops the slots above it.
+    // Element n is slot n. Other than in a StateStore element 0 is a snapshot, too, and a save drops all slots above
+    // its own.
     std::deque<PercentileSnapshot> snapshots;
 };
 

@@ -37,7 +37,8 @@ STDMETHODIMP CMiddleOp::Calculate(int, const double* in, int, double* out) {
     });
 }
 
-// The values are added oldest first: where a NaN ends up, or which of two zeros with different signs, depends on it.
+// Sorts the oldest `wanted` values of the window. They are added oldest first, since that order decides where a NaN
+// goes, and which of 0.0 and -0.0 comes first.
 double CMiddleOp::Select(const HistoryRing& window, int wanted) {
     const int count = std::clamp(wanted, 0, window.Size());
     if (!IsUnset(rankFromTop) && (rankFromTop < 1 || rankFromTop > count)) return UndefinedValue;

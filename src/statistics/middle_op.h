@@ -6,9 +6,10 @@
 
 namespace sarvane {
 
-// Middle( curve, period [, rankFromTop]) is the median of the last `period` values, or the value at a place counted
-// from the highest, which is 1. It starts on the first bar, with what the window holds. A period that is no constant
-// becomes a second input, read on every bar; the oldest `period` values of the history are taken then.
+// Middle( curve, period [, rankFromTop]) is the median of the last `period` values, or with `rankFromTop` the value at
+// that place, 1 being the highest. The first outputs are those of fewer than `period` values, from the first bar on. A
+// period that is no constant becomes a second input, read on every bar. It then counts from the oldest value that is
+// kept, not from the newest.
 class CMiddleOp : public Described<CMiddleOp> {
     friend Described;
     static constexpr Description About = {
@@ -29,7 +30,7 @@ class CMiddleOp : public Described<CMiddleOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     double Select(const HistoryRing& window, int wanted);
@@ -38,7 +39,7 @@ private:
     int period = UndefinedParam;
     int rankFromTop = UndefinedParam;
     StateStore<WindowState> states;
-    SortedBagAsVector<double> bag{1, 1};  // filled afresh on every bar; only its room stays
+    SortedBagAsVector<double> bag{1, 1};  // filled anew on every bar; a member so that its memory is reused
 };
 
 }  // namespace sarvane

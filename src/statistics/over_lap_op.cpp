@@ -36,12 +36,12 @@ STDMETHODIMP COverLapOp::Calculate(int, const double* in, int, double* out) {
     live.bars.Push(bar);
     live.previous = bar;
 
-    // One bar more supplies the close ahead of the oldest bar that is counted.
-    const long long closes = trueRange ? 1 : 0;
-    if (live.bars.Size() > (period >= 1 ? period : depth) + closes) live.bars.PopFront();
-    // A constant below 1 has no input to be read from.
+    // With true ranges one bar more is kept: its close belongs to the range of the oldest bar that is counted.
+    const long long barsBefore = trueRange ? 1 : 0;
+    if (live.bars.Size() > (period >= 1 ? period : depth) + barsBefore) live.bars.PopFront();
+    // A constant period below 1 gives no output: only an unset period has an input that it could be read from.
     const int most = IsUnset(period) ? TruncateToInt(in[Count]) : period >= 1 ? period : UndefinedParam;
-    if (IsUnset(most) || live.bars.Size() < most + closes) return S_OK;
+    if (IsUnset(most) || live.bars.Size() < most + barsBefore) return S_OK;
     const int run = RunLength(live.bars, most);
     out[0] = mutual == 1 ? MutualLength(live.bars, run) : run;
     return S_OK;
@@ -54,16 +54,16 @@ COverLapOp::Range COverLapOp::RangeOf(const Bars& bars, int back) const {
     return {Lesser(bar[Low], before), Greater(bar[High], before)};
 }
 
-// How many bars, the newest included, overlap the newest one without a break. A bound count below 1 gives 1 and looks
-// at no bar.
+// How many bars in a row, from the newest one back, overlap the newest one. At least 1: with a bound `most` below 2 no
+// ranges are formed, since there may be no bar.
 int COverLapOp::RunLength(const Bars& bars, int most) const {
     int run = 1;
     while (run < most && Overlap(RangeOf(bars, run), RangeOf(bars, 0))) ++run;
     return run;
 }
 
-// Cuts a run ahead of the first bar that fails to overlap one between it and the newest. To overlap each of those is
-// to reach the highest of their lows and the lowest of their highs.
+// Shortens a run to end before the first bar that does not overlap all bars between it and the newest one. All of them
+// are overlapped by a range that overlaps the one from the highest of their lows to the lowest of their highs.
 int COverLapOp::MutualLength(const Bars& bars, int run) const {
     constexpr double Infinity = std::numeric_limits<double>::infinity();
     Range common = {-Infinity, Infinity};

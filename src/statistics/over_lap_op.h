@@ -6,17 +6,17 @@
 
 namespace sarvane {
 
-using OverLapBar = std::array<double, 3>;  // high, low and close, as they come in
+using OverLapBar = std::array<double, 3>;  // high, low and close, the order of the inputs
 
 struct OverLapState {
     OverLapBar previous = {UndefinedValue, UndefinedValue, UndefinedValue};  // last bar that was used
     BasicHistoryRing<OverLapBar> bars;
 };
 
-// OverlapCntOp( bar, trueRange, period [, mutual]) counts how many consecutive bars, going back from the newest and
-// `period` at most, have a range that overlaps the newest one's. A period that is no constant becomes a fourth input,
-// read on every bar. With `trueRange` a bar's range reaches to the close before it; with a `mutual` of 1 all bars that
-// are counted must overlap each other.
+// OverlapCntOp( bar, trueRange, period [, mutual]) counts bars back from the newest one as long as their ranges overlap
+// its range. The newest bar is counted, too, and `period` bars at most. Ranges that only touch overlap. A period that
+// is no constant becomes a fourth input, read on every bar. With `trueRange` the range of a bar is extended to the
+// close before it. With a `mutual` of 1 all bars that are counted must overlap each other.
 class COverLapOp : public Described<COverLapOp> {
     friend Described;
     static constexpr WordDescription AmongThemselves[] = {
@@ -44,7 +44,7 @@ class COverLapOp : public Described<COverLapOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     using Bars = BasicHistoryRing<OverLapBar>;
@@ -60,8 +60,8 @@ private:
 
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
-    int trueRange = UndefinedParam;  // a flag: on unless it is 0
-    int mutual = 0;
+    int trueRange = UndefinedParam;  // a switch: on unless it is 0, and so on in a new operator
+    int mutual = 0;                  // on only if it is 1
     StateStore<OverLapState> states;
 };
 

@@ -8,20 +8,20 @@
 namespace sarvane {
 namespace {
 
-double HeldFraction(double fraction) { return fraction < 0.0 ? 0.0 : Lesser(fraction, 1.0); }
+double ClampedFraction(double fraction) { return fraction < 0.0 ? 0.0 : Lesser(fraction, 1.0); }
 
 }  // namespace
 
 int PercentileProcessor::AddPercentile(double fraction) {
-    const double held = IsUndefined(fraction) ? fraction : HeldFraction(fraction);
-    percentiles.push_back({held, ResultFor(held)});
+    const double clamped = IsUndefined(fraction) ? fraction : ClampedFraction(fraction);
+    percentiles.push_back({clamped, ResultFor(clamped)});
     return static_cast<int>(percentiles.size()) - 1;
 }
 
 void PercentileProcessor::SetPercentile(int id, double fraction) {
     if (!IsKnown(id)) return;
     Percentile& percentile = percentiles[static_cast<std::size_t>(id)];
-    percentile.fraction = HeldFraction(fraction);
+    percentile.fraction = ClampedFraction(fraction);
     if (HasResults()) percentile.result = ResultFor(percentile.fraction);
 }
 
@@ -32,7 +32,7 @@ void PercentileProcessor::SetInterpolate(bool blend) {
 
 void PercentileProcessor::SetMinCount(uint values) { minCount = std::min(windowSize, values); }
 
-// A processor that waits for its whole window goes on doing so.
+// A processor that gives results only with a full window (`minCount` is the window size) goes on to do so.
 void PercentileProcessor::SetWindowSize(uint values) {
     if (values == 0) return;
     minCount = minCount == windowSize ? values : std::min(minCount, values);
@@ -40,8 +40,9 @@ void PercentileProcessor::SetWindowSize(uint values) {
     ClearWindow();
 }
 
-// A value comes before the oldest one leaves, so that an equal one stays what stands for both. Room grows along with the
-// ring, while the window fills: a bar on a full window allocates nothing.
+// The new value is inserted before the oldest one is erased: if they are equal, say 0.0 and -0.0, the tree goes on to
+// hold the older of the two. The tree's memory grows with that of the ring while the window fills, so that a bar on a
+// full window allocates nothing.
 uint PercentileProcessor::AddValue(double value) {
     if (IsUndefined(value) || !std::isfinite(value)) return live.ordered.Size();
     const bool full = live.ordered.Size() == windowSize;
@@ -64,6 +65,8 @@ void PercentileProcessor::RestoreSnapshot(const PercentileSnapshot& snapshot) {
     WorkOutResults();
 }
 
+// The position of the percentile in the ordered window is (n - 1) * fraction, counted from 0. Its whole part is a rank,
+// and the rest is the weight of the next higher value.
 double PercentileProcessor::ResultFor(double fraction) const {
     if (!HasResults() || IsUndefined(fraction)) return UndefinedValue;
     const double position = (live.ordered.Size() - 1) * fraction;

@@ -8,18 +8,19 @@
 
 namespace sarvane {
 
-// The part of a processor that is saved: the values of its window, in order of arrival and in ascending order.
+// What a snapshot saves of a processor: the values of its window twice, in order of arrival and in ascending order.
 struct PercentileSnapshot {
     PlainRing arrivals;
     ValueCounts ordered;
 };
 
-// Percentiles of the last `windowSize` values. A percentile is a fraction from 0.0, the lowest value, to 1.0, the
-// highest; where it falls between two values they are blended or the nearer one is taken. While fewer than `minCount`
-// values have come, there are no results.
+// Keeps percentiles of the last `windowSize` values. A percentile is given as a fraction: 0.0 is the lowest value, 1.0
+// the highest. If it falls between two values, the result is a blend of them or the nearer one. All results are
+// undefined while there are fewer than `minCount` values.
 class PercentileProcessor {
 public:
-    // A percentile behind those there are, and its id, counting from 0. UndefinedValue makes one that is off.
+    // Adds a percentile and gives its id: 0 for the first, then 1 and on. A fraction of UndefinedValue adds one without
+    // results.
     int AddPercentile(double fraction);
     void SetPercentile(int id, double fraction);
     double GetPercentile(int id) const { return IsKnown(id) ? At(id).fraction : UndefinedValue; }
@@ -27,17 +28,18 @@ public:
     void SetInterpolate(bool blend);
     bool GetInterpolate() const { return interpolate; }
     void SetMinCount(uint values);
-    // Starts with an empty window. Results stay until the next value.
+    // Empties the window. Results stay as they are until the next value.
     void SetWindowSize(uint values);
     uint GetWindowSize() const { return windowSize; }
 
-    // Takes in a finite value, and passes over any other. Gives the number of values in the window.
+    // Adds a value to the window, unless it is UndefinedValue, a NaN or infinite. Gives the number of values in the
+    // window.
     uint AddValue(double value);
     double GetResult(int id) const { return IsKnown(id) ? At(id).result : UndefinedValue; }
     void Reset();
 
     const PercentileSnapshot& GetSnapshot() const { return live; }
-    // Of a snapshot with more values than fit, the newest stay.
+    // If the snapshot has more than `windowSize` values, the newest ones are kept.
     void RestoreSnapshot(const PercentileSnapshot& snapshot);
 
 private:

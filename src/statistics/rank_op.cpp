@@ -5,13 +5,14 @@ namespace {
 
 enum Argument : short { Curve, Unread, Period, Direction, TieWeight, Spare };
 
-// What another value adds to the rank of `newest`.
+// What the value `other` adds to the rank of `newest`.
 double Weight(double other, double newest, bool higherBeats, double tieWeight) {
     if (higherBeats ? other > newest : newest > other) return 1.0;
     return other == newest ? tieWeight : 0.0;
 }
 
-// Bound parameters. The newest value is compared with itself too, and so counts as a tie.
+// The rank with parameters that are read from inputs. Here the newest value is compared with itself, too, and so adds
+// `tieWeight` once.
 double RankAmongNewest(const HistoryRing& window, const double* in) {
     const int wanted = TruncateToInt(in[Period]);
     const double tieWeight = in[TieWeight];
@@ -47,6 +48,7 @@ STDMETHODIMP CRankOp::Calculate(int, const double* in, int, double* out) {
     });
 }
 
+// The rank with constant parameters, among what the window holds.
 double CRankOp::RankInWindow(const HistoryRing& window) const {
     if (!AreAllSet()) return UndefinedValue;
     double rank = 1.0;

@@ -5,9 +5,11 @@
 
 namespace sarvane {
 
-// Rank( curve, unread, period, direction, tieWeight, spare) is where the newest value stands among the last `period`:
-// 1, and 1 more for every value that beats it. Higher values do if `direction` is above 0, else lower ones; an equal
-// one adds `tieWeight`. Unless all four parameters are constants, each of the first three is read on every bar.
+// Rank( curve, unread, period, direction, tieWeight, spare) is the rank of the newest value among the last `period`
+// values: 1, plus 1 for each value that beats it, plus `tieWeight` for each equal value. Higher values beat it if
+// `direction` is above 0, else lower ones do. If any of the four parameters is unset the operator declares five inputs.
+// Only with an unset period is there an output: period, direction and tieWeight are then all read from inputs,
+// constants or not.
 class CRankOp : public Described<CRankOp> {
     friend Described;
     static constexpr Description About = {
@@ -30,7 +32,7 @@ class CRankOp : public Described<CRankOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     bool AreAllSet() const {
@@ -42,7 +44,7 @@ private:
     int period = UndefinedParam;
     int direction = UndefinedParam;
     int tieWeight = UndefinedParam;
-    int spareParam = UndefinedParam;  // only has to be set
+    int spareParam = UndefinedParam;  // its value is not used, but with a constant period it has to be set
     StateStore<WindowState> states;
 };
 

@@ -23,7 +23,8 @@ STDMETHODIMP CSampleOp::Reset(int, const double*) {
     return S_OK;
 }
 
-// A missing value stops the clock, but its trigger is still what the next one has to rise above.
+// A bar with a missing value is not counted and does not fire, but its trigger is the one that the next bar's is
+// compared with.
 STDMETHODIMP CSampleOp::Calculate(int, const double* in, int, double* out) {
     SampleState& live = states.Live();
     out[0] = IsUndefined(in[Curve]) ? UndefinedValue : Sample(live, in[Curve], in[Trigger]);

@@ -5,14 +5,15 @@
 namespace sarvane {
 
 struct SampleState {
-    double previousTrigger = UndefinedValue;  // of the last bar, missing or not
-    double lastSample = UndefinedValue;
+    double previousTrigger = UndefinedValue;  // trigger of the last bar; undefined if it was missing
+    double lastSample = UndefinedValue;       // last value that was passed through
     double barsSinceTrigger = 0.0;
-    bool sampling = false;
+    bool sampling = false;  // whether the last bar was passed through
 };
 
-// Sample( curve, trigger, sampleBars, triggerMode, holdLast) passes the curve through on the bar on which the trigger
-// fires and the next ones, `sampleBars` in all. In between it holds the last sample or gives nothing.
+// Sample( curve, trigger, sampleBars, triggerMode, holdLast) passes the curve through for `sampleBars` bars, from the
+// bar on which the trigger fires. On other bars the output is the last value that was passed through, or undefined if
+// `holdLast` is 0.
 class CSampleOp : public Described<CSampleOp> {
     friend Described;
     static constexpr WordDescription Triggers[] = {{"0", "a trigger above 0 fires"},
@@ -38,7 +39,7 @@ class CSampleOp : public Described<CSampleOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     bool Fires(double trigger, double previous) const;
@@ -46,8 +47,8 @@ private:
 
     int depth = DefaultHistoryDepth;
     int sampleBars = 1;
-    int triggerMode = 0;  // 0: a trigger above 0 fires; 1: a rising one, from 0 up; others: none
-    int holdLast = 1;     // a flag
+    int triggerMode = 0;  // 0: a trigger above 0 fires; 1: one above the trigger before and not below 0; others: never
+    int holdLast = 1;     // a switch: on unless it is 0
     StateStore<SampleState> states;
 };
 

@@ -23,7 +23,7 @@ void Vector<Item>::Flush() {
     Relocate(initialCapacity, 0);
 }
 
-// A delta below 0 is no reason to stand still.
+// A negative delta counts as one that is too small: the array grows by half.
 template <class Item>
 int Vector<Item>::LargerCapacity() const {
     if (growthDelta == 0 || capacity >= MaxItems) return capacity;
@@ -65,7 +65,9 @@ int SVector<Item>::Find(Item item) const {
     return place < this->itemCount && (*this)[place] == item ? place : -1;
 }
 
-// Both ends are tried first, the front ahead of the back, and the search goes on between them.
+// Compares with the first item, then with the last one, and then searches between them by bisection. So an item that
+// equals the first one goes before it, one that equals the last one goes before that, and one that equals any other
+// goes before the first of its equals.
 template <class Item>
 int SVector<Item>::FindInsertPos(Item item) const {
     const int count = this->itemCount;

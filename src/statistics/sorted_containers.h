@@ -1,7 +1,7 @@
 #pragma once
 
-// Containers that keep their items in one array, up to a bag that keeps them in order. Their virtual methods are a
-// binary interface: none is added or moved.
+// A family of containers that keep their items in one array; the last one, SortedBagAsVector, keeps them in order. The
+// virtual methods are a binary interface: none may be added, removed or moved.
 
 #include <cstddef>
 #include <memory>
@@ -17,15 +17,15 @@ public:
 
     virtual bool IsEmpty() const = 0;
     virtual int GetCount() const = 0;
-    // Lets all items go, and with them the room that was added for them.
+    // Removes all items and frees the memory that was added since construction.
     virtual void Flush() = 0;
-    // In bytes: the array, and a flat share for the container itself.
+    // In bytes: the array, plus a fixed number for the container itself.
     virtual std::size_t GetMemoryUsed() const = 0;
     virtual int GetMaxItems() const = 0;
 };
 
-// The array. It starts with room for `size` items, at least 1, and grows by `delta` or by half, whichever is more. With
-// a delta of 0 it doesn't grow.
+// The array. It starts with room for `size` items, 1 at least. A full one grows by `delta` items or by half its size,
+// whichever is more, and at least by 1. With a `delta` of 0 it doesn't grow.
 template <class Item>
 class Vector : public T_Container {
 public:
@@ -41,18 +41,18 @@ public:
 protected:
     static constexpr int MaxItems = 0x1fffffff;
 
-    // The next larger capacity, or the present one if there is none.
+    // The capacity to grow to, or the present one if the array can't grow.
     int LargerCapacity() const;
-    // Takes the first `kept` items along.
+    // Moves to a new array, with the first `kept` items.
     void Relocate(int newCapacity, int kept);
 
-    std::unique_ptr<Item[]> data;  // items are not touched before they are used
+    std::unique_ptr<Item[]> data;  // not initialised
     int capacity;
     int initialCapacity;
     int growthDelta;
 };
 
-// The array knows how many items it holds.
+// Adds the number of items.
 template <class Item>
 class CVector : public Vector<Item> {
 public:
@@ -65,14 +65,14 @@ public:
     // Index of the first item that equals `item`, or -1.
     virtual int Find(Item item) const;
 
-    // Lets all items go but keeps the room, and sees to it that there is enough for `wanted` items.
+    // Removes all items, keeps the memory, and makes it large enough for `wanted` items.
     void StartOver(int wanted);
 
 protected:
     int itemCount = 0;
 };
 
-// The items stand in order.
+// Keeps the items in order.
 template <class Item>
 class SVector : public CVector<Item> {
 public:
@@ -80,11 +80,12 @@ public:
 
     int Find(Item item) const override;
 
-    // The place that keeps `item` in order. An item that no other compares with, as a NaN, gets some place.
+    // The place at which `item` can be inserted so that the order is kept. A NaN, which has no order, gets some place.
     int FindInsertPos(Item item) const;
-    // Gives the place back, or -1 if there is no such place or no room.
+    // Inserts `item` and gives `place`, or -1 if there is no such place or the array is full and can't grow.
     int InsertAt(Item item, int place);
-    // Whether the lowest item comes first, as it does at the start. To be set while the container is empty.
+    // Whether the lowest item comes first (the default) or the highest. May be called only while the container is
+    // empty.
     void SetAscending(bool lowestFirst) { ascending = lowestFirst; }
 
 private:
@@ -93,7 +94,7 @@ private:
     bool ascending = true;
 };
 
-// Equal items are held as often as they are added.
+// A bag: an item that is added several times is kept several times.
 template <class Item, class Base>
 class BagImpl : public Base {
 public:
@@ -105,7 +106,7 @@ class SortedBagAsVector : public BagImpl<Item, SVector<Item>> {
 public:
     using BagImpl<Item, SVector<Item>>::BagImpl;
 
-    // Gives the item's place, or -1 if there is no room.
+    // Inserts `item` in order. Gives its place, or -1 if the array is full and can't grow.
     int Add(Item item) { return this->InsertAt(item, this->FindInsertPos(item)); }
 };
 

@@ -8,14 +8,14 @@ namespace sarvane {
 
 struct SqrtDevState {
     double previous = UndefinedValue;           // last value that was used
-    double previousReference = UndefinedValue;  // last level of the reference curve
-    HistoryRing window;
+    double previousReference = UndefinedValue;  // last value of the reference curve
+    HistoryRing window;                         // values, oldest first
 };
 
-// SqrtDev( curve, reference, period, minBars, divisor) is the root of the mean squared distance from the last `period`
-// values to the present level of a second curve. `minBars` lets the output start early, over the values so far. A
-// period that is no constant becomes a third input, read on every bar. The sum of squares is divided by the number of
-// values (0, written "N") or by one less ("N-1").
+// SqrtDev( curve, reference, period, minBars, useNMinus1) is the root of the mean squared distance from the last
+// `period` values to the present value of a second curve. The output starts once there are `minBars` values. A period
+// that is no constant becomes a third input, read on every bar; `minBars` is not used then. The sum of squares is
+// divided by the number of values, or with `useNMinus1` by one less.
 class CSqrtDevOp : public Described<CSqrtDevOp> {
     friend Described;
     static constexpr Description About = {
@@ -23,7 +23,9 @@ class CSqrtDevOp : public Described<CSqrtDevOp> {
         .arguments = {Takes::Curve("curve", "whose values are measured"),
                       Takes::Curve("reference", "from where they are measured, such as an average of the curve"),
                       Takes::Count("period", "values in the window").From(1).CanBeBound(),
-                      Takes::Count("minBars", "values from which on there is an output; without it, `period`")
+                      Takes::Count(
+                          "minBars",
+                          "values from which on there is an output, if the period is a constant; without it, `period`")
                           .From(1)
                           .Optional(),
                       NMinus1Switch},
@@ -45,14 +47,14 @@ class CSqrtDevOp : public Described<CSqrtDevOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     double Deviation(const SqrtDevState& live, const double* in) const;
 
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
-    int minBars = UndefinedParam;  // set whenever `period` is
+    int minBars = UndefinedParam;  // never unset while `period` is set
     bool useNMinus1 = false;
     StateStore<SqrtDevState> states;
 };

@@ -6,9 +6,9 @@
 
 namespace sarvane {
 
-// SDev (curve, period, divisor) is the standard deviation of the last `period` values around their own mean. A period
-// that is no constant becomes a second input, read on every bar. The sum of squares is divided by the number of values
-// (0, written "N") or by one less ("N-1").
+// SDev (curve, period, useNMinus1) is the standard deviation of the last `period` values. A period that is no constant
+// becomes a second input, read on every bar. The sum of squares is divided by the number of values, or with
+// `useNMinus1` by one less.
 class CStdDevOp : public Described<CStdDevOp> {
     friend Described;
     static constexpr Description About = {
@@ -30,7 +30,7 @@ class CStdDevOp : public Described<CStdDevOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     int depth = DefaultHistoryDepth;

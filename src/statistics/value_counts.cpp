@@ -4,7 +4,8 @@
 
 namespace sarvane {
 
-// Without a branch on the values, which come in no order that a processor could foresee.
+// Compares with all entries instead of stopping at the first larger one: a processor can't predict where that is, and a
+// wrong prediction costs more than the comparisons.
 int ValueCounts::Node::CountUpTo(double value) const {
     int count = 0;
     for (int i = 0; i < size; ++i) count += entries[i].value <= value;
@@ -22,11 +23,14 @@ void ValueCounts::Node::EraseAt(int place) {
     --size;
 }
 
-// Series need less than a quarter as many nodes as values; a half is a safe margin.
+// How many nodes a window needs depends on its values, since nodes may stay nearly empty. Recorded and random series
+// took less than a quarter as many nodes as values; half as many are reserved.
 void ValueCounts::Reserve(int values) {
     if (values >= Width) nodes.reserve(static_cast<std::size_t>(values) / 2);
 }
 
+// Full nodes are split on the way down, so that there is always room for one entry more in the parent of a node that is
+// split.
 void ValueCounts::Insert(double value) {
     if (nodes[root].size == Width) SplitRoot();
     ++size;
@@ -51,6 +55,7 @@ void ValueCounts::Insert(double value) {
     }
 }
 
+// An entry that loses its last copy is removed, with all nodes below it.
 void ValueCounts::Erase(double value) {
     --size;
     Slot slot = root;
@@ -65,7 +70,7 @@ void ValueCounts::Erase(double value) {
         }
         slot = child;
     }
-    while (height > 0 && nodes[root].size == 1) {
+    while (height > 0 && nodes[root].size == 1) {  // a root with one child isn't needed
         const Slot child = nodes[root].entries[0].child;
         DropNodes(root, 1);
         root = child;
@@ -103,7 +108,8 @@ ValueCounts::Slot ValueCounts::MakeNode() {
     return slot;
 }
 
-// Drops a node and those below it, `levels` in all, which have no more than one entry each.
+// Puts a node on the list of unused ones, and the nodes below it, `levels` nodes in all. Each of them has one child at
+// most.
 void ValueCounts::DropNodes(Slot slot, int levels) {
     for (; levels > 0; --levels) {
         const Slot child = nodes[slot].entries[0].child;
@@ -121,7 +127,7 @@ void ValueCounts::SplitRoot() {
     SplitChild(top, 0);
 }
 
-// Moves the upper half of a full node to a new one behind it.
+// Moves the upper half of a full child to a new node, and enters that behind the child.
 void ValueCounts::SplitChild(Slot parent, int place) {
     const Slot added = MakeNode();
     Entry& entry = nodes[parent].entries[place];

@@ -1,5 +1,5 @@
-// Numbers and texts are those that the C library of this platform gives. Others differ in last digits, so that there the
-// numbers are compared with those of this platform instead.
+// Compares the frame's numbers and texts with those of this platform's C library. The C libraries of other platforms
+// differ in last digits; there same_numbers.cpp compares with the numbers of this platform instead.
 
 #include "frame/numbers.h"
 #include "frame/text.h"
@@ -18,7 +18,7 @@
 namespace sarvane::test {
 namespace {
 
-// Against what the C library makes of a text behind whose number only white space may follow.
+// Compares with strtoll and strtod, except that nothing but white space may follow the number.
 void CheckNumbers(const std::string& text) {
     char* end = nullptr;
     const auto isWhole = [&] {
@@ -79,7 +79,7 @@ double TenTo(int power) {
     return powers[static_cast<std::size_t>(power + 330)];
 }
 
-// Against the definition, with the logarithm of the C library.
+// Compares with the definition of rounding, which takes the logarithm of the C library.
 void CheckRounding(double value, int digits) {
     double expected = value;
     const double logarithm = std::log10(std::abs(value));

@@ -13,7 +13,8 @@ TEST(HistoryRing, CapacitiesFollowTheElementsWanted) {
     for (const auto& [elements, capacity] : capacities) EXPECT_EQ(HistoryRing(elements).Capacity(), capacity);
 }
 
-// A ring, what it must hold and with whom it must share. Here are no slots: positions count elements, without end.
+// A ring beside a model of it: the elements that it must hold, and the ring that it must share its buffer with. The
+// model has no slots: positions count all elements that were ever pushed, and do not wrap.
 struct Checked {
     struct Buffer {
         int capacity;

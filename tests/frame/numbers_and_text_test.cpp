@@ -3,6 +3,7 @@
 
 #include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace sarvane::test {
@@ -21,8 +22,11 @@ TEST(Numbers, Borders) {
 }
 
 TEST(Text, KnowsNoLocale) {
-    if (!std::setlocale(LC_ALL, "de_DE.UTF-8") && !std::setlocale(LC_ALL, "German"))
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8") && !std::setlocale(LC_ALL, "German")) {
+        ASSERT_FALSE(std::getenv("LOCPATH")) << "the locale made for this test is missing";
         GTEST_SKIP() << "there is no locale with a decimal comma";
+    }
+    ASSERT_STREQ(std::localeconv()->decimal_point, ",");
     const double number = TextToDouble(u"1.5");
     const std::u16string text(FormatText("%.1f", 1.5));
     std::setlocale(LC_ALL, "C");

@@ -46,5 +46,21 @@ TYPED_TEST(Windows, MatchDeques) {
     }
 }
 
+TYPED_TEST(Windows, AreHeldToALength) {
+    TypeParam full, longer;
+    for (const double element : {1, 2, 3}) full.Push(element);
+    const auto isHeld = [](const TypeParam& window, double oldest, int size) {
+        return window[0] == oldest && window.Newest() == 4 && window.Size() == size;
+    };
+    PushWithin(longer = full, 4.0, 3);
+    EXPECT_TRUE(isHeld(longer, 2, 3));
+    PushWithin(longer = full, 4.0, 1);
+    EXPECT_TRUE(isHeld(longer, 2, 3)) << "one element goes, however many there are too many";
+    PushReplacing(longer = full, 4.0, 3);
+    EXPECT_TRUE(isHeld(longer, 2, 3));
+    PushReplacing(longer = full, 4.0, 2);
+    EXPECT_TRUE(isHeld(longer, 1, 4)) << "a longer window loses none";
+}
+
 }  // namespace
 }  // namespace sarvane

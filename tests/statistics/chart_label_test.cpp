@@ -7,7 +7,7 @@
 namespace sarvane {
 namespace {
 
-// The last byte of a packed label comes first in `bits`.
+// `bits` is the packed label as one number, so its last byte is written first.
 void CheckLabel(const ChartLabel& label, std::uint64_t bits, const std::optional<std::string>& text) {
     const double packed = EncodeLabel(label);
     EXPECT_EQ(std::bit_cast<std::uint64_t>(packed), bits);

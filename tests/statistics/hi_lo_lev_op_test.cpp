@@ -5,7 +5,7 @@
 
 namespace sarvane::test {
 
-// The methods behind those of the interface.
+// The two methods that follow those of IZelmorOp in the method table.
 struct GapMethods : IZelmorOp {
     virtual HRESULT STDMETHODCALLTYPE GetFillsGaps(uint* flag) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetKeepsGaps(uint* flag) = 0;

@@ -12,6 +12,11 @@ const DescriptionCase descriptions[] = {
 
 const RunCase runs[] = {
     {"ranges that touch overlap", "0 3", {{10, 8, 9}, {12, 9, 9}, {11, 10, 10}, {20, 15, 15}}, {3, 1}},
+    {"from above, too", "0 2", {{13, 11, 12}, {11, 10, 10}, {10, 9, 9}}, {2, 2}},
+    {"mutual ranges may touch, from below and from above",
+     "0 3 1",
+     {{7, 6, 6}, {8, 7, 7}, {9, 5, 5}, {8, 7, 7}, {7, 6, 6}, {9, 5, 5}},
+     {3, 3, 3, 3}},
     {"older bars need not overlap each other", "0 4 2", {{6, 5, 5}, {2, 1, 1}, {6, 5, 5}, {6, 1, 3}}, {4}},
     {"mutual: the newest bar doesn't count, the first that fails does",
      "0 5 1",

@@ -31,8 +31,8 @@ TEST(SortedContainers, FindsPlaces) {
 TEST(SortedContainers, GrowsWithinBounds) {
     const struct {
         int size, delta, added, count, capacity;
-    } cases[] = {
-        {-3, 0, 2, 1, 1}, {2, 5, 3, 3, 7}, {4, 1, 5, 5, 6}, {1, -5, 3, 3, 3}, {1, 2147483647, 2, 2, 0x1fffffff}};
+    } cases[] = {{-3, 0, 2, 1, 1}, {2, 5, 3, 3, 7},  {4, 1, 5, 5, 6},
+                 {1, -5, 2, 2, 2}, {1, -5, 3, 3, 3}, {1, 2147483647, 2, 2, 0x1fffffff}};
     for (const auto& expected : cases) {
         Bag bag(expected.size, expected.delta);
         for (int i = 0; i < expected.added; ++i) bag.Add(1);
