@@ -69,6 +69,27 @@ TEST(KasePeakOscOp, MarksTurns) {
     }
 }
 
+// The close swings evenly, so that volatility is constant, and high and low stand still but for two bars on which price
+// runs one way. The oscillator is then the same on both bars, and 0 on the next.
+TEST(KasePeakOscOp, MarksAFlatTurn) {
+    for (const bool isPeak : {true, false}) {
+        OperatorDriver op("KasePeakOsc");
+        op.SetArguments("1 1 0");
+        op.Reset();
+        std::vector<std::vector<double>> outs;
+        for (int bar = 0; bar < 103; ++bar) {
+            const bool isRun = bar == 100 || bar == 101;
+            outs.push_back(op.Step({isRun && isPeak ? 16.0 : 1.0, isRun && !isPeak ? 1 / 16.0 : 1.0, bar % 2 + 1.0}));
+        }
+        const double turn = outs[100][0];
+        EXPECT_NEAR(turn, isPeak ? 53.7 : -53.7, 0.1);
+        EXPECT_EQ(outs[101][0], turn);
+        EXPECT_EQ(outs[102][0], 0.0);
+        EXPECT_EQ(outs[101][4], U) << "not yet";
+        EXPECT_EQ(outs[102][4], turn) << "a turn may start flat";
+    }
+}
+
 // Highs and lows of opposite signs leave no run at all, and an oscillator of 0 has its bands below it.
 TEST(KasePeakOscOp, HasNoRunAcrossZero) {
     OperatorDriver op("KasePeakOsc");
