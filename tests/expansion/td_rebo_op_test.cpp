@@ -26,6 +26,7 @@ const RunCase runs[] = {
     {"the last two bars show levels", "0 2", rise, {16, 8, 17, 9}},
     {"the shortest lag sets which bars do", "0 2 - - - - 2 - 2 - 2 - 2 2", rise, {15, 7, U, U}},
     {"two kinds of base, each over its period", "1 2 20 - - - - - - - - - - 0 2", rise, {16, 6, 17, 6, 18, 7, 19, 8}},
+    {"two kinds of range, each way round", "1 1 - - - 20 - 22 - 22 - 20", rise, {13, 9, 14, 10, 15, 11}},
     {"a range of oldest bars, taken a bar early", "1 1 - 2 1 - 2 - 2 - 2 - 2", uneven, {58, 42, 58, 42}},
     {"without a lag it can't be early", "1 1 - 3 1 - 0 - 0 - 0 - 0", uneven, {58, 42, 149, -49}},
     {"a range of one bar needs no method", "1 1 - 1 9", rise, {13, 9, 14, 10, 15, 11}},
