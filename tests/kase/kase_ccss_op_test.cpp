@@ -47,6 +47,7 @@ std::vector<Stretch> FallAndRise(int bars) { return {{40, -10, 0.95}, {8, -10, 0
 const BoardCase boardCases[] = {
     {"in a lasting rise fast and histogram go with slow", "", {{38, 10, 0.95}}, {0, 1, 1, 0, 0, 0, 0, 0}, {1, 0, 0}},
     {"but a signal skips the next bar", "", {{39, 10, 0.95}}, {0, 1, 1, 0, 0, 0, 0, 0}, {0, 0, 0}},
+    {"a flat close has neither momentum nor histogram", "", {{40, 0, 0.5}}, {0, -1, 0, 0, 0, 0, 0, 0}, {0, 0, 0}},
     {"fast falls ahead of slow", "", RiseAndFall(1), {0, 0, 0, 0, 0, 0, 0, -1}, {0, 0, 0}},
     {"at the hook, one bar down confirms no signal", "", RiseAndFall(2), {0, 0, 0, -1, -1, -1, 0, -1}, {0, 0, 0}},
     {"two bars down confirm signal 2", "", RiseAndFall(3), {0, 0, 0, -1, -1, -1, 0, -1}, {0, -1, 0}},
