@@ -63,7 +63,7 @@ struct Arguments {
 double PlainIndex(const Bars& bars, const Arguments& arguments) {
     const auto& [period, inclusive, periodWindow, highLag, lowLag, mode] = arguments;
     const int window = periodWindow == 0 ? 8 : std::max(period, 4);
-    const auto reaches = [&](double a, double b) { return inclusive ? a >= b : a > b; };
+    const auto reaches = [&](double a, double b) { return arguments.inclusive ? a >= b : a > b; };
     std::vector<double> numerators, denominators;
     for (int i = std::max({window, highLag, lowLag}); i < static_cast<int>(bars.size()); ++i) {
         const auto high = [&](int back) { return bars[static_cast<std::size_t>(i - back)][1]; };
