@@ -7,21 +7,22 @@ namespace {
 
 bool NearZero(double divisor) { return divisor > -1e-100 && divisor < 1e-100; }
 
-// Combines each price with the value. The operation can turn the bar upside down, so high and low are put in order.
+// Combines each price with the value. The operation can put the high below the low, so the greater of both results
+// becomes the high.
 //
-// As divisor, a value near zero leaves the whole bar undefined, and a price near zero its own part of it. High and low
-// go together: if one can't divide, there is nothing of either for a later gap to repeat.
+// Division by a value near zero leaves all four outputs undefined; division by a price near zero leaves that price
+// undefined. High and low are dropped as a pair, and then also forgotten, so that a later gap can't repeat them.
 template <class Rule>
 void Combine(BarInputs& used, double* out) {
     const double value = used[Rule::Value];
     if (Rule::Divides && Rule::BarLeads && NearZero(value)) return;
-    const auto blanks = [](double price) { return Rule::Divides && !Rule::BarLeads && NearZero(price); };
+    const auto dropped = [](double price) { return Rule::Divides && !Rule::BarLeads && NearZero(price); };
 
     const double open = used[Rule::Open];
-    if (!blanks(open)) out[0] = Rule::Of(open, value);
+    if (!dropped(open)) out[0] = Rule::Of(open, value);
     double& high = used[Rule::High];
     double& low = used[Rule::Low];
-    if (blanks(high) || blanks(low)) {
+    if (dropped(high) || dropped(low)) {
         high = low = UndefinedValue;
     } else {
         const double a = Rule::Of(high, value);
@@ -30,16 +31,16 @@ void Combine(BarInputs& used, double* out) {
         out[2] = Lesser(a, b);
     }
     const double close = used[Rule::Close];
-    if (!blanks(close)) out[3] = Rule::Of(close, value);
+    if (!dropped(close)) out[3] = Rule::Of(close, value);
 }
 
 }  // namespace
 
 template <class Rule>
-STDMETHODIMP CBarOp<Rule>::ResetBar(int mode, int lastBar, int count, const double* first) {
+STDMETHODIMP CBarOp<Rule>::ResetBar(int mode, int lastBar, int count, const double* seed) {
     holdPrevious = mode == 1;
     BarRecord& live = states.Live();
-    live.inputs = SeedsOf<BarInputs>(holdPrevious ? count : 0, first);
+    live.inputs = SeedsOf<BarInputs>(holdPrevious ? count : 0, seed);
     live.lastBar = lastBar;
     return S_OK;
 }

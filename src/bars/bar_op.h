@@ -5,16 +5,16 @@
 
 namespace sarvane {
 
-// The four prices of a bar and a value, in the order of the operator's inputs.
+// The four prices of a bar and a value. Their order is that of the operator's inputs.
 using BarInputs = std::array<double, 5>;
 inline constexpr BarInputs NoInputs = {UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue};
 
 struct BarRecord {
-    int lastBar = 0;              // index of the run's last bar; no step reads it
-    BarInputs inputs = NoInputs;  // used last
+    int lastBar = 0;              // index of the last bar of the run, as `ResetBar` was told; nothing reads it
+    BarInputs inputs = NoInputs;  // those of the last bar that was used
 };
 
-// The order of an operator's arguments, and of its inputs.
+// The order of an operator's arguments and of its inputs.
 struct BarFirst {
     static constexpr bool BarLeads = true;
     enum Input : short { Open, High, Low, Close, Value };
@@ -95,7 +95,8 @@ public:
     STDMETHODIMP GetBarFlagB(uint* flag) override { return Answer(flag, 1); }
 
 private:
-    bool holdPrevious = false;  // a missing input repeats the one before; not part of a snapshot
+    // Whether a missing input repeats the one before. Restoring a snapshot does not change it.
+    bool holdPrevious = false;
     StateStore<BarRecord> states;
 };
 

@@ -23,13 +23,13 @@ enum Argument : short {
 };
 constexpr int SignalInput = ClosePrice + 1;
 
-// In any case. `name` is all letters.
+// Whether both are the same, in upper or lower case. `name` consists of letters only.
 bool Spells(std::u16string_view text, std::string_view name) {
     constexpr int CaseBit = 0x20;
     return std::ranges::equal(text, name, [](char16_t a, char b) { return (a | CaseBit) == (b | CaseBit); });
 }
 
-// The bar with the gap to the close before, if there is one.
+// High and low of a bar that is extended to the close before. The first bar has no close before.
 double TrueHigh(const BarPrices& bar, double closeBefore) {
     return IsUndefined(closeBefore) ? bar[HighPrice] : Greater(bar[HighPrice], closeBefore);
 }
@@ -37,25 +37,33 @@ double TrueLow(const BarPrices& bar, double closeBefore) {
     return IsUndefined(closeBefore) ? bar[LowPrice] : Lesser(bar[LowPrice], closeBefore);
 }
 
-void KeepHighest(double& highest, double value) {
-    if (IsUndefined(highest) || value > highest) highest = value;
-}
-void KeepLowest(double& lowest, double value) {
-    if (IsUndefined(lowest) || value < lowest) lowest = value;
+// The long stop lies below price and tightens upward.
+struct LongSide {
+    static bool IsBeyond(double a, double b) { return a > b; }
+    static double LevelFrom(double price, double volatility) { return price - volatility; }
+    static double RoundToStep(double level, double step) { return std::floor(level / step) * step; }
+};
+
+// The short stop lies above price and tightens downward.
+struct ShortSide {
+    static bool IsBeyond(double a, double b) { return a < b; }
+    static double LevelFrom(double price, double volatility) { return price + volatility; }
+    static double RoundToStep(double level, double step) { return std::ceil(level / step) * step; }
+};
+
+template <class Side>
+void KeepExtreme(double& extreme, double value) {
+    if (IsUndefined(extreme) || Side::IsBeyond(value, extreme)) extreme = value;
 }
 
-// A stop that was off starts afresh from the price of this bar.
-void ForgetIfOff(Stop& stop) {
-    if (!stop.on) stop.extreme = stop.level = stop.tightest = UndefinedValue;
-}
-
-// A broken stop lets the other one in, and both show on this bar.
+// A signal switches both stops on, and a broken stop the other one. The broken one goes off only afterwards, in
+// SwitchOff, so that this bar still shows it.
 void SwitchOn(VolStopRecord& live, bool signal, bool longHit, bool shortHit) {
     if (signal || longHit) live.shortStop.on = true;
     if (signal || shortHit) live.longStop.on = true;
 }
 
-// Off goes what was broken. With both broken and no signal, nothing says which of them to keep.
+// Switches off what was broken. If both stops were broken without a signal, both stay on: nothing says which to keep.
 void SwitchOff(VolStopRecord& live, bool signal, bool longHit, bool shortHit) {
     if (signal) {
         if (longHit) live.longStop.on = false;
@@ -108,10 +116,10 @@ STDMETHODIMP CVolStopOp::SetPriceStep(int count, const double* values) {
     return S_OK;
 }
 
-// A host finds slot 1 there right from the start.
-STDMETHODIMP CVolStopOp::ResetBar(int, int, int count, const double* first) {
+// A run starts without the snapshots of the run before, but with a fresh record in slot 1.
+STDMETHODIMP CVolStopOp::ResetBar(int, int, int count, const double* seed) {
     states.StartOver(2);
-    states.Live().previous = SeedsOf<BarPrices>(count, first);
+    states.Live().previous = SeedsOf<BarPrices>(count, seed);
     return S_OK;
 }
 
@@ -119,7 +127,7 @@ STDMETHODIMP CVolStopOp::CalculateBar(int, int, const double* in, int, double* o
     std::fill_n(out, 3, UndefinedValue);
     VolStopRecord& live = states.Live();
     const bool signal = !IsUndefined(in[SignalInput]) && in[SignalInput] != 0.0;
-    // A bar stays together: with one price missing, all four repeat the bar before.
+    // If one price is missing all four repeat the bar before.
     BarPrices bar;
     std::copy_n(in, bar.size(), bar.begin());
     if (HasGap(bar)) bar = live.previous;
@@ -129,7 +137,7 @@ STDMETHODIMP CVolStopOp::CalculateBar(int, int, const double* in, int, double* o
     return S_OK;
 }
 
-// With a lag below 0, or a price step to round to that isn't above 0, bars pass by as with a period below 1.
+// Otherwise a bar changes nothing but the previous prices.
 bool CVolStopOp::CanFormStops() const { return period >= 1 && lag >= 0 && (!roundToStep || priceStep > 0.0); }
 
 void CVolStopOp::StepStops(VolStopRecord& live, const BarPrices& bar, bool signal, double* out) const {
@@ -139,12 +147,14 @@ void CVolStopOp::StepStops(VolStopRecord& live, const BarPrices& bar, bool signa
     }
     const double volatility = Volatility(live, bar);
     live.prices.Push(ChosenPrice(bar, live.closeBefore));
-    HangStops(live, TakeLagged(live.prices), volatility);
+    const double price = PopDelayed(live.prices);
+    Hang<LongSide>(live.longStop, price, volatility);
+    Hang<ShortSide>(live.shortStop, price, volatility);
 
-    const double longStop = ratchet ? live.longStop.tightest : live.longStop.level;
-    const double shortStop = ratchet ? live.shortStop.tightest : live.shortStop.level;
-    const bool longHit = !IsUndefined(longStop) && Reaches(longStop, testClose ? bar[ClosePrice] : bar[LowPrice]);
-    const bool shortHit = !IsUndefined(shortStop) && Reaches(testClose ? bar[ClosePrice] : bar[HighPrice], shortStop);
+    const double longStop = LevelInUse(live.longStop);
+    const double shortStop = LevelInUse(live.shortStop);
+    const bool longHit = !IsUndefined(longStop) && Breaks(longStop, testClose ? bar[ClosePrice] : bar[LowPrice]);
+    const bool shortHit = !IsUndefined(shortStop) && Breaks(testClose ? bar[ClosePrice] : bar[HighPrice], shortStop);
     SwitchOn(live, signal, longHit, shortHit);
     if (live.shortStop.on) out[0] = shortStop;
     if (live.longStop.on) out[1] = longStop;
@@ -153,6 +163,7 @@ void CVolStopOp::StepStops(VolStopRecord& live, const BarPrices& bar, bool signa
     live.closeBefore = bar[ClosePrice];
 }
 
+// The delayed volatility, UndefinedValue until there is one.
 double CVolStopOp::Volatility(VolStopRecord& live, const BarPrices& bar) const {
     const double high = useTrueRange ? TrueHigh(bar, live.closeBefore) : bar[HighPrice];
     const double low = useTrueRange ? TrueLow(bar, live.closeBefore) : bar[LowPrice];
@@ -163,7 +174,7 @@ double CVolStopOp::Volatility(VolStopRecord& live, const BarPrices& bar) const {
     case Smoothed: AddToSmoothed(live, range); break;
     case Exponential: AddToExponential(live, range); break;
     }
-    return TakeLagged(live.volatilities);
+    return PopDelayed(live.volatilities);
 }
 
 void CVolStopOp::AddToSimple(VolStopRecord& live, double range) const {
@@ -174,7 +185,7 @@ void CVolStopOp::AddToSimple(VolStopRecord& live, double range) const {
     Emit(live, volatility);
 }
 
-// Starts one bar after the simple average, from the mean of the ranges before that bar.
+// Its first value comes on bar `period` + 1 and is the mean of the ranges before that bar.
 void CVolStopOp::AddToSmoothed(VolStopRecord& live, double range) const {
     if (live.ranges.Size() <= period) {
         live.sum += range;
@@ -210,37 +221,29 @@ double CVolStopOp::ChosenPrice(const BarPrices& bar, double closeBefore) const {
     }
 }
 
-// The element `lag` places before the newest. The oldest goes then: no later bar looks back that far.
-double CVolStopOp::TakeLagged(HistoryRing& ring) const {
+// The element that was pushed `lag` bars ago, UndefinedValue if there is none. Then the oldest element goes, since no
+// later bar looks back that far.
+double CVolStopOp::PopDelayed(HistoryRing& ring) const {
     if (ring.Size() <= lag) return UndefinedValue;
-    const double lagged = ring.Newest(lag);
+    const double delayed = ring.Newest(lag);
     ring.PopFront();
-    return lagged;
+    return delayed;
 }
 
-void CVolStopOp::HangStops(VolStopRecord& live, double price, double volatility) const {
-    ForgetIfOff(live.longStop);
-    ForgetIfOff(live.shortStop);
-    if (!IsUndefined(price)) {
-        KeepHighest(live.longStop.extreme, price);
-        KeepLowest(live.shortStop.extreme, price);
-    }
-    if (IsUndefined(volatility)) return;
-    const double top = fromExtreme ? live.longStop.extreme : price;
-    if (!IsUndefined(top)) {
-        const double level = top - volatility;
-        live.longStop.level = roundToStep ? std::floor(level / priceStep) * priceStep : level;
-        KeepHighest(live.longStop.tightest, live.longStop.level);
-    }
-    const double bottom = fromExtreme ? live.shortStop.extreme : price;
-    if (!IsUndefined(bottom)) {
-        const double level = bottom + volatility;
-        live.shortStop.level = roundToStep ? std::ceil(level / priceStep) * priceStep : level;
-        KeepLowest(live.shortStop.tightest, live.shortStop.level);
-    }
+// Hangs a stop from the price, or from the extreme of the prices since it is on. A stop that was off until now starts
+// over. Price and volatility are both delayed, and may both be missing on the first bars.
+template <class Side>
+void CVolStopOp::Hang(Stop& stop, double price, double volatility) const {
+    if (!stop.on) stop = Stop();
+    if (!IsUndefined(price)) KeepExtreme<Side>(stop.extreme, price);
+    const double base = fromExtreme ? stop.extreme : price;
+    if (IsUndefined(base) || IsUndefined(volatility)) return;
+    const double level = Side::LevelFrom(base, volatility);
+    stop.level = roundToStep ? Side::RoundToStep(level, priceStep) : level;
+    KeepExtreme<Side>(stop.tightest, stop.level);
 }
 
-// Whether a rising `upper` breaks `lower`: it touches it, or passes it where a touch doesn't count.
-bool CVolStopOp::Reaches(double upper, double lower) const { return touchCounts ? upper >= lower : upper > lower; }
+// Whether a price and a stop have met: `upper` lies above `lower`, or equals it if a touch counts.
+bool CVolStopOp::Breaks(double upper, double lower) const { return touchCounts ? upper >= lower : upper > lower; }
 
 }  // namespace sarvane

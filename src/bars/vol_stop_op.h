@@ -7,31 +7,40 @@
 
 namespace sarvane {
 
-// Of the long stop all extremes are the highest, of the short stop the lowest.
+// One of the two stops. A stop that is off starts over on the next bar.
 struct Stop {
-    bool on = false;                   // set by the first bar
-    double extreme = UndefinedValue;   // of the lagged price since the stop is on
-    double level = UndefinedValue;     // of this bar
-    double tightest = UndefinedValue;  // extreme of `level` since the stop is on
+    bool on = false;
+    double extreme = UndefinedValue;   // highest (long stop) or lowest (short stop) price since the stop is on
+    double level = UndefinedValue;     // where the stop lies on this bar
+    double tightest = UndefinedValue;  // highest (long stop) or lowest (short stop) level since the stop is on
 };
 
 struct VolStopRecord {
     BarPrices previous = NoPrices;        // last bar that was used
-    double closeBefore = UndefinedValue;  // close of the last bar that was averaged
-    double sum = 0.0;                     // of the ranges that the next average starts from
-    double average = UndefinedValue;      // running value of the smoothed and the exponential average
-    HistoryRing ranges;                   // of bars, as far as averages need them
-    HistoryRing volatilities;             // averaged and multiplied ranges, kept for the lag
-    HistoryRing prices;                   // prices that the stops hang from, kept for the lag
+    double closeBefore = UndefinedValue;  // close of the last bar whose range was averaged
+    double sum = 0.0;                 // of the last ranges, for the simple average and the start of the smoothed one
+    double average = UndefinedValue;  // running value of the smoothed and the exponential average
+    HistoryRing ranges;               // of the last bars, oldest first
+    HistoryRing volatilities;         // averaged and multiplied ranges that wait for the lag to pass
+    HistoryRing prices;               // prices to hang the stops from that wait for the lag to pass
     Stop longStop;
     Stop shortStop;
-    bool longActive = true;  // else the short stop is the active one
-    bool started = false;    // the first bar has been seen
+    bool longActive = true;  // whether the long stop or the short one is the active stop
+    bool started = false;    // the first bar has come and has set which stops are on
 };
 
 // VolStop( bar, multiplier, period, signal, useTrueRange, noRatchet, fromExtreme, average, testClose, lag, priceKind [,
-// roundToStep, touchCounts]) hangs a long stop below a price and a short stop above it, `multiplier` times the average
-// range away. A bar that breaks one stop switches to the other, and a bar with a signal switches both on.
+// roundToStep, touchCounts]) hangs a long stop below a price and a short stop above it:
+//
+//     volatility = multiplier * (average range of the last `period` bars)
+//     long stop = price - volatility
+//     short stop = price + volatility
+//
+// Both price and volatility are those of `lag` bars before. A bar that breaks one stop switches it off and the other
+// one on; a bar with a signal switches both on. A stop that was switched on is hung anew.
+//
+// Source: the volatility system of J. W. Wilder, New Concepts in Technical Trading Systems (1978), of which this is a
+// general form.
 class CVolStopOp : public Described<CVolStopOp, CDefZelmorOp2> {
     friend Described;
     static constexpr WordDescription Averages[] = {
@@ -78,8 +87,8 @@ public:
         return AnswerRange(first, last, lag != 0);
     }
     STDMETHODIMP SaveState(short slot) override { return states.SaveExactly(slot); }
-    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) override;
-    STDMETHODIMP CalculateBar(int bar, int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* seed) override;
+    STDMETHODIMP CalculateBar(int bar, int inputCount, const double* in, int outputCount, double* out) override;
     STDMETHODIMP SetPriceStep(int count, const double* values) override;
 
 private:
@@ -94,20 +103,22 @@ private:
     void AddToExponential(VolStopRecord& live, double range) const;
     void Emit(VolStopRecord& live, double volatility) const;
     double ChosenPrice(const BarPrices& bar, double closeBefore) const;
-    double TakeLagged(HistoryRing& ring) const;
-    void HangStops(VolStopRecord& live, double price, double volatility) const;
-    bool Reaches(double upper, double lower) const;
+    double PopDelayed(HistoryRing& ring) const;
+    template <class Side>
+    void Hang(Stop& stop, double price, double volatility) const;
+    double LevelInUse(const Stop& stop) const { return ratchet ? stop.tightest : stop.level; }
+    bool Breaks(double upper, double lower) const;
 
     int depth = DefaultHistoryDepth;
     double multiplier = 1.0;
     int period = 3;
     int useTrueRange = 0;
     int noRatchet = 0;
-    bool ratchet = false;  // stops only tighten; not before `noRatchet` is handed over as 0
+    bool ratchet = false;  // stops only tighten: true once a host hands over a noRatchet of 0, not by its default
     int fromExtreme = 0;
     AverageKind averageKind = Simple;
     int testClose = 0;
-    int lag = 1;  // bars by which volatility and price are delayed
+    int lag = 1;
     int priceKind = 5;
     bool roundToStep = false;
     bool touchCounts = true;

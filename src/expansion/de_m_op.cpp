@@ -63,12 +63,12 @@ STDMETHODIMP CDeMOp::Calculate(int, const double* in, int, double* out) {
     return S_OK;
 }
 
-// A bar that reaches back too far counts as one without movement, so the averages fill from the first bar on.
+// While a lag reaches back before the first bar there is no movement, but the averages fill from the first bar on.
 double CDeMOp::UpShare(DeMRecord& live, const BarPrices& bar) {
     const double high = highStep.Step(bar);
     const double low = lowStep.Step(bar);
-    const bool lagsReachBack = highLag >= 0 && lowLag >= 0;
-    if (IsUndefined(high) || IsUndefined(low) || !lagsReachBack) return UndefinedValue;
+    const bool lagsAreUsable = highLag >= 0 && lowLag >= 0;
+    if (IsUndefined(high) || IsUndefined(low) || !lagsAreUsable) return UndefinedValue;
     const Movement moved = mode == ClosesMode ? AgainstCloses(live.closes, high, low, bar[ClosePrice])
                                               : AgainstValues(live.highs, live.lows, high, low);
     const double up = upAverage.Step(moved.up);

@@ -10,15 +10,22 @@ namespace sarvane {
 
 struct DeMRecord {
     BarPrices previous = NoPrices;  // of the last bar that was used
-    HistoryRing closes;             // kept only for the comparison against closes
-    HistoryRing highs;              // values of the high step, kept only for the plain comparison
-    HistoryRing lows;               // of the low step
+    HistoryRing closes;             // filled only in mode 2
+    HistoryRing highs;              // results of the high step, filled only in the other modes
+    HistoryRing lows;               // results of the low step, likewise
 };
 
-// DemOp( bar, highKind, highLag, lowKind, lowLag, smoothLength, mode) is the upward share, in percent, of the movement
-// averaged over the last `smoothLength` bars. A bar moves up by what its high lies above the one `highLag` bars back,
-// and down by what its low lies below the one `lowLag` bars back; the kinds choose the values that stand for both. In
-// mode 2 both are compared with the closes that many bars back and with the bar's own close.
+// DemOp( bar, highKind, highLag, lowKind, lowLag, smoothLength, mode) is the upward share of the recent movement:
+//
+//     up = how far the high lies above the high `highLag` bars back, 0 if it doesn't
+//     down = how far the low lies below the low `lowLag` bars back, 0 if it doesn't
+//     percent = 100 * (mean of up) / (mean of up + down)       over `smoothLength` bars
+//
+// The kinds choose other values of a bar in place of high and low. In mode 2 high and low are compared with the closes
+// that many bars back and with the bar's own close. Without a smoothLength an input is declared in its place, but never
+// read.
+//
+// Source: T. R. DeMark, The New Science of Technical Analysis (1994).
 class CDeMOp : public Described<CDeMOp> {
     friend Described;
     static constexpr WordDescription Modes[] = {
@@ -48,7 +55,7 @@ class CDeMOp : public Described<CDeMOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     struct Movement {

@@ -24,11 +24,11 @@ constexpr WindowExtreme LowestHigh{HighPrice, Lowest}, HighestHigh{HighPrice, Hi
 constexpr WindowExtreme LowestLow{LowPrice, Lowest}, HighestLow{LowPrice, Highest};
 constexpr WindowExtreme LowestClose{ClosePrice, Lowest}, HighestClose{ClosePrice, Highest};
 
-// A formula of the bar, or else one of two window extremes.
+// A kind is a formula of the bar's prices or, without a formula, a choice of two extremes of the window.
 struct ValueKind {
     double (*formula)(const BarPrices&) = nullptr;
-    bool ofTrueBar = false;  // which is stretched to the close before
-    WindowExtreme first{}, second{};
+    bool ofTrueBar = false;           // the formula takes the true high and low, which also count the close before
+    WindowExtreme first{}, second{};  // for a direction other than 0, and for 0
 };
 using Formula = decltype(ValueKind::formula);
 
@@ -80,8 +80,9 @@ constexpr ValueKind Kinds[] = {
 };
 constexpr int KindCount = std::size(Kinds);
 
-// The entry that the others don't lie beyond, of the last `period` or of all while there are fewer. `before` is what a
-// bar ago was answered: the window is searched only when the entry that has just left it may have been that one.
+// The extreme of the last `period` entries, or of all while there are fewer: the highest if `isBeyond` means above, the
+// lowest if it means below. `before` is the extreme one bar ago. The window is searched only if the entry that has just
+// left it may have been that extreme.
 template <class Beyond>
 double UpdatedExtreme(const SlidingArray<double>& list, int period, double before, Beyond isBeyond) {
     if (list.Size() == 0) return UndefinedValue;
@@ -141,13 +142,15 @@ double CSetStepValue::ValueOf(const BarPrices& bar) {
     return wanted.formula(merged);
 }
 
-// The last `period` bars as one, or those that there are.
+// Merges the last `period` bars into one, or as many as there are. Its open is that of the oldest bar, once there are
+// `period` bars, and that of the newest until then.
 BarPrices CSetStepValue::Merged(const BarPrices& bar) {
     const SlidingArray<double>& opens = records.Live().lists[OpenPrice];
     return {opens.Size() >= period ? opens.Newest(period - 1) : bar[OpenPrice], Extreme(HighestHigh),
             Extreme(LowestLow), bar[ClosePrice]};
 }
 
+// Each extreme is worked out at most once a bar.
 double CSetStepValue::Extreme(WindowExtreme wanted) {
     const auto [price, side] = wanted;
     const SlidingArray<double>& list = records.Live().lists[price];

@@ -6,38 +6,41 @@
 
 namespace sarvane {
 
-// The kinds that operators start with; the others, from 0 to 38, are for their users to choose.
+// Kinds of values that operators use by default. Their users can choose any kind of `ValueKindWords`.
 enum DefaultValueKind : int { HighValue = 1, LowValue = 3, CloseValue = 5 };
 
 enum ExtremeSide : std::size_t { Lowest, Highest };
+// Such as the highest close of the window.
 struct WindowExtreme {
     BarPrice price;
     ExtremeSide side;
 };
 
 struct StepValueRecord {
-    BarPrices previous = NoPrices;                             // last defined ones; they outlive a run
-    std::array<BarPrices, 2> extremes = {NoPrices, NoPrices};  // of the window by side and price, as last asked for
-    std::array<SlidingArray<double>, 4> lists;                 // by price, oldest first
+    BarPrices previous = NoPrices;  // last defined price of each kind; a reset keeps them
+    // By ExtremeSide and BarPrice: extremes of the window on the last bar that needed them.
+    std::array<BarPrices, 2> extremes = {NoPrices, NoPrices};
+    std::array<SlidingArray<double>, 4> lists;  // by BarPrice: the last `period` + 1 prices, oldest first
 };
 
 // Turns a bar into the one number that a compound operator wants from it: a price, a mean, a range, or an extreme of
-// the last `period` bars. With a period above 1 the last bars are first merged into one. It has slots of its own, so
-// that an operator's snapshots reach it.
+// the last `period` bars. With a period above 1 prices, means and ranges are those of one bar that the last `period`
+// bars are merged into. It keeps snapshots of its own, numbered as those of the operator that holds it.
 class CSetStepValue {
 public:
     virtual ~CSetStepValue() = default;
 
-    // A direction of 0 takes the second of two alternatives. An unset argument changes nothing and gives 0, else the
-    // result is 1. The running state stays.
+    // Some kinds have two alternatives: a direction of 0 takes the second, any other the first. If an argument is unset
+    // nothing changes and the result is 0, else it is 1. The running state stays as it is.
     int Configure(int kind, int direction, int period);
     int Reset();
-    // UndefinedValue for a period below 1 and for an unknown kind. A missing price repeats the last one.
+    // Takes in a bar and gives its value: UndefinedValue for a period below 1 and for an unknown kind. A missing price
+    // repeats the last one.
     double Step(const BarPrices& in);
     // Bars of history that the step asks for.
     int GetLookback() const;
     int Save(short slot);
-    // 0 for an unknown slot.
+    // 1, or 0 for a slot that was never saved.
     int Restore(short slot);
 
 private:
@@ -47,8 +50,8 @@ private:
 
     int kind = -1;
     int direction = 0;
-    int period = 0;                                  // never configured: no bar has a value
-    std::array<std::array<bool, 4>, 2> isCurrent{};  // by side and price: this bar has brought the extreme up to date
+    int period = 0;                                  // 0 until configured, so that no bar has a value
+    std::array<std::array<bool, 4>, 2> isCurrent{};  // by side and price: `extremes` is up to date for this bar
     StateStore<StepValueRecord> records;
 };
 

@@ -25,21 +25,22 @@ enum Argument : short {
     BasePeriod
 };
 
-// How the bars of a range are merged.
+// How the bars of a range are merged into one range.
 enum Method : int {
     MeanRange,
-    OuterRange,  // from the lowest low to the highest high
-    InnerRange,  // from the highest low to the lowest high; below 0 without overlap
+    OuterRange,  // highest high - lowest low
+    InnerRange,  // lowest high - highest low: below 0 if the bars have no price in common
     WidestRange,
     NarrowestRange,
     OldestRange,
-    CommonMean,  // of both mean ranges, for both levels
-    RootRange,   // of the outer range
+    CommonMean,  // mean of both levels' MeanRange, used for both levels
+    RootRange,   // square root of OuterRange
 };
 
-constexpr int Directions[] = {1, 1, 0, 0, 1, 0};  // by ReboValue
+// By ReboValue: kinds with two alternatives take the first one for the upper level, the second for the lower.
+constexpr int Directions[] = {1, 1, 0, 0, 1, 0};
 
-// The first of `n` values that no other one lies beyond.
+// The highest of `n` values if `isBeyond` means above, the lowest if it means below.
 template <class ValueAt, class Beyond>
 double Extreme(int n, ValueAt valueAt, Beyond isBeyond) {
     double extreme = valueAt(0);
@@ -49,6 +50,7 @@ double Extreme(int n, ValueAt valueAt, Beyond isBeyond) {
     return extreme;
 }
 
+// Each high is added and each low taken off in turn, from the oldest bar on.
 double MeanOfRanges(int n, const HistoryRing& highs, const HistoryRing& lows) {
     double sum = 0.0;
     for (int i = 0; i < n; ++i) {
@@ -58,7 +60,8 @@ double MeanOfRanges(int n, const HistoryRing& highs, const HistoryRing& lows) {
     return sum / n;
 }
 
-// The range of the oldest `n` bars. One bar alone leaves nothing to merge.
+// Merges the oldest `n` bars of two rings into one range. With a single bar there is nothing to merge, and every method
+// gives the range of that bar.
 double RangeOf(int method, int n, const HistoryRing& highs, const HistoryRing& lows) {
     constexpr std::greater<> Above;
     constexpr std::less<> Below;
@@ -84,7 +87,6 @@ double RootIfPositive(double range) { return range > 0.0 ? std::sqrt(range) : ra
 
 STDMETHODIMP CTDReboOp::SetParameter(short index, const char16_t* value, TextSlot*) {
     const int number = TextToInt(value);
-    auto& rings = states.Live().rings;
     switch (index) {
     case HistoryDepthIndex: depth = number; break;
     case ShowHistory: showHistory = number; break;
@@ -102,24 +104,32 @@ STDMETHODIMP CTDReboOp::SetParameter(short index, const char16_t* value, TextSlo
     case DownLowLag: lags[DownLow] = number; break;
     case BaseLag:
         lags[UpBase] = lags[DownBase] = number;
-        for (const ReboValue base : {UpBase, DownBase}) rings[base].Reconfigure(WindowRoom(number, depth));
+        for (const ReboValue base : {UpBase, DownBase})
+            states.Live().rings[base].Reconfigure(WindowRoom(number, depth));
         break;
     case BasePeriod: basePeriod = number; break;
     }
-    if (!AnyUnset({rangeLength, lags[UpHigh], lags[UpLow], lags[DownHigh], lags[DownLow]})) {
-        for (std::size_t end = UpHigh; end < UpBase; ++end)
-            rings[end].Reconfigure(static_cast<long long>(lags[end]) + rangeLength);
-    }
-    if (!IsUnset(std::min(std::ranges::min(kinds), basePeriod))) {
-        for (std::size_t i = 0; i < steps.size(); ++i)
-            steps[i].Configure(kinds[i], Directions[i], i < UpBase ? 1 : basePeriod);
-    }
+    // After any argument, so that a host may hand them over in any order.
+    ReconfigureRangeRings();
+    ConfigureSteps();
     return S_OK;
 }
 
-STDMETHODIMP CTDReboOp::ResetBar(int, int lastBar, int count, const double* first) {
+void CTDReboOp::ReconfigureRangeRings() {
+    if (AnyUnset({rangeLength, lags[UpHigh], lags[UpLow], lags[DownHigh], lags[DownLow]})) return;
+    for (const ReboValue value : {UpHigh, UpLow, DownHigh, DownLow})
+        states.Live().rings[value].Reconfigure(static_cast<long long>(lags[value]) + rangeLength);
+}
+
+void CTDReboOp::ConfigureSteps() {
+    if (IsUnset(std::ranges::min(kinds)) || IsUnset(basePeriod)) return;
+    for (std::size_t value = 0; value < steps.size(); ++value)
+        steps[value].Configure(kinds[value], Directions[value], IsBase(value) ? basePeriod : 1);
+}
+
+STDMETHODIMP CTDReboOp::ResetBar(int, int lastBar, int count, const double* seed) {
     TDReboRecord& live = states.Live();
-    live.previous = SeedsOf<BarPrices>(count, first);
+    live.previous = SeedsOf<BarPrices>(count, seed);
     ResetAll(steps);
     for (HistoryRing& ring : live.rings) ring.Clear();
     live.lastBar = lastBar;
@@ -131,7 +141,7 @@ STDMETHODIMP CTDReboOp::CalculateBar(int bar, int, const double* in, int, double
     TDReboRecord& live = states.Live();
     const BarPrices prices = WithGapsFilled(live.previous, in);
     if (HasGap(prices)) return S_OK;
-    const Levels levels = TakeIn(live, prices);
+    const Levels levels = StepLevels(live, prices);
     live.previous = prices;
     if (Shows(bar, live.lastBar)) {
         out[0] = levels.upper;
@@ -140,27 +150,33 @@ STDMETHODIMP CTDReboOp::CalculateBar(int bar, int, const double* in, int, double
     return S_OK;
 }
 
-CTDReboOp::Levels CTDReboOp::TakeIn(TDReboRecord& live, const BarPrices& prices) {
+// Without one of the six values the bar leaves the rings as they are.
+CTDReboOp::Levels CTDReboOp::StepLevels(TDReboRecord& live, const BarPrices& prices) {
     std::array<double, ReboValueCount> values;
     for (std::size_t i = 0; i < values.size(); ++i) values[i] = steps[i].Step(prices);
     if (HasGap(values)) return {};
     for (std::size_t i = 0; i < values.size(); ++i) live.rings[i].Push(values[i]);
     const Levels levels = IsReady(live) ? LevelsOf(live) : Levels{};
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (live.rings[i].Size() > KeptOf(i)) live.rings[i].PopFront();
+        if (live.rings[i].Size() > OldestLag(i)) live.rings[i].PopFront();
     }
     return levels;
 }
 
-// How many values of one kind stay from one bar to the next.
-long long CTDReboOp::KeptOf(std::size_t value) const { return lags[value] - 1LL + (value < UpBase ? rangeLength : 1); }
+// How many bars back the oldest value lies that a level is made of. So many values stay from one bar to the next.
+long long CTDReboOp::OldestLag(std::size_t value) const {
+    return IsBase(value) ? lags[value] : lags[value] - 1LL + rangeLength;
+}
 
-// A range is taken a bar early, when its oldest bar lies a bar nearer; with a lag of 0 that bar is still missing.
+// A full ring holds the values from this bar to OldestLag bars back. A range with a lag above 0 is formed one bar
+// before its ring is full: the ring's oldest value is then one bar younger than on later bars. With a lag of 0 the ring
+// has to be full, since otherwise the range would reach to a bar that has not come yet.
 bool CTDReboOp::IsReady(const TDReboRecord& live) const {
     if (rangeLength < 0 || ShortestLag() < 0) return false;
-    for (std::size_t i = 0; i < live.rings.size(); ++i) {
-        const bool canBeEarly = i < UpBase && lags[i] > 0;
-        if (live.rings[i].Size() < KeptOf(i) + (canBeEarly ? 0 : 1)) return false;
+    for (std::size_t value = 0; value < live.rings.size(); ++value) {
+        const long long fullSize = OldestLag(value) + 1;
+        const bool canBeEarly = !IsBase(value) && lags[value] > 0;
+        if (live.rings[value].Size() < (canBeEarly ? fullSize - 1 : fullSize)) return false;
     }
     return true;
 }

@@ -7,20 +7,26 @@
 
 namespace sarvane {
 
-// The values of a bar that both levels are made of: the ends of two ranges, and what the ranges are added to.
+// The six values of a bar that the levels are made of: top and bottom of the range for the upper level (Up) and of the
+// range for the lower one (Down), and the base that each level starts from.
 enum ReboValue : std::size_t { UpHigh, UpLow, DownHigh, DownLow, UpBase, DownBase, ReboValueCount };
+constexpr bool IsBase(std::size_t value) { return value >= UpBase; }
 
 struct TDReboRecord {
-    int lastBar = 0;                // index of the run's last bar
-    BarPrices previous = NoPrices;  // of the last bar that was used
-    std::array<HistoryRing, ReboValueCount> rings;
+    int lastBar = 0;                                // index of the last bar of the run, as `ResetBar` was told
+    BarPrices previous = NoPrices;                  // of the last bar that was used
+    std::array<HistoryRing, ReboValueCount> rings;  // recent values, by ReboValue
 };
 
 // TDRebo( bar, showHistory, ratio, baseKind, rangeLength, rangeMethod, upHighKind, upHighLag, upLowKind, upLowLag,
-// downHighKind, downHighLag, downLowKind, downLowLag, baseLag, basePeriod) projects an upper level, a base plus `ratio`
-// times an earlier range, and a lower level, a base minus `ratio` times another one. A range runs over `rangeLength`
-// bars, the newest of them its lag ago. Without `showHistory` the levels stand only on the bar that lies the shortest
-// lag before the run's last one, and on the next.
+// downHighKind, downHighLag, downLowKind, downLowLag, baseLag, basePeriod) projects two price levels from earlier bars:
+//
+//     upper level = base + ratio * (range of the Up values)
+//     lower level = base - ratio * (range of the Down values)
+//
+// By default the base is the close before, and both ranges are those of the bar before. A range spans `rangeLength`
+// bars, the newest of which lies the lag of its values back. Without `showHistory` there are levels on two bars only:
+// on the bar that lies the shortest of all lags before the last bar of the run, and on the bar after it.
 class CTDReboOp : public Described<CTDReboOp, CDefZelmorOp2> {
     friend Described;
     static constexpr WordDescription RangeMethods[] = {
@@ -76,8 +82,8 @@ public:
     STDMETHODIMP GetOutputRange(int, int, uint* first, uint* last) override {
         return AnswerRange(first, last, static_cast<uint>(ShortestLag()));
     }
-    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) override;
-    STDMETHODIMP CalculateBar(int bar, int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* seed) override;
+    STDMETHODIMP CalculateBar(int bar, int inputCount, const double* in, int outputCount, double* out) override;
     STDMETHODIMP GetBarStyle(uint* style) override { return Answer(style, 2); }
 
 private:
@@ -87,8 +93,10 @@ private:
     };
 
     int ShortestLag() const { return std::ranges::min(lags); }
-    long long KeptOf(std::size_t value) const;
-    Levels TakeIn(TDReboRecord& live, const BarPrices& prices);
+    void ReconfigureRangeRings();
+    void ConfigureSteps();
+    Levels StepLevels(TDReboRecord& live, const BarPrices& prices);
+    long long OldestLag(std::size_t value) const;
     bool IsReady(const TDReboRecord& live) const;
     Levels LevelsOf(const TDReboRecord& live) const;
     bool Shows(int bar, int lastBar) const;
@@ -99,7 +107,7 @@ private:
     int rangeLength = 1;
     int rangeMethod = 1;
     int basePeriod = 1;
-    // By ReboValue; both bases have the same parameters.
+    // By ReboValue. Both bases have the same parameters.
     std::array<int, ReboValueCount> kinds = {HighValue, LowValue, HighValue, LowValue, CloseValue, CloseValue};
     std::array<int, ReboValueCount> lags = {1, 1, 1, 1, 1, 1};
     std::array<CSetStepValue, ReboValueCount> steps;

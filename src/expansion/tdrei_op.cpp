@@ -8,8 +8,9 @@ namespace {
 enum Argument : short { Bar, Period, Inclusive, PeriodWindow, HighKind, HighLag, LowKind, LowLag, Mode };
 
 constexpr int CancellingMode = 2;
+// How many bars back overlaps are looked for.
 constexpr int FixedWindow = 8;
-constexpr int ShortestWindow = 4;  // overlaps are looked for up to three bars inside its far end
+constexpr int ShortestWindow = 4;
 
 double Sum(const RingWindow<double>& ring) {
     double sum = 0.0;
@@ -81,12 +82,13 @@ STDMETHODIMP CTDREIOp::Calculate(int, const double* in, int, double* out) {
     TDREIRecord& live = states.Live();
     const BarPrices bar = WithGapsFilled(live.previous, in);
     if (HasGap(bar) || IsUnset(period)) return S_OK;
-    out[0] = TakeIn(live, bar);
+    out[0] = StepIndex(live, bar);
     live.previous = bar;
     return S_OK;
 }
 
-double CTDREIOp::TakeIn(TDREIRecord& live, const BarPrices& bar) {
+// The rings keep what the next bar can look back to.
+double CTDREIOp::StepIndex(TDREIRecord& live, const BarPrices& bar) {
     const double highValue = highStep.Step(bar);
     const double lowValue = lowStep.Step(bar);
     if (IsUndefined(highValue) || IsUndefined(lowValue)) return UndefinedValue;
@@ -98,21 +100,22 @@ double CTDREIOp::TakeIn(TDREIRecord& live, const BarPrices& bar) {
 
     const int window = periodWindow == 0 ? FixedWindow : std::max(period, ShortestWindow);
     const int furthest = std::max({highLag, lowLag, window});
-    const bool lagsReachBack = highLag >= 0 && lowLag >= 0;
-    const bool reaches = lagsReachBack && live.closes.Size() > furthest && live.highValues.Size() > highLag &&
-                         live.lowValues.Size() > lowLag;
-    const double index = reaches ? Index(live, bar, window) : UndefinedValue;
+    const bool lagsAreUsable = highLag >= 0 && lowLag >= 0;
+    const bool hasHistory = lagsAreUsable && live.closes.Size() > furthest && live.highValues.Size() > highLag &&
+                            live.lowValues.Size() > lowLag;
+    const double index = hasHistory ? Index(live, bar, window) : UndefinedValue;
     for (HistoryRing* ring : {&live.highs, &live.lows, &live.closes}) DropBeyond(furthest, *ring);
     DropBeyond(highLag, live.highValues);
     DropBeyond(lowLag, live.lowValues);
     return index;
 }
 
-// The steps' values enter only as what the bar's own high and low are compared with.
+// The bar's own high and low are compared with earlier values of the steps; its own values of the steps are for later
+// bars.
 double CTDREIOp::Index(TDREIRecord& live, const BarPrices& bar, int window) const {
     const double up = bar[HighPrice] - live.highValues.Newest(highLag);
     const double down = bar[LowPrice] - live.lowValues.Newest(lowLag);
-    const bool counts = Overlaps(live, bar, window);
+    const bool counts = Counts(live, bar, window);
     if (mode == CancellingMode && !counts && live.numerators.Size() >= period) live.numerators.Newest() = 0.0;
     live.numerators.Push(counts ? down + up : 0.0);
     live.denominators.Push(std::abs(down) + std::abs(up));
@@ -126,16 +129,22 @@ double CTDREIOp::Index(TDREIRecord& live, const BarPrices& bar, int window) cons
     return absolute > 1e-100 ? counted * 100.0 / absolute : UndefinedValue;
 }
 
-// Either the bar two back overlaps the closes at the far end of the window, or this bar overlaps the range of the two
-// bars two and three inside of that end.
-bool CTDREIOp::Overlaps(const TDREIRecord& live, const BarPrices& bar, int window) const {
-    const auto reaches = [this](double a, double b) { return inclusive != 0 ? a >= b : a > b; };
-    const double high = live.highs.Newest(2), low = live.lows.Newest(2);
-    const double close1 = live.closes.Newest(window), close2 = live.closes.Newest(window - 1);
-    if ((reaches(high, close1) || reaches(high, close2)) && (reaches(close1, low) || reaches(close2, low))) return true;
-    const int near = window - 2, nearer = window - 3;
-    return (reaches(bar[HighPrice], live.lows.Newest(near)) || reaches(bar[HighPrice], live.lows.Newest(nearer))) &&
-           (reaches(live.highs.Newest(near), bar[LowPrice]) || reaches(live.highs.Newest(nearer), bar[LowPrice]));
+// A bar counts if the bar two back overlaps with the closes at the far end of the window, `window` and `window` - 1
+// bars back, or if the bar itself overlaps with the two bars that came after those.
+bool CTDREIOp::Counts(const TDREIRecord& live, const BarPrices& bar, int window) const {
+    const auto neighbours = [](const HistoryRing& ring, int bars) -> Neighbours {
+        return {ring.Newest(bars), ring.Newest(bars - 1)};
+    };
+    const Neighbours closes = neighbours(live.closes, window);
+    return Overlaps(live.highs.Newest(2), live.lows.Newest(2), closes, closes) ||
+           Overlaps(bar[HighPrice], bar[LowPrice], neighbours(live.highs, window - 2),
+                    neighbours(live.lows, window - 2));
+}
+
+// Whether the range from `low` to `high` reaches up to one of two lows, and one of two highs reaches down to it.
+bool CTDREIOp::Overlaps(double high, double low, const Neighbours& highs, const Neighbours& lows) const {
+    const auto reaches = [this](double upper, double lower) { return inclusive != 0 ? upper >= lower : upper > lower; };
+    return (reaches(high, lows[0]) || reaches(high, lows[1])) && (reaches(highs[0], low) || reaches(highs[1], low));
 }
 
 }  // namespace sarvane

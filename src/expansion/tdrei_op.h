@@ -11,16 +11,22 @@ namespace sarvane {
 struct TDREIRecord {
     BarPrices previous = NoPrices;  // of the last bar that was used
     HistoryRing highs, lows, closes;
-    PlainRing numerators;               // counted movement; the newest can be cancelled in place
+    PlainRing numerators;               // net movement of bars that count, 0.0 of others; mode 2 changes the newest one
     HistoryRing denominators;           // absolute movement of the same bars
-    HistoryRing highValues, lowValues;  // of the two steps, what bars are compared with
+    HistoryRing highValues, lowValues;  // results of the two steps, which later bars are compared with
 };
 
-// TDREI( bar, period, inclusive, periodWindow, highKind, highLag, lowKind, lowLag, mode) sums over the last `period`
-// bars by how much high and low have moved since `highLag` and `lowLag` bars, and gives it in percent of the sum of the
-// absolute movement. Only bars that overlap with the price of some bars before count in the first sum; `inclusive` says
-// whether touching is overlapping, and `periodWindow` whether "some bars before" depends on the period. In mode 2 a
-// bar that doesn't overlap also takes the bar before it out of the first sum.
+// TDREI( bar, period, inclusive, periodWindow, highKind, highLag, lowKind, lowLag, mode) is a range expansion index:
+//
+//     movement = (high - its value `highLag` bars back) + (low - its value `lowLag` bars back)
+//     index = 100 * (sum of the movements that count) / (sum of the absolute movements)
+//
+// Both sums run over the last `period` bars. A bar counts if it, or the bar two back, overlaps with prices about 8 bars
+// earlier, or about `period` bars (at least 4) with `periodWindow`. `inclusive` says whether equal prices overlap. In
+// mode 2 a bar that doesn't count also takes the bar before it out of the first sum. Without a period an input is
+// declared in its place, but never read.
+//
+// Source: T. R. DeMark, The New Science of Technical Analysis (1994).
 class CTDREIOp : public Described<CTDREIOp> {
     friend Described;
     static constexpr WordDescription Modes[] = {
@@ -56,12 +62,15 @@ class CTDREIOp : public Described<CTDREIOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
-    double TakeIn(TDREIRecord& live, const BarPrices& bar);
+    using Neighbours = std::array<double, 2>;  // prices of two bars in a row
+
+    double StepIndex(TDREIRecord& live, const BarPrices& bar);
     double Index(TDREIRecord& live, const BarPrices& bar, int window) const;
-    bool Overlaps(const TDREIRecord& live, const BarPrices& bar, int window) const;
+    bool Counts(const TDREIRecord& live, const BarPrices& bar, int window) const;
+    bool Overlaps(double high, double low, const Neighbours& highs, const Neighbours& lows) const;
 
     int depth = 0;
     int period = 8;

@@ -13,6 +13,15 @@ namespace {
 enum Argument : short { Bar, SpanFactor, Lag };
 enum Input : short { High, Low, Close };
 
+constexpr double SmallestDivisor = 1e-100;  // divisors have to be greater
+
+// On the scale of the stochastics, from 0 to 100.
+constexpr double Overbought = 85.0, Oversold = 15.0;
+constexpr double SlightLead = 2.0;                          // what k and d may differ by without counting for much
+constexpr double UpperQuarter = 75.0, LowerQuarter = 25.0;  // a hook on the bar after its lead lies beyond them
+constexpr double HookLead = 11.5;                           // the first line must have been that far from the second
+constexpr double HookReturn = 4.0;                          // a hook on the second bar after its lead returns that far
+
 constexpr std::size_t FirstRange = 8;  // output of the high, ahead of the low
 constexpr std::size_t FirstLabel = 10;
 
@@ -21,10 +30,13 @@ using RecentRanges = std::array<KaseRange, 4>;  // of this bar and the three bef
 
 Lean LeanOf(GuardedValue difference) { return {difference > 0.0, difference < 0.0 && !IsUndefined(difference)}; }
 
-// A stochastic line against the slower line behind it; both are percentages.
+// Whether a stochastic rises, from its line k and the line d that follows it. In the middle and in the overbought zone
+// it rises if k is above d. With both lines overbought k may also be slightly below d; with both oversold k must be
+// more than slightly above d.
 bool IsRising(double k, double d) {
-    return (k > 85.0 && d > 85.0 && std::abs(k - d) < 2.0) || (d < 15.0 && k < 15.0 && k - d > 2.0) ||
-           (k > 15.0 && k > d);
+    const bool overbought = k > Overbought && d > Overbought;
+    const bool oversold = d < Oversold && k < Oversold;
+    return (overbought && std::abs(k - d) < SlightLead) || (oversold && k - d > SlightLead) || (k > Oversold && k > d);
 }
 
 Lean LeanOf(const LinePair& lines) {
@@ -33,20 +45,24 @@ Lean LeanOf(const LinePair& lines) {
     return {rising, !rising};
 }
 
-// A hook is a first line that turns back after it ran well ahead of the second, one or two bars ago.
+bool RanBelow(const LinePair& lines) { return lines.second - HookLead > lines.first; }
+bool RanAbove(const LinePair& lines) { return lines.first > lines.second + HookLead; }
+
+// A hook is a turn of the first line after it ran well ahead of the second one. After a lead on the last bar any turn
+// within the outer quarter counts; after a lead on the bar before that, a turn by more than HookReturn counts anywhere.
 Lean HookOf(const LinePair& now, const LinePair& last, const LinePair& secondLast) {
     for (const LinePair& lines : {now, last, secondLast}) {
         if (IsUndefined(lines.first) || IsUndefined(lines.second)) return {};
     }
-    const double s1 = now.first;
-    const auto [a1, b1] = last;
-    const auto [a2, b2] = secondLast;
-    return {.up = (s1 < 25.0 && b1 - 11.5 > a1 && s1 > a1) || (b2 - 11.5 > a2 && s1 - 4.0 > a2),
-            .down = (s1 > 75.0 && a1 > b1 + 11.5 && a1 > s1) || (a2 > b2 + 11.5 && a2 > s1 + 4.0)};
+    const double line = now.first;
+    return {.up = (line < LowerQuarter && RanBelow(last) && line > last.first) ||
+                  (RanBelow(secondLast) && line - HookReturn > secondLast.first),
+            .down = (line > UpperQuarter && RanAbove(last) && last.first > line) ||
+                    (RanAbove(secondLast) && secondLast.first > line + HookReturn)};
 }
 
-// One stage of a slow line: the blend of `value` with the stage's own result `lag` bars back. The first `lag` values
-// pass through.
+// One stage of a slow line: blends `value` with the stage's own result `lag` bars back. The first `lag` values have no
+// such result and pass unchanged. `results` holds the last `lag` results.
 template <class Blend>
 double FeedBack(SlidingArray<double>& results, int lag, double value, Blend blend) {
     double result = value;
@@ -75,14 +91,15 @@ Votes CastVotes(const Leans& lean) {
     };
 }
 
-// Whether highs and lows both held or rose, respectively fell, over that many bars. A bar that is not there yet lies
-// below every price.
+// Whether no high and no low was below the one before, over that many bars. In place of a bar that has not come yet
+// stands UndefinedValue, which lies below every price.
 bool Rises(const RecentRanges& ranges, std::size_t bars) {
     for (std::size_t i = 0; i < bars; ++i) {
         if (!(ranges[i].low >= ranges[i + 1].low && ranges[i].high >= ranges[i + 1].high)) return false;
     }
     return true;
 }
+// The same with no high and no low above the one before.
 bool Falls(const RecentRanges& ranges, std::size_t bars) {
     for (std::size_t i = 0; i < bars; ++i) {
         if (!(ranges[i + 1].low >= ranges[i].low && ranges[i + 1].high >= ranges[i].high)) return false;
@@ -90,7 +107,8 @@ bool Falls(const RecentRanges& ranges, std::size_t bars) {
     return true;
 }
 
-// A signal is given up after one bar, so a condition that lasts shows on every second bar.
+// A signal appears when one of its votes is cast and `bars` bars confirm it. It never stands on two bars in a row, so a
+// condition that lasts gives a signal on every second bar.
 int NextSignal(int signal, std::span<const int> votes, const RecentRanges& ranges, std::size_t bars) {
     const auto isCast = [&](int vote) { return std::ranges::find(votes, vote) != votes.end(); };
     if (isCast(1) && Rises(ranges, bars) && signal != 1) return 1;
@@ -105,7 +123,8 @@ void AdvanceSignals(std::array<int, 3>& signals, const Votes& votes, const Recen
                NextSignal(signals[2], all.subspan(7, 1), ranges, 3)};
 }
 
-// Each signal has an output for its label upward and one for its label downward.
+// Each signal has two outputs, one for the label of an upward signal and one for that of a downward one. The label's
+// text is the number of the signal.
 void ShowLabels(const std::array<int, 3>& signals, double* out) {
     for (std::size_t i = 0; i < signals.size(); ++i) {
         if (signals[i] == 0) continue;
@@ -117,12 +136,12 @@ void ShowLabels(const std::array<int, 3>& signals, double* out) {
 
 }  // namespace
 
-// Without movement the share is a half. So it is while the averages prime: both are the same undefined number.
+// 50 without movement, and also as long as both averages are still UndefinedValue, which makes their share a half.
 double MomentumPair::Step(double close, double previousClose) {
     const double up = upward.Step(Greater(0.0, close - previousClose));
     const double down = downward.Step(Greater(0.0, previousClose - close));
     const double total = down + up;
-    if (!(std::abs(total) > 1e-100)) return 50.0;
+    if (!(std::abs(total) > SmallestDivisor)) return 50.0;
     const double share = up * 100.0 / total;
     return IsUndefined(share) ? 50.0 : share;
 }
@@ -131,7 +150,7 @@ double RangePosition::Step(const KaseBar& bar) {
     const double high = highest.Step(bar.high);
     const double low = lowest.Step(bar.low);
     if (IsUndefined(high) || IsUndefined(low)) return UndefinedValue;
-    return high > low + 1e-100 ? (bar.close - low) * 100.0 / (high - low) : 50.0;
+    return high > low + SmallestDivisor ? (bar.close - low) * 100.0 / (high - low) : 50.0;
 }
 
 STDMETHODIMP CKaseCCSSOp::SetParameter(short index, const char16_t* value, TextSlot*) {
@@ -155,8 +174,8 @@ STDMETHODIMP CKaseCCSSOp::Reset(int count, const double* seed) {
     return S_OK;
 }
 
-// With one value missing the whole bar repeats the one before. A seed may hold a close alone, and then the averages
-// of the close run without a range.
+// If one value is missing the whole bar repeats the one before. A close is enough to go on: a seed may hold nothing
+// else, and then the stochastics have no value on this bar.
 STDMETHODIMP CKaseCCSSOp::Calculate(int, const double* in, int, double* out) {
     std::fill_n(out, 16, UndefinedValue);
     KaseCCSSState& live = states.Live();
@@ -191,7 +210,7 @@ Leans CKaseCCSSOp::ReadIndicators(KaseCCSSState& live, const KaseBar& bar) {
     return leans;
 }
 
-// Momentum against its average. The first close of a run only serves the second.
+// Momentum against its average. The first close of a run gives no momentum, since there is none to compare it with.
 Lean CKaseCCSSOp::ReadMomentum(KaseCCSSState& live, double close) {
     const bool isFirst = IsUndefined(live.momentumClose);
     const GuardedValue share = isFirst ? UndefinedValue : momentum.Step(close, live.momentumClose);
@@ -199,7 +218,7 @@ Lean CKaseCCSSOp::ReadMomentum(KaseCCSSState& live, double close) {
     return LeanOf(share - momentumAverage.Step(share.value));
 }
 
-// Difference of two exponential averages against its signal line.
+// Difference of two exponential averages against its own average.
 Lean CKaseCCSSOp::ReadHistogram(double close) {
     const GuardedValue line = GuardedValue(shortExp.Step(close)) - longExp.Step(close);
     return LeanOf(line - signalExp.Step(line.value));
@@ -210,18 +229,18 @@ Lean CKaseCCSSOp::ReadFastStochastic(const KaseBar& bar) {
     return LeanOf(LinePair{k, positionSlow.Step(k)});
 }
 
-// The second line starts from the blend of the first. Both come in only after some bars.
+// The second line starts from the blend of the first. Both lines are UndefinedValue on the first bars.
 LinePair CKaseCCSSOp::StepSlowLines(KaseCCSSState& live, const KaseBar& bar) {
     const double first = FeedBack(live.firstBlend, lag, RawStochastic(bar), HalfBlend);
     const double second = FeedBack(live.secondBlend, lag, first, ThirdBlend);
     return {firstLine.Step(first), secondLine.Step(second)};
 }
 
-// Where the close stands in the range of the span, in percent. A flat range has no answer.
+// Where the close stands in the range of the last bars, in percent; UndefinedValue in a range without height.
 double CKaseCCSSOp::RawStochastic(const KaseBar& bar) {
     const double high = span.highest.Step(bar.high);
     const double low = span.lowest.Step(bar.low);
-    if (IsUndefined(high) || IsUndefined(low) || !(std::abs(high - low) > 1e-100)) return UndefinedValue;
+    if (IsUndefined(high) || IsUndefined(low) || !(std::abs(high - low) > SmallestDivisor)) return UndefinedValue;
     return (bar.close - low) / (high - low) * 100.0;
 }
 

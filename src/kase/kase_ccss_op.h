@@ -10,7 +10,7 @@
 
 namespace sarvane {
 
-// What an indicator says of a bar. It can be silent, and neither holds.
+// Which way an indicator points on a bar. Both are false while it has no value or points neither way.
 struct Lean {
     bool up = false;
     bool down = false;
@@ -21,7 +21,7 @@ struct Leans {
     Lean histogram;
     Lean fast;
     Lean slow;
-    Lean hook;  // of the slow lines: up at a bottom, down at a top
+    Lean hook;  // of the slow stochastic: up at a bottom, down at a top
 };
 
 struct KaseRange {
@@ -29,7 +29,7 @@ struct KaseRange {
     double low = UndefinedValue;
 };
 
-// A stochastic on a bar: a line and the smoother one behind it.
+// The two lines of a stochastic on a bar. The second is the smoother one and follows the first.
 struct LinePair {
     double first = UndefinedValue;
     double second = UndefinedValue;
@@ -40,13 +40,13 @@ struct KaseCCSSState {
     double momentumClose = UndefinedValue;  // previous close of the momentum
     SlidingArray<double> firstBlend;        // the last `lag` results of the first blend
     SlidingArray<double> secondBlend;       // the last `lag` results of the second blend
-    LinePair lastLines;                     // slow lines of the last bar
-    LinePair secondLastLines;
-    std::array<int, 3> signals = {};   // +1, 0 or -1; they run on across a reset, as `earlier` does
-    std::array<KaseRange, 3> earlier;  // of the last bars, newest first
+    LinePair lastLines;                     // of the slow stochastic on the last bar
+    LinePair secondLastLines;               // on the bar before that
+    std::array<int, 3> signals = {};        // of the last bar: +1, 0 or -1; a reset does not clear them
+    std::array<KaseRange, 3> earlier;       // of the last three bars, newest first; a reset does not clear them
 };
 
-// Share of upward movement in the movement of the close, in percent.
+// Share of the upward movement in all movement of the close, in percent, smoothed.
 struct MomentumPair {
     CSetStepMA upward{StepSmo, 9};
     CSetStepMA downward{StepSmo, 9};
@@ -64,10 +64,14 @@ struct RangePosition {
     auto Steps() { return std::tie(highest, lowest); }
 };
 
-// KaseCCSS( bar, spanFactor, lag) is a board of signals. Momentum, an oscillator's histogram, a fast stochastic and a
-// slow one with its hooks are crossed into eight votes of +1, 0 or -1, and three groups of votes, if highs and lows
-// confirm them, become signals with a label each. The parameters are those of the slow stochastic, whose range spans
-// a single bar until one is set. A lag below 1 gives no output.
+// KaseCCSS( bar, spanFactor, lag) gives eight votes of +1, 0 or -1, and three signals with a label each. A vote
+// combines which way some of four indicators point: a momentum, a histogram, a fast stochastic and a slow one, or the
+// hooks of the slow one. A signal appears when one of its votes is cast and the highs and lows of the last bars confirm
+// it.
+//
+// The parameters belong to the slow stochastic alone, which is that of KasePermStoch: it looks at the range of
+// `spanFactor` * `lag` bars, and blends its values with those of `lag` bars before. Until one of them is set, the range
+// is a single bar. A lag below 1 gives no output.
 class CKaseCCSSOp : public Described<CKaseCCSSOp> {
     friend Described;
     static constexpr Description About = {
@@ -121,7 +125,7 @@ class CKaseCCSSOp : public Described<CKaseCCSSOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     Leans ReadIndicators(KaseCCSSState& live, const KaseBar& bar);

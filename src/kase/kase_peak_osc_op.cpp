@@ -14,9 +14,8 @@ enum Output : short { Oscillator, OuterBand, OuterTurn, InnerBand, InnerTurn, Hi
 
 constexpr double FixedThreshold = 100.0;
 
-// The greater of `longest` and how far price moved from one value up to another, as a logarithm per root of the bars
-// between. Prices of opposite signs, gaps and a divisor near zero give no quotient above 1.0, so they count like a way
-// down: not at all.
+// The greater of `longest` and ln(upper / lower) / sqrt(lag): how far price rose within `lag` bars. It did not rise for a
+// missing price, for prices of opposite signs and for a `lower` near zero, whose quotient is undefined or not above 1.0.
 double LongerRun(double longest, GuardedValue upper, GuardedValue lower, int lag) {
     const GuardedValue quotient = upper / lower;
     if (!(quotient > 1.0)) return longest;
@@ -27,20 +26,20 @@ double LongerRun(double longest, GuardedValue upper, GuardedValue lower, int lag
     return Greater(longest, Logarithm(quotient.value) / root);
 }
 
-// A threshold lies on the oscillator's side of zero.
+// A threshold is shown on the oscillator's side of zero, and below zero for an oscillator of exactly 0.0.
 GuardedValue Band(GuardedValue oscillator, GuardedValue threshold) {
     if (IsUndefined(oscillator)) return UndefinedValue;
     return oscillator > 0.0 ? threshold : threshold * -1.0;
 }
 
-// Whether the last bar's oscillator was a peak above zero or a trough below. A flat start of the turn is part of it.
+// Whether the last bar was a peak above zero or a trough below zero. It may equal the bar before it, not the bar after.
 bool IsTurn(const KasePeakOscState& live, GuardedValue now) {
     const GuardedValue turn = live.last;
     return (turn > 0.0 && turn > now && turn >= live.secondLast) ||
            (turn < 0.0 && turn < now && turn <= live.secondLast);
 }
 
-// Marks a turn at the outermost threshold that it reaches. Trough and peak are alike but for the sign.
+// Marks a turn by the outermost threshold that it reaches. A trough is compared by its size, like a peak.
 void MarkTurn(GuardedValue turn, GuardedValue outer, GuardedValue inner, double* out) {
     const double size = std::abs(turn.value);
     if (size >= outer.value) {
@@ -52,7 +51,8 @@ void MarkTurn(GuardedValue turn, GuardedValue outer, GuardedValue inner, double*
     }
 }
 
-// Bands and marks for the level that the oscillator's own deviations reach.
+// Writes both thresholds, and a mark if the last bar was a turn beyond one of them. `level` is the threshold that
+// follows the oscillator's own deviations.
 void ShowThresholds(const KasePeakOscState& live, GuardedValue oscillator, GuardedValue level, double* out) {
     if (IsUndefined(level)) return;
     const GuardedValue outer = Greater(level.value, FixedThreshold);
@@ -69,7 +69,7 @@ double SumDeviation::Step(double value) {
     if (IsUndefined(value)) return UndefinedValue;
     const double s = sum.Step(value);
     const double q = squareSum.Step(value * value);
-    // Sums that are not there yet give a variance far below zero.
+    // While the sums are still UndefinedValue this is far below zero.
     const double variance = (count * q - s * s) / (count * count);
     if (variance >= 0.0) return std::sqrt(variance);
     return variance < 0.0 && variance > -0.001 ? 0.0 : UndefinedValue;  // rounding
@@ -85,7 +85,7 @@ STDMETHODIMP CKasePeakOscOp::SetParameter(short index, const char16_t* value, Te
     return S_OK;
 }
 
-// The steps work one behind the other, so their lookbacks add up.
+// Each of these steps takes the results of the one before, so their lookbacks add up.
 int CKasePeakOscOp::StepBars() {
     return LongestLookback(returnDeviation.Steps()) + LongestLookback(std::tie(volatilityStep)) +
            LongestLookback(std::tie(upStep, downStep)) + LongestLookback(levelDeviation.Steps()) +
@@ -102,7 +102,7 @@ STDMETHODIMP CKasePeakOscOp::Reset(int, const double*) {
     return S_OK;
 }
 
-// Until all parameters are set, the outputs of the bar itself and of the label are left as they are.
+// Unless all parameters are set, the outputs for high, low and label keep what the host's array held.
 STDMETHODIMP CKasePeakOscOp::Calculate(int, const double* in, int, double* out) {
     std::fill_n(out, HighOut, UndefinedValue);
     if (!HasParameters()) return S_OK;
@@ -129,8 +129,9 @@ STDMETHODIMP CKasePeakOscOp::Calculate(int, const double* in, int, double* out) 
     return S_OK;
 }
 
-// A previous close of zero ends the measuring for the rest of the run: no later close takes its place. Until there are
-// bars for the longest lag there is nothing to measure, while the volatility already primes.
+// How far price has run up and down, in units of volatility. A close of zero ends the measuring until the next reset:
+// it stays the close before, since no later one replaces it. The longest lag has to be reached first; the volatility is
+// averaged from the first bar on.
 PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close) {
     const GuardedValue before = live.close;
     if (before > -1e-100 && before < 1e-100) return {};
@@ -146,7 +147,7 @@ PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close
     return live.runs;
 }
 
-// The arrays reach back to the longest lag. No price has run over a lag below 1.
+// The greatest runs over all lags. The arrays reach back to the longest lag. Lags below 1 give no run.
 PriceRuns CKasePeakOscOp::LongestRuns(const KasePeakOscState& live) const {
     PriceRuns longest = {0.0, 0.0};
     for (int lag = std::max(std::min(lagFrom, lagTo), 1); lag <= LongestLag(); ++lag) {
@@ -156,7 +157,7 @@ PriceRuns CKasePeakOscOp::LongestRuns(const KasePeakOscState& live) const {
     return longest;
 }
 
-// Of the oscillator's distance from zero.
+// The threshold that follows the oscillator: mean of its size plus `deviationFactor` deviations of its size.
 GuardedValue CKasePeakOscOp::Level(GuardedValue oscillator) {
     const double size = IsUndefined(oscillator) ? UndefinedValue : std::abs(oscillator.value);
     const GuardedValue mean = levelStep.Step(size);

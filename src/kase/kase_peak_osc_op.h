@@ -10,22 +10,22 @@
 
 namespace sarvane {
 
-// How far price has run each way over the scanned lags.
+// How far price has run up and down within the lags.
 struct PriceRuns {
     double up = UndefinedValue;
     double down = UndefinedValue;
 };
 
 struct KasePeakOscState {
-    SlidingArray<double> highs;  // of the recent bars, gaps included
-    SlidingArray<double> lows;   // as long as `highs`
+    SlidingArray<double> highs;  // of the recent bars, oldest first, gaps included
+    SlidingArray<double> lows;   // of the same bars
     GuardedValue close;          // of the last bar
-    PriceRuns runs;              // last measured, in units of volatility
+    PriceRuns runs;              // those measured last, in units of volatility
     GuardedValue last;           // oscillator of the last bar
     GuardedValue secondLast;     // oscillator of the bar before that
 };
 
-// Standard deviation of the last `count` values, from their sum and the sum of their squares. A gap is no value.
+// Standard deviation of the last `count` values, from their sum and the sum of their squares. Gaps are left out.
 struct SumDeviation {
     explicit SumDeviation(int values) : count(values), sum(StepSum, values), squareSum(StepSum, values) {}
 
@@ -37,10 +37,17 @@ struct SumDeviation {
     CSetStepMA squareSum;
 };
 
-// KasePeakOsc( bar, lagFrom, lagTo, deviationFactor) is how much further price has run up than down over any of the
-// lags, in units of its volatility. Around it lie two thresholds: 100 and the oscillator's own level of
-// `deviationFactor` deviations above its mean. A turn beyond one is marked one bar late. Without all three parameters
-// there is no output.
+// KasePeakOsc( bar, lagFrom, lagTo, deviationFactor) is how much further price has run up than down:
+//
+//     up = greatest of ln(high / low[k]) / sqrt(k)          low[k] is the low k bars back, for k from lagFrom to lagTo
+//     down = greatest of ln(high[k] / low) / sqrt(k)
+//     oscillator = 40 * (up - down) / volatility            both smoothed; volatility is that of the close
+//
+// Two thresholds are shown on the oscillator's side of zero: 100, and the mean of its size plus `deviationFactor` times
+// the deviation of its size. The greater is the outer one. A turn beyond a threshold is marked one bar late. Unless all
+// three parameters are set there is no output, and three inputs are declared in their place, but never read.
+//
+// Source: C. A. Kase, Trading with the Odds (1996).
 class CKasePeakOscOp : public Described<CKasePeakOscOp> {
     friend Described;
     static constexpr Description About = {
@@ -77,7 +84,7 @@ class CKasePeakOscOp : public Described<CKasePeakOscOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     bool HasParameters() const { return !IsUnset(lagFrom) && !IsUnset(lagTo) && !IsUndefined(deviationFactor); }

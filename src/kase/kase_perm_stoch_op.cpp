@@ -8,8 +8,8 @@ enum Input : short { High, Low, Close };
 
 double ValueOrPrevious(double value, double previous) { return IsUndefined(value) ? previous : value; }
 
-// One stage: what the blend of `value` with the stage's own result `lag` bars back gives. The first `lag` values are
-// only kept.
+// One stage of a line: blends `value` with the stage's own result `lag` bars back. The first `lag` values stand for the
+// results that are missing then, and give no result themselves.
 template <class Blend>
 double FeedBack(SlidingArray<double>& results, int lag, double value, Blend blend) {
     if (results.Size() < lag) {
@@ -59,7 +59,7 @@ STDMETHODIMP CKasePermStochOp::Calculate(int, const double* in, int, double* out
     return S_OK;
 }
 
-// Where the close stands in the range of the span, in percent. A flat range has no answer.
+// Where the close stands in the range of the last bars, in percent; UndefinedValue in a range without height.
 double CKasePermStochOp::RawStochastic(const KaseBar& bar) {
     const double low = span.lowest.Step(bar.low);
     const double range = span.highest.Step(bar.high) - low;

@@ -14,9 +14,14 @@ struct KasePermStochState {
     SlidingArray<double> secondBlend;  // the last `lag` results of the second blend
 };
 
-// KasePermStoch( bar, rangeFactor, lag) gives two slow stochastic lines, from 0 to 100, over a range of
-// rangeFactor * lag bars. Each blends its value with its own result `lag` bars back; the second starts from the blend
-// of the first. Without both parameters there is no output.
+// KasePermStoch( bar, rangeFactor, lag) gives two slow stochastic lines, from 0 to 100:
+//
+//     raw = 100 * (close - lowest low) / (highest high - lowest low)        over rangeFactor * lag bars
+//     first = (raw + first[lag]) / 2                                        first[lag] is the result `lag` bars back
+//     second = (first + 2 * second[lag]) / 3
+//
+// Each is then smoothed by simple averages of 3 and of 2. Unless both parameters are set there is no output, and two
+// inputs are declared in their place, but never read.
 class CKasePermStochOp : public Described<CKasePermStochOp> {
     friend Described;
     static constexpr Description About = {
@@ -36,7 +41,7 @@ class CKasePermStochOp : public Described<CKasePermStochOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
     bool HasParameters() const { return !IsUnset(rangeFactor) && !IsUnset(lag); }

@@ -1,7 +1,7 @@
 #pragma once
 
-// What the slow stochastics of the Kase studies have in common: two lines over a long range, each of which blends its
-// value with its own result some bars back before it is smoothed.
+// What the slow stochastics of KasePermStoch and KaseCCSS have in common: two lines over a long range. A line blends
+// each value with its own result some bars back, and is smoothed then.
 
 #include "frame/operator_contract.h"
 #include "oscillators/set_step_ma.h"
@@ -20,12 +20,12 @@ inline KaseBar SeedBar(int count, const double* seed) {
     return {NthSeed(0, count, seed), NthSeed(1, count, seed), NthSeed(2, count, seed)};
 }
 
-// The range that the prices of the last bars span: of this bar alone until a length is set.
+// Highest high and lowest low of the last `factor` * `lag` bars; of this bar alone until both are set.
 struct SpanSteps {
     CSetStepMA highest;
     CSetStepMA lowest;
 
-    // The length is a 32-bit product, which wraps around.
+    // A product beyond 32 bits wraps around.
     void Configure(int factor, int lag) {
         if (IsUnset(factor) || IsUnset(lag)) return;
         const int length = static_cast<int>(static_cast<unsigned>(factor) * static_cast<unsigned>(lag));
@@ -35,8 +35,8 @@ struct SpanSteps {
     auto Steps() { return std::tie(highest, lowest); }
 };
 
-// Blends half and half, respectively one part of the new value with two of the earlier result. A value that has
-// nothing to blend with passes through.
+// The mean of a value and an earlier result, and the mean with the earlier result counted twice. If either is missing,
+// the value itself.
 inline double HalfBlend(double value, double earlier) {
     return IsUndefined(value) || IsUndefined(earlier) ? value : (value - earlier) * 0.5 + earlier;
 }
@@ -44,7 +44,7 @@ inline double ThirdBlend(double value, double earlier) {
     return IsUndefined(value) || IsUndefined(earlier) ? value : (earlier + earlier + value) / 3.0;
 }
 
-// Smooths a blend to the line that is shown.
+// Smooths the blends to the line that is shown.
 struct LineSteps {
     CSetStepMA smooth{StepSim, 3};
     CSetStepMA finish{StepSim, 2};

@@ -31,12 +31,15 @@ TEST(BarOp, CombinesABarAndAValue) {
         std::vector<double> gap = each.bar;
         gap[0] = U;
         op.Reset(each.bar, 2);
+        op->SaveState(2);
         ExpectSameBits(op.Step(gap), {U, U, U, U}, "only mode 1 fills gaps");
         ExpectSameBits(op.Step(each.bar), each.result, each.keyword);
         op->SaveState(1);
         op.Reset({}, 1);
         op->RestoreState(1);
         ExpectSameBits(op.Step(gap), each.result, "the newer mode fills the gap from an older snapshot");
+        op->RestoreState(2);
+        ExpectSameBits(op.Step(gap), {U, U, U, U}, "which holds no seed of another mode");
     }
 }
 

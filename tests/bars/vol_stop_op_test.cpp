@@ -40,6 +40,7 @@ TEST(VolStopOp, Averages) {
           {13, 7, 7, 12.5, 7.5, 7.5});
     Check("exponential", "1 3 - - - - exp - 0", widening, {12, 8, 8, 13, 7, 7, 14.5, 5.5, 5.5, 13.25, 6.75, 6.75});
     Check("the true range reaches to the close before", "1 1 - 1 - - - - 0", rising, {12, 8, 8, 15, 9, 9, 15, 7, 7});
+    Check("and reaches up to a close above", "1 1 - 1 - - - - 0", {rising[0], {6, 7, 5, 6, U}}, {12, 8, 8, 11, 1, 1});
     Check("a gap in one price repeats the whole bar", "1 1 - - - - - - 0", gaps, {12, 8, 8, 14, 10, 10, 14, 10, 10});
 }
 
@@ -49,8 +50,17 @@ TEST(VolStopOp, Switches) {
     Check("a signal shows both and leaves the active one", "1 1 - - 0 - - 1", Swing({1, U, U, 1, -1, 0}),
           {12, 8, 8, 12, 9, 9, 10, 6, 10, 9, 6, 9, U, 10, 14});
     Check("stops ratchet, and a touch breaks", "1 1 - - 0 - - 1 0", rising, {12, 8, 8, 12, 10, 10, U, 10, 10});
+    Check("any other number than 0 lets stops loosen", "1 1 - - -1 - - 1 0", rising, {12, 8, 8, 14, 10, 10, 15, 7, 7});
     Check("a touch does not break", "1 1 - - 0 - - 1 0 - - 0", rising, {12, 8, 8, 12, 10, 10, 12, 10, 10});
     Check("from the extremes", "1 1 - - - 1 - 1 0 - - 0", rising, {12, 8, 8, 12, 10, 10, 14, 8, 8});
+}
+
+TEST(VolStopOp, StartsItsRangesOverWithANewPeriod) {
+    OperatorDriver op("VolStop");
+    op.SetArguments("1 1 - 1 - - - - 0");
+    op.Step(rising[0]);
+    op.Set(2, "1");
+    ExpectSameBits(op.Step(rising[1]), {14, 10, 10}, "no close before: the range is 2, not 3");
 }
 
 TEST(VolStopOp, FormsNoStopWithoutUsableParameters) {

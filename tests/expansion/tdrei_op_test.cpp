@@ -1,5 +1,8 @@
 #include "support/operator_driver.h"
+#include "support/random_bars.h"
 
+#include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace sarvane::test {
@@ -37,6 +40,7 @@ const RunCase runs[] = {
      Around({10, 10, 20, 20, 40, 40, 80}),
      {50, 40.0 * 100.0 / 120}},
     {"a leap cancels the bar before it", "2 1 1 - - - - 2", Around({10, 10, 20, 20, 40, 40, 80}), {50, 0}},
+    {"but not before the sums are full", "3 1 1 - - - - 2", Around({10, 10, 20, 20, 40, 40, 80}), {40.0 * 100.0 / 160}},
     {"the bar two back touches an earlier close", "1 1 1", Around({10, 0, 12, 12, 40}), {100}},
     {"which may not be enough", "1 0 1", Around({10, 0, 12, 12, 40}), {0}},
     {"this bar touches an earlier range", "1 1 1", Around({1, 1, 20, 28, 32}), {100}},
@@ -50,6 +54,66 @@ const RunCase runs[] = {
 };
 
 TEST(TDREIOp, Cases) { CheckCases("TDREIOP", descriptions, runs); }
+
+struct Arguments {
+    int period, inclusive, periodWindow, highLag, lowLag, mode;
+};
+
+// The definition, from all bars so far: what it gives on the last one.
+double PlainIndex(const Bars& bars, const Arguments& arguments) {
+    const auto& [period, inclusive, periodWindow, highLag, lowLag, mode] = arguments;
+    const int window = periodWindow == 0 ? 8 : std::max(period, 4);
+    const auto reaches = [&](double a, double b) { return arguments.inclusive ? a >= b : a > b; };
+    std::vector<double> numerators, denominators;
+    for (int i = std::max({window, highLag, lowLag}); i < static_cast<int>(bars.size()); ++i) {
+        const auto high = [&](int back) { return bars[static_cast<std::size_t>(i - back)][1]; };
+        const auto low = [&](int back) { return bars[static_cast<std::size_t>(i - back)][2]; };
+        const auto close = [&](int back) { return bars[static_cast<std::size_t>(i - back)][3]; };
+        const double up = high(0) - high(highLag), down = low(0) - low(lowLag);
+        const double c1 = close(window), c2 = close(window - 1);
+        const bool first =
+            (reaches(high(2), c1) || reaches(high(2), c2)) && (reaches(c1, low(2)) || reaches(c2, low(2)));
+        const bool second = (reaches(high(0), low(window - 2)) || reaches(high(0), low(window - 3))) &&
+                            (reaches(high(window - 2), low(0)) || reaches(high(window - 3), low(0)));
+        const bool counts = first || second;
+        if (mode == 2 && !counts && static_cast<int>(numerators.size()) >= period) numerators.back() = 0.0;
+        numerators.push_back(counts ? down + up : 0.0);
+        denominators.push_back(std::abs(down) + std::abs(up));
+    }
+    if (static_cast<int>(numerators.size()) < period) return U;
+    double counted = 0.0, absolute = 0.0;
+    for (std::size_t i = numerators.size() - static_cast<std::size_t>(period); i < numerators.size(); ++i) {
+        counted += numerators[i];
+        absolute += denominators[i];
+    }
+    return absolute > 1e-100 ? counted * 100.0 / absolute : U;
+}
+
+// Prices are rounded, so that many of them are equal.
+TEST(TDREIOp, AgreesWithItsDefinition) {
+    RandomBars random(1);
+    for (int run = 0; run < 60; ++run) {
+        const Arguments arguments = {1 + random.Below(10), random.Below(2), random.Below(2),
+                                     random.Below(12),     random.Below(5), 1 + random.Below(2)};
+        const auto& [period, inclusive, periodWindow, highLag, lowLag, mode] = arguments;
+        OperatorDriver op("TDREIOP");
+        std::string words;
+        for (const int number : {period, inclusive, periodWindow, 1, highLag, 3, lowLag, mode})
+            words += std::to_string(number) + " ";
+        op.SetArguments(words);
+        op.Reset();
+        Bars bars;
+        for (int bar = 0; bar < 60; ++bar) {
+            std::vector<double> in = random.Next(4);
+            for (double& price : in) price = std::floor(price * 2) / 2;
+            std::vector<double> filled = in;
+            for (std::size_t i = 0; i < 4; ++i) filled[i] = in[i] == U && !bars.empty() ? bars.back()[i] : in[i];
+            const bool isWhole = std::ranges::count(filled, U) == 0;
+            if (isWhole) bars.push_back(filled);
+            ExpectSameBits(op.Step(in), {isWhole ? PlainIndex(bars, arguments) : U}, words + std::to_string(bar));
+        }
+    }
+}
 
 }  // namespace
 }  // namespace sarvane::test

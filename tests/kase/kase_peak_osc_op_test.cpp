@@ -24,48 +24,106 @@ std::vector<double> SwingingBar(int bar) {
     return {price + 3, price - 3, price};
 }
 
+// A bar with a label, and what it shows: rounded values of the turn and of both thresholds.
+struct Mark {
+    int bar;
+    const char* label;
+    double turn, outer, inner;
+};
+
 struct MarkCase {
     const char* fact;
     const char* arguments;
-    std::string marks;   // bar, label, turn and both bands, rounded
+    std::vector<Mark> marks;
     int zeroClose = -1;  // bar of a close of 0
 };
 
 const MarkCase markCases[] = {
-    {"turns beyond 100 or beyond their own level", "8 4 2",
-     "101 PL -191 -318 -100; 120 PL 296 339 100; 123 PL -360 -360 -100; 163 PG 519 404 100"},
-    {"a level below 100 is the inner one", "4 8 -1",
-     "101 PG -191 -100 -61; 120 PG 296 100 83; 123 PG -360 -100 -87; 163 PG 519 100 4"},
-    {"lags below 1 give no run", "-2147483647 8 2",
-     "101 PL -191 -346 -100; 120 PL 296 -367 -100; 123 PG -664 -451 -100; 162 PG 680 519 100"},
-    {"a close of 0 ends the measuring", "4 8 -1", "101 PG -191 -100 -61", 110},
+    {"turns beyond 100 alone, or beyond their own level, too",
+     "8 4 2",
+     {{101, "PL", -191, -318, -100},
+      {120, "PL", 296, 339, 100},
+      {123, "PL", -360, -360, -100},
+      {163, "PG", 519, 404, 100}}},
+    {"a level below 100 is the inner one",
+     "4 8 -1",
+     {{101, "PG", -191, -100, -61}, {120, "PG", 296, 100, 83}, {123, "PG", -360, -100, -87}, {163, "PG", 519, 100, 4}}},
+    {"lags below 1 give no run",
+     "-2147483647 8 2",
+     {{101, "PL", -191, -346, -100},
+      {120, "PL", 296, -367, -100},
+      {123, "PG", -664, -451, -100},
+      {162, "PG", 680, 519, 100}}},
+    {"a close of 0 ends the measuring", "4 8 -1", {{101, "PG", -191, -100, -61}}, 110},
 };
-
-// Of one bar, empty without one. A label is the number 1 with two letters behind it.
-std::string MarkOf(int bar, const std::vector<double>& out) {
-    if (out[7] == 0.0) return "";
-    const auto label = std::bit_cast<std::uint64_t>(out[7]);
-    std::string mark =
-        "; " + std::to_string(bar) + " " + static_cast<char>(label >> 8) + static_cast<char>(label >> 16);
-    for (const double value : {out[2] == U ? out[4] : out[2], out[1], out[3]})
-        mark.append(" ").append(std::to_string(std::lround(value)));
-    return mark;
-}
 
 TEST(KasePeakOscOp, Cases) { CheckCases("KasePeakOsc", descriptions, runs); }
 
+// A label is the number 1 with its text behind it.
+double Label(const char* text) {
+    std::uint64_t bits = 1;
+    for (int shift = 8; *text; ++text, shift += 8) bits |= static_cast<std::uint64_t>(*text) << shift;
+    return std::bit_cast<double>(bits);
+}
+
 TEST(KasePeakOscOp, MarksTurns) {
-    for (const auto& [fact, arguments, expected, zeroClose] : markCases) {
+    for (const auto& [fact, arguments, marks, zeroClose] : markCases) {
         OperatorDriver op("KasePeakOsc");
         op.SetArguments(arguments);
         op.Reset();
-        std::string marks;
+        std::size_t found = 0;
         for (int bar = 0; bar < 181; ++bar) {
             std::vector<double> in = SwingingBar(bar);
             if (bar == zeroClose) in[2] = 0;
-            marks += MarkOf(bar, op.Step(in));
+            const std::vector<double> out = op.Step(in);
+            if (out[7] == 0.0) continue;
+            ASSERT_LT(found, marks.size()) << fact << ", bar " << bar;
+            const auto& [expectedBar, label, turn, outer, inner] = marks[found++];
+            EXPECT_EQ(bar, expectedBar) << fact;
+            EXPECT_EQ(out[7], Label(label)) << fact << ", bar " << bar;
+            EXPECT_EQ(std::round(out[2] == U ? out[4] : out[2]), turn) << fact << ", bar " << bar;
+            EXPECT_EQ(std::round(out[1]), outer) << fact << ", bar " << bar;
+            EXPECT_EQ(std::round(out[3]), inner) << fact << ", bar " << bar;
         }
-        EXPECT_EQ(marks, "; " + expected) << fact;
+        EXPECT_EQ(found, marks.size()) << fact;
+    }
+}
+
+struct PulseCase {
+    const char* fact;
+    double high, low;
+    double turn;
+    int output;  // which shows the turn
+    const char* label;
+};
+
+const PulseCase pulseCases[] = {
+    {"a peak below 100", 16, 1, 53.7, 4, "PL"},
+    {"a peak above 100", 256, 1, 107.3, 2, "PG"},
+    {"a trough above -100", 1, 1 / 16.0, -53.7, 4, "PL"},
+    {"a trough below -100", 1, 1 / 256.0, -107.3, 2, "PG"},
+};
+
+// The close swings between 1 and 2, so that its returns of ln 2 keep a volatility of ln 2 * sqrt(80 / 81). High and low
+// are 1 but on two bars. There price runs one way by ln 16 or ln 256, the average of three bars takes a third of that,
+// and the oscillator is 40 * 4 / 3 / sqrt(80 / 81) = 53.7 or twice that on both bars, and 0 on the next.
+TEST(KasePeakOscOp, MarksAFlatTurn) {
+    for (const auto& [fact, high, low, turn, output, label] : pulseCases) {
+        OperatorDriver op("KasePeakOsc");
+        op.SetArguments("1 1 0");
+        op.Reset();
+        std::vector<std::vector<double>> outs;
+        for (int bar = 0; bar < 103; ++bar) {
+            const bool isPulse = bar >= 100 && bar < 102;
+            outs.push_back(op.Step({isPulse ? high : 1.0, isPulse ? low : 1.0, bar % 2 + 1.0}));
+        }
+        EXPECT_NEAR(outs[100][0], turn, 0.05) << fact;
+        EXPECT_EQ(outs[101][0], outs[100][0]) << fact;
+        EXPECT_EQ(outs[102][0], 0.0) << fact;
+        EXPECT_EQ(outs[101][7], 0.0) << fact << ": not yet";
+        EXPECT_EQ(outs[102][static_cast<std::size_t>(output)], outs[101][0]) << fact;
+        EXPECT_EQ(outs[102][static_cast<std::size_t>(6 - output)], U) << fact;
+        EXPECT_EQ(outs[102][7], Label(label)) << fact;
     }
 }
 
