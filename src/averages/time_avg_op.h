@@ -37,6 +37,8 @@ private:
 // an hour of the day. A missing value is skipped; a missing key is a key like any other. There are no snapshots.
 class CTimeAvgOp : public CDefZelmorOp {
 public:
+    static constexpr bool HasSnapshotZero = true;
+
     STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
         return TextOut(formula, FormatText("TimeAvg( %%s, %d, %d)", period, lookback));
     }

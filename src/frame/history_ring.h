@@ -3,6 +3,7 @@
 #include "frame/ring_window.h"
 
 #include <memory>
+#include <new>
 
 namespace sarvane {
 
@@ -11,7 +12,8 @@ namespace sarvane {
 // third ring wants to share, or when both owners write.
 //
 // Rings that share know each other by their address: a ring is never moved by copying its bytes. All rings of one
-// buffer belong to one thread. A ring that is full at 2^28 slots throws std::length_error when it is pushed.
+// buffer belong to one thread. A ring that is full at 2^28 slots throws std::length_error when it is pushed. An operation
+// that throws has changed nothing.
 template <class Element>
 class BasicHistoryRing : public RingWindow<Element> {
 public:
@@ -22,12 +24,13 @@ public:
     BasicHistoryRing& operator=(const BasicHistoryRing& source);
     ~BasicHistoryRing() { Leave(); }
 
-    // Starts over as a new ring for `elements`. The contents are lost.
-    void Reconfigure(long long elements);
+    // Starts over as a new ring for `elements`. The contents are lost. Without memory for so many it keeps its buffer, and
+    // grows from there.
+    void Reconfigure(long long elements) noexcept { StartOver(CapacityFor(elements)); }
     // Appends, and never drops an element: a window pops first. The ring grows when it is full.
     void Push(Element element);
     // A ring that shares leaves its elements to the sharer.
-    void Clear();
+    void Clear() noexcept;
 
 private:
     using Window = RingWindow<Element>;
@@ -45,6 +48,7 @@ private:
 
     BasicHistoryRing* Sharer() const { return share->owners[1 - place]; }
 
+    void StartOver(int slots) noexcept;
     void Adopt(int slots);
     void Leave();
     void Detach();
@@ -96,15 +100,21 @@ BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHisto
 }
 
 template <class Element>
-void BasicHistoryRing<Element>::Reconfigure(long long elements) {
-    Adopt(CapacityFor(elements));
+void BasicHistoryRing<Element>::Clear() noexcept {
+    if (Sharer()) return StartOver(CapacityFor(this->Size()));
     head = tail = 0;
 }
 
+// Empties the ring, in a new buffer if there is memory for it. A sharer's window is left as it is: in the common buffer,
+// this ring goes on behind the elements that it drops.
 template <class Element>
-void BasicHistoryRing<Element>::Clear() {
-    if (Sharer()) Adopt(CapacityFor(this->Size()));
-    head = tail = 0;
+void BasicHistoryRing<Element>::StartOver(int slots) noexcept {
+    try {
+        Adopt(slots);
+        head = tail = 0;
+    } catch (const std::bad_alloc&) {
+        head = tail;
+    }
 }
 
 // Takes a new buffer that nobody shares.

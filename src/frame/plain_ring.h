@@ -2,6 +2,9 @@
 
 #include "frame/ring_window.h"
 
+#include <new>
+#include <utility>
+
 namespace sarvane {
 
 // FIFO of doubles that shares nothing: a copy has a buffer of its own, so elements can be changed in place.
@@ -24,6 +27,17 @@ public:
         }
         TakeWindow(source);
         return *this;
+    }
+
+    // Starts over with capacity for `slots`. Without memory for so many it keeps its buffer, and grows from there.
+    void Reconfigure(long long slots) noexcept {
+        head = tail = 0;
+        try {
+            Cells fresh = MakeCells(PowerOfTwoFor(slots));
+            Use(fresh.get(), PowerOfTwoFor(slots));
+            cells = std::move(fresh);
+        } catch (const std::bad_alloc&) {
+        }
     }
 
     using RingWindow<double>::Newest;

@@ -2,6 +2,7 @@
 
 #include "server/com_object.h"
 
+#include <cstddef>
 #include <span>
 
 namespace sarvane {
@@ -15,6 +16,8 @@ struct ClassEntry {
     int scriptId;         // of its registration script among the module's resources
     CreateFunction create;
 };
+
+inline constexpr std::size_t ClassCount = 41;
 
 // All classes, in the order in which they are found and registered.
 std::span<const ClassEntry> ClassTable();

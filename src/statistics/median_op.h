@@ -11,6 +11,8 @@ namespace sarvane {
 // last values, at first the median alone. A second curve feeds the same window, behind the first on each bar.
 class CMedianOp : public CDefZelmorOp, private PercentileProcessor {
 public:
+    static constexpr bool HasSnapshotZero = true;
+
     CMedianOp();
     STDMETHODIMP GetFormula(TextSlot* formula, TextSlot*) override {
         return TextOut(formula, FormatText("Median( %%s, %d, %f, %f, %f, %d)", Window(), GetPercentile(0),
