@@ -44,7 +44,8 @@ private:
     ULONG count = 0;
 };
 
-// Held by every live object.
+// Held by every live object, as its first base: that goes last, after the operator's own memory is freed by code of this
+// module, which a host may unload as soon as nothing holds it.
 class ModuleLock {
 public:
     ModuleLock() { LockModule(); }
@@ -55,14 +56,13 @@ public:
 
 // The stand-alone object.
 template <class Operator>
-class CComObject final : public GuardedOperator<Operator> {
+class CComObject final : private ModuleLock, public GuardedOperator<Operator> {
 public:
     STDMETHODIMP QueryInterface(const GUID& iid, void** object) override { return QueryOperator(*this, iid, object); }
     STDMETHODIMP_(ULONG) AddRef() override { return references.Add(); }
     STDMETHODIMP_(ULONG) Release() override { return references.Release(this); }
 
 private:
-    ModuleLock lock;
     ReferenceCount references;
 };
 
@@ -81,7 +81,7 @@ private:
 
 // The aggregated form: an IUnknown for the outer object to hold.
 template <class Operator>
-class CComAggObject final : public IUnknown {
+class CComAggObject final : private ModuleLock, public IUnknown {
 public:
     explicit CComAggObject(IUnknown* outer) : contained(outer) {}
     STDMETHODIMP QueryInterface(const GUID& iid, void** object) override {
@@ -95,7 +95,6 @@ public:
     STDMETHODIMP_(ULONG) Release() override { return references.Release(this); }
 
 private:
-    ModuleLock lock;
     ReferenceCount references;
     CComContainedObject<Operator> contained;
 };

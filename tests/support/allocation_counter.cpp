@@ -12,8 +12,11 @@ std::atomic<std::size_t> frees = 0;
 thread_local std::size_t untilFailure = 0;  // allocations that are counted up to the one that fails; 0 for no failure
 thread_local bool counts = false;
 
+thread_local void (*watcherOfFrees)() = nullptr;
+
 void Free(void* memory) {
     frees += memory != nullptr;
+    if (memory && watcherOfFrees) watcherOfFrees();
     std::free(memory);
 }
 
@@ -35,6 +38,8 @@ namespace sarvane::test {
 
 std::size_t AllocationCount() { return allocations; }
 std::size_t LiveAllocations() { return allocations - frees; }
+
+void WatchFrees(void (*watcher)()) { watcherOfFrees = watcher; }
 
 FailingAllocation::FailingAllocation(std::size_t n) { untilFailure = n; }
 FailingAllocation::~FailingAllocation() { untilFailure = 0; }

@@ -8,6 +8,9 @@ namespace sarvane::test {
 std::size_t AllocationCount();
 std::size_t LiveAllocations();
 
+// Calls `watcher` ahead of every free, until it is given null.
+void WatchFrees(void (*watcher)());
+
 // Lets one allocation fail, as if memory had run out: the `n`-th one, counted from 1, of those that the calls handed to
 // `During` make. One thread at a time has one of these.
 class FailingAllocation {
