@@ -18,12 +18,12 @@ template <class Operator>
 class GuardedState : public Operator {
 public:
     // Operators read the text before they change anything, so a parameter keeps its value when that fails.
-    STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override {
+    STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) noexcept override {
         return Guarded([&] { return Operator::SetParameter(index, value, error); });
     }
 
     // A failed save leaves a slot that can't be restored, be it new or used before.
-    STDMETHODIMP SaveState(short slot) override {
+    STDMETHODIMP SaveState(short slot) noexcept override {
         if constexpr (noexcept(this->Operator::SaveState(slot))) {
             return Operator::SaveState(slot);
         } else {
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    STDMETHODIMP RestoreState(short slot) override {
+    STDMETHODIMP RestoreState(short slot) noexcept override {
         if (IsRunningState(slot)) return IsUsable() ? Operator::RestoreState(slot) : E_OUTOFMEMORY;
         if (lost.Contains(slot)) return S_FALSE;
         return Renew([&] { return Operator::RestoreState(slot); });
@@ -103,10 +103,10 @@ private:
 template <class Operator, bool TakesBars = std::is_base_of_v<IZelmorOp2, Operator>>
 class GuardedOperator : public GuardedState<Operator> {
 public:
-    STDMETHODIMP Reset(int count, const double* seed) override {
+    STDMETHODIMP Reset(int count, const double* seed) noexcept override {
         return this->Renew([&] { return Operator::Reset(count, seed); });
     }
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override {
+    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) noexcept override {
         constexpr bool NeverThrows = noexcept(this->Operator::Calculate(inCount, in, outCount, out));
         return this->TakeBar(in, out,
                              [&]() noexcept(NeverThrows) { return Operator::Calculate(inCount, in, outCount, out); });
@@ -116,11 +116,11 @@ public:
 template <class Operator>
 class GuardedOperator<Operator, true> : public GuardedState<Operator> {
 public:
-    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) override {
+    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) noexcept override {
         return this->Renew([&] { return Operator::ResetBar(mode, lastBar, count, first); });
     }
     STDMETHODIMP CalculateBar(int bar, int inputCount, const double* inputs, int outputCount,
-                              double* outputs) override {
+                              double* outputs) noexcept override {
         constexpr bool NeverThrows =
             noexcept(this->Operator::CalculateBar(bar, inputCount, inputs, outputCount, outputs));
         return this->TakeBar(inputs, outputs, [&]() noexcept(NeverThrows) {
