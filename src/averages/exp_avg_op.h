@@ -82,7 +82,7 @@ public:
         return Answer(bars, ValueOr(State::BarsToSettle(smoothing, digits), depth));
     }
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) noexcept override;
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 

@@ -57,7 +57,7 @@ public:
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, lookback); }
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
-    STDMETHODIMP SaveState(short) override { return S_OK; }
+    STDMETHODIMP SaveState(short) noexcept override { return S_OK; }
     // Any slot stands for the state before the last update.
     STDMETHODIMP RestoreState(short slot) override;
 

@@ -37,7 +37,7 @@ public:
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
     STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) override;
-    STDMETHODIMP CalculateBar(int bar, int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP CalculateBar(int bar, int inCount, const double* in, int outCount, double* out) noexcept override;
     STDMETHODIMP GetBarFlagA(uint* flag) override { return Answer(flag, 0); }
     STDMETHODIMP GetBarFlagB(uint* flag) override { return Answer(flag, 1); }
 

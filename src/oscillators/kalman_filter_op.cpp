@@ -43,7 +43,7 @@ STDMETHODIMP CKalmanFilterOp::Reset(int, const double* seed) {
 }
 
 // A gap is a bar like any other, on which the last input is measured again.
-STDMETHODIMP CKalmanFilterOp::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CKalmanFilterOp::Calculate(int, const double* in, int, double* out) noexcept {
     out[0] = out[1] = UndefinedValue;
     KalmanState& live = states.Live();
     const bool primed = !IsUndefined(live.lastInput);

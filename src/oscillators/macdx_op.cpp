@@ -39,7 +39,7 @@ STDMETHODIMP CMACDXOp::Reset(int, const double* seed) {
 }
 
 // Two averages of one ratio never part, so that no price brings them to the signal line.
-STDMETHODIMP CMACDXOp::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CMACDXOp::Calculate(int, const double* in, int, double* out) noexcept {
     out[0] = UndefinedValue;
     const double ratioGap = fastRatio - slowRatio;
     if (ratioGap >= -1e-100 && ratioGap <= 1e-100) return S_OK;

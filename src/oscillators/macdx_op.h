@@ -32,7 +32,7 @@ public:
     }
     STDMETHODIMP GetLookback(uint* bars, TextSlot*) override { return Answer(bars, depth); }
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) override;
+    STDMETHODIMP Calculate(int inCount, const double* in, int outCount, double* out) noexcept override;
     STDMETHODIMP SaveState(short slot) override { return states.Save(slot); }
     STDMETHODIMP RestoreState(short slot) override { return states.Restore(slot); }
 

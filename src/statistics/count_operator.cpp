@@ -27,7 +27,7 @@ STDMETHODIMP CCountOperator::Reset(int, const double*) {
 }
 
 // High and low stay together: without a high, both repeat the bar before.
-STDMETHODIMP CCountOperator::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CCountOperator::Calculate(int, const double* in, int, double* out) noexcept {
     std::fill_n(out, 4, UndefinedValue);
     CountState& live = states.Live();
     if (!IsUndefined(in[High])) {

@@ -24,7 +24,7 @@ STDMETHODIMP CSampleOp::Reset(int, const double*) {
 }
 
 // A missing value stops the clock, but its trigger is still what the next one has to rise above.
-STDMETHODIMP CSampleOp::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CSampleOp::Calculate(int, const double* in, int, double* out) noexcept {
     SampleState& live = states.Live();
     out[0] = IsUndefined(in[Curve]) ? UndefinedValue : Sample(live, in[Curve], in[Trigger]);
     live.previousTrigger = in[Trigger];
