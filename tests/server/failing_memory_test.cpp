@@ -165,9 +165,7 @@ private:
         EXPECT_EQ(TakeBar(0, in, out.data()), E_OUTOFMEMORY);
     }
 
-    HRESULT StartRun() {
-        return bars ? bars->ResetBar(0, 0, inputs, seed.data()) : op->Reset(inputs, seed.data());
-    }
+    HRESULT StartRun() { return bars ? bars->ResetBar(0, 0, inputs, seed.data()) : op->Reset(inputs, seed.data()); }
     HRESULT TakeBar(int bar, const std::vector<double>& in, double* out) {
         return bars ? bars->CalculateBar(bar, inputs, in.data(), twin.OutputCount(), out)
                     : op->Calculate(inputs, in.data(), twin.OutputCount(), out);
