@@ -13,7 +13,8 @@ endif()
 install(DIRECTORY include/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)  # in the place of one of these
   install(DIRECTORY src/platform/windows/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-  install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelmorop.tlb DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelmorop.tlb ${interface_files}/zelmorop.idl
+                ${interface_files}/zelmorop.h DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 install(FILES LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})

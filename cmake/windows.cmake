@@ -36,6 +36,20 @@ endfunction()
 add_type_library(zelmorop)
 add_type_library(sarvane ${resources}/coclasses.idl ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelmorop.tlb)
 
+# The interfaces for other languages: their description, and a header for C made from it. Outside this build the system's
+# own files stand for what they rest on.
+set(interface_files ${CMAKE_BINARY_DIR}/interfaces)
+file(MAKE_DIRECTORY ${interface_files})
+add_custom_command(
+  OUTPUT ${interface_files}/zelmorop.idl ${interface_files}/zelmorop.h
+  COMMAND ${CMAKE_COMMAND} -E copy ${resource_sources}/operator.idl ${interface_files}/zelmorop.idl
+  COMMAND sed -i "s/platform.idl/unknwn.idl/" ${interface_files}/zelmorop.idl
+  COMMAND ${WIDL} --win64 -h -o ${interface_files}/zelmorop.h ${resource_sources}/operator.idl
+  COMMAND sed -i "s/<platform.h>/<unknwn.h>/" ${interface_files}/zelmorop.h
+  DEPENDS ${resource_sources}/operator.idl ${resource_sources}/platform.idl
+  VERBATIM)
+add_custom_target(interface_files ALL DEPENDS ${interface_files}/zelmorop.idl ${interface_files}/zelmorop.h)
+
 add_custom_command(
   OUTPUT ${resources}/sarvane.o
   COMMAND ${CMAKE_RC_COMPILER} -I ${resources} -I ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${resource_sources}/sarvane.rc

@@ -53,7 +53,8 @@ inline constexpr GUID IID_IClassFactory = {0x00000001, 0x0000, 0x0000, {0xC0, 0,
 // Lifetime and discovery, common to all objects. An object that a call hands out carries one reference for the caller,
 // who gives it back with `Release`.
 struct IUnknown {
-    // Puts the object's `iid` interface into `object`, or null and E_NOINTERFACE if it offers none.
+    // Puts the object's `iid` interface into `object`, or null and E_NOINTERFACE if it offers none. Other errors:
+    // E_POINTER for a null `object`, E_INVALIDARG for a caller in another language that hands over no `iid`.
     virtual HRESULT STDMETHODCALLTYPE QueryInterface(const GUID& iid, void** object) = 0;
     // Both return the new reference count, for diagnosis only.
     virtual ULONG STDMETHODCALLTYPE AddRef() = 0;
@@ -62,22 +63,24 @@ struct IUnknown {
 
 struct IClassFactory : IUnknown {
     // Makes an object of the factory's class. With an `outer` object it is aggregated, and `iid` must be IID_IUnknown.
-    // Errors: E_POINTER, CLASS_E_NOAGGREGATION, E_OUTOFMEMORY, E_NOINTERFACE.
+    // Errors: E_POINTER, E_INVALIDARG, CLASS_E_NOAGGREGATION, E_OUTOFMEMORY, E_NOINTERFACE.
     virtual HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, const GUID& iid, void** object) = 0;
     // Keeps the module loaded while locked. Locks count.
     virtual HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) = 0;
 };
 
+// None of these functions lets an exception out: when memory runs out, they answer E_OUTOFMEMORY.
 extern "C" {
 
-// Gives the `iid` interface of the factory of class `classId`. Errors: E_POINTER, CLASS_E_CLASSNOTAVAILABLE,
-// E_NOINTERFACE, E_UNEXPECTED before the module is initialised.
+// Gives the `iid` interface of the factory of class `classId`. Errors: E_POINTER, E_INVALIDARG for a missing id,
+// CLASS_E_CLASSNOTAVAILABLE, E_NOINTERFACE, E_OUTOFMEMORY, E_UNEXPECTED before the module is initialised.
 SARVANE_EXPORT HRESULT DllGetClassObject(const GUID& classId, const GUID& iid, void** object);
 
 // S_OK when no object and no lock is left, else S_FALSE.
 SARVANE_EXPORT HRESULT DllCanUnloadNow();
 
-// Enter all classes into the registry and take them out again.
+// Enter all classes into the registry and take them out again. After a failure some classes may be entered and others
+// not; both can be called again.
 SARVANE_EXPORT HRESULT DllRegisterServer();
 SARVANE_EXPORT HRESULT DllUnregisterServer();
 

@@ -1,10 +1,20 @@
 #pragma once
 
-// The two interfaces of an operator. All methods return a status, 0 for success. One thread at a time calls an object.
+// The two interfaces of an operator. All methods return a status, 0 for success, and none lets an exception out. One
+// thread at a time calls an object.
+//
+// E_OUTOFMEMORY means that there is too little memory, or that a parameter asks for a window longer than any can be; what
+// the outputs hold is then undefined. It has the following consequences:
+// - SetParameter: the parameter keeps its old value.
+// - Reset, Calculate, RestoreState, ResetBar, CalculateBar: the running state is lost. Every further bar, and every
+//   SaveState, answers E_OUTOFMEMORY until a new run is started or a snapshot restored; the object is then as good as
+//   new. Snapshots are not affected.
+// - SaveState: the slot can't be restored until it is saved again. The running state goes on.
+// - All other methods: nothing has changed.
 //
 // Texts are NUL-terminated and 16 bits wide. A text that a call hands out is the caller's, who frees it with
 // CoTaskMemFree; a text that is handed in is read during the call only, and null reads as the empty text. A null out
-// slot gives E_POINTER. `error` may be null, as may `seed`.
+// slot, and a null array of inputs or outputs, gives E_POINTER. `error` may be null, as may `seed`.
 
 #include "sarvane/component.h"
 #include "sarvane/identifier.h"
@@ -69,7 +79,7 @@ struct IZelmorOp : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE Calculate(int inCount, const double* in, int outCount, double* out) = 0;
 
     // Copy the running state to snapshot `slot` and back. Slot 0 is the running state itself. Status 1 for a slot
-    // that does not exist, with nothing changed. Parameters are not part of a snapshot.
+    // that does not exist or that could not be saved, with nothing changed. Parameters are not part of a snapshot.
     virtual HRESULT STDMETHODCALLTYPE SaveState(short slot) = 0;
     virtual HRESULT STDMETHODCALLTYPE RestoreState(short slot) = 0;
 };

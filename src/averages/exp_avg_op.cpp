@@ -98,7 +98,7 @@ STDMETHODIMP CDefExpAvgOp<State>::Reset(int count, const double* seed) {
 }
 
 template <class State>
-STDMETHODIMP CDefExpAvgOp<State>::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CDefExpAvgOp<State>::Calculate(int, const double* in, int, double* out) noexcept {
     State& live = states.Live();
     if (IsUndefined(smoothing)) live.SetFactors(in[Smoothing]);
     out[0] = live.Advance(in[Curve]) ? RoundToSignificant(live.stages.back().average, digits) : UndefinedValue;

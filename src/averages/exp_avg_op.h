@@ -85,7 +85,7 @@ class CDefExpAvgOp : public Described<CDefExpAvgOp<State>> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) noexcept override;
 
 private:
     int digits = 6;  // significant digits of the output

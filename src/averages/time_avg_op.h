@@ -53,11 +53,13 @@ class CTimeAvgOp : public Described<CTimeAvgOp> {
     int Lookback() const { return lookback; }
 
 public:
+    static constexpr bool HasSnapshotZero = true;
+
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
     // Does nothing, with status 0: the last value can be taken back without it.
-    STDMETHODIMP SaveState(short) override { return S_OK; }
+    STDMETHODIMP SaveState(short) noexcept override { return S_OK; }
     // Takes back the last value, whatever the slot.
     STDMETHODIMP RestoreState(short slot) override;
 

@@ -40,7 +40,7 @@ STDMETHODIMP CTrixOp::Reset(int count, const double* seed) {
     return S_OK;
 }
 
-STDMETHODIMP CTrixOp::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CTrixOp::Calculate(int, const double* in, int, double* out) noexcept {
     TrixState& live = states.Live();
     out[0] = UndefinedValue;
     ++live.barCount;

@@ -38,7 +38,7 @@ class CTrixOp : public Described<CTrixOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) noexcept override;
 
 private:
     bool IsBound() const { return period < 1; }

@@ -46,7 +46,7 @@ STDMETHODIMP CBarOp<Rule>::ResetBar(int mode, int lastBar, int count, const doub
 }
 
 template <class Rule>
-STDMETHODIMP CBarOp<Rule>::CalculateBar(int, int, const double* in, int, double* out) {
+STDMETHODIMP CBarOp<Rule>::CalculateBar(int, int, const double* in, int, double* out) noexcept {
     std::fill_n(out, 4, UndefinedValue);
     BarRecord& live = states.Live();
     BarInputs used = WithGapsFilled(holdPrevious ? live.inputs : NoInputs, in);

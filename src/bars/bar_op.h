@@ -90,7 +90,7 @@ class CBarOp : public Described<CBarOp<Rule>, CDefZelmorOp2> {
 
 public:
     STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* seed) override;
-    STDMETHODIMP CalculateBar(int bar, int inputCount, const double* in, int outputCount, double* out) override;
+    STDMETHODIMP CalculateBar(int bar, int inputCount, const double* in, int outputCount, double* out) noexcept override;
     STDMETHODIMP GetBarFlagA(uint* flag) override { return Answer(flag, 0); }
     STDMETHODIMP GetBarFlagB(uint* flag) override { return Answer(flag, 1); }
 

@@ -32,7 +32,7 @@ STDMETHODIMP CTDREIOp::SetParameter(short index, const char16_t* value, TextSlot
     case Period:
         period = PositiveOrUnset(number);
         if (IsUnset(period)) break;
-        live.numerators = PlainRing(period + 3LL);
+        live.numerators.Reconfigure(period + 3LL);
         live.denominators.Reconfigure(period + 1LL);
         break;
     case Inclusive: inclusive = number; break;

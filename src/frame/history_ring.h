@@ -3,6 +3,7 @@
 #include "frame/ring_window.h"
 
 #include <memory>
+#include <new>
 
 namespace sarvane {
 
@@ -15,6 +16,7 @@ namespace sarvane {
 //
 // Rings that share a buffer hold each other's address, so a ring can't be moved by copying its bytes. All rings of one
 // buffer belong to one thread. Pushing a ring whose 2^28 slots are used up throws std::length_error.
+// An operation that throws has changed nothing.
 template <class Element>
 class BasicHistoryRing : public RingWindow<Element> {
 public:
@@ -25,12 +27,13 @@ public:
     BasicHistoryRing& operator=(const BasicHistoryRing& source);
     ~BasicHistoryRing() { LeaveBuffer(); }
 
-    // Makes this an empty ring for `elements`, with a buffer of its own.
-    void Reconfigure(long long elements);
+    // Makes this an empty ring for `elements`, with a buffer of its own. Without memory for so many it keeps its buffer, and
+    // grows from there.
+    void Reconfigure(long long elements) noexcept { StartOver(CapacityFor(elements)); }
     // Appends an element. None is dropped: a ring that is full grows. For a window of fixed length see PushWithin.
     void Push(Element element);
     // Removes all elements. A ring that shares its buffer takes a new one, so that the other ring keeps its window.
-    void Clear();
+    void Clear() noexcept;
 
 private:
     using Window = RingWindow<Element>;
@@ -50,6 +53,7 @@ private:
     // The other ring that uses this buffer, or null.
     BasicHistoryRing* Sharer() const { return share->owners[1 - place]; }
 
+    void StartOver(int slots) noexcept;
     void UseNewBuffer(int slots);
     void LeaveBuffer();
     void Detach();
@@ -101,15 +105,21 @@ BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHisto
 }
 
 template <class Element>
-void BasicHistoryRing<Element>::Reconfigure(long long elements) {
-    UseNewBuffer(CapacityFor(elements));
+void BasicHistoryRing<Element>::Clear() noexcept {
+    if (Sharer()) return StartOver(CapacityFor(this->Size()));
     head = tail = 0;
 }
 
+// Empties the ring, in a new buffer if there is memory for it. A sharer's window is left as it is: in the common buffer,
+// this ring goes on behind the elements that it drops.
 template <class Element>
-void BasicHistoryRing<Element>::Clear() {
-    if (Sharer()) UseNewBuffer(CapacityFor(this->Size()));
-    head = tail = 0;
+void BasicHistoryRing<Element>::StartOver(int slots) noexcept {
+    try {
+        UseNewBuffer(slots);
+        head = tail = 0;
+    } catch (const std::bad_alloc&) {
+        head = tail;
+    }
 }
 
 // Leaves the present buffer for a new one that this ring has to itself. `head` and `tail` stay.

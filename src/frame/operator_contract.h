@@ -97,6 +97,7 @@ protected:
         return S_OK;
     }
     static HRESULT AnswerUndefined(int count, double* out) {
+        if (count > 0 && !out) return E_POINTER;
         for (int i = 0; i < count; ++i) out[i] = UndefinedValue;
         return S_OK;
     }

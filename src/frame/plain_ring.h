@@ -2,6 +2,9 @@
 
 #include "frame/ring_window.h"
 
+#include <new>
+#include <utility>
+
 namespace sarvane {
 
 // FIFO of doubles whose newest element can be changed. Each ring has a buffer of its own, so a change doesn't show in
@@ -25,6 +28,17 @@ public:
         }
         CopyFrom(source);
         return *this;
+    }
+
+    // Starts over with capacity for `slots`. Without memory for so many it keeps its buffer, and grows from there.
+    void Reconfigure(long long slots) noexcept {
+        head = tail = 0;
+        try {
+            Cells fresh = MakeCells(PowerOfTwoFor(slots));
+            Use(fresh.get(), PowerOfTwoFor(slots));
+            cells = std::move(fresh);
+        } catch (const std::bad_alloc&) {
+        }
     }
 
     using RingWindow<double>::Newest;

@@ -46,9 +46,9 @@ public:
 
     // Replaces all records by `count` new ones, the live one included.
     void StartOver(std::size_t count) {
-        snapshots.clear();
+        std::deque<State> fresh(count - 1);
         live = State();
-        snapshots.resize(count - 1);
+        snapshots.swap(fresh);  // not before all else has succeeded
     }
 
 private:

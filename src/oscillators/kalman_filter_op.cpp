@@ -46,7 +46,7 @@ STDMETHODIMP CKalmanFilterOp::Reset(int, const double* seed) {
 }
 
 // A missing input is replaced by the last one, and the bar is filtered like any other.
-STDMETHODIMP CKalmanFilterOp::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CKalmanFilterOp::Calculate(int, const double* in, int, double* out) noexcept {
     out[0] = out[1] = UndefinedValue;
     KalmanState& live = states.Live();
     const bool started = !IsUndefined(live.lastInput);

@@ -38,7 +38,7 @@ class CKalmanFilterOp : public Described<CKalmanFilterOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) noexcept override;
 
 private:
     int depth = DefaultHistoryDepth;

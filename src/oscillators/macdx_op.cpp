@@ -40,7 +40,7 @@ STDMETHODIMP CMACDXOp::Reset(int, const double* seed) {
 }
 
 // With equal ratios the two averages are always equal, and no price moves their difference.
-STDMETHODIMP CMACDXOp::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CMACDXOp::Calculate(int, const double* in, int, double* out) noexcept {
     out[0] = UndefinedValue;
     const double ratioGap = fastRatio - slowRatio;
     if (ratioGap >= -1e-100 && ratioGap <= 1e-100) return S_OK;

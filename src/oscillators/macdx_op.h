@@ -33,7 +33,7 @@ class CMACDXOp : public Described<CMACDXOp> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) noexcept override;
 
 private:
     double CrossingPrice(MACDXState& live, double value) const;

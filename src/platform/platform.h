@@ -17,6 +17,16 @@ HRESULT WriteRegistryValue(std::u16string_view key, std::u16string_view name, st
 HRESULT RemoveRegistryValue(std::u16string_view key, std::u16string_view name);
 HRESULT RemoveRegistryKey(std::u16string_view key);
 
+// While it lives, other threads find the registry as it was before or as it will be after, where the platform can do
+// that.
+class RegistryTransaction {
+public:
+    RegistryTransaction();
+    RegistryTransaction(const RegistryTransaction&) = delete;
+    RegistryTransaction& operator=(const RegistryTransaction&) = delete;
+    ~RegistryTransaction();
+};
+
 // Enters the module's type library.
 HRESULT RegisterTypeLibrary();
 

@@ -2,6 +2,7 @@
 
 #include "platform/platform.h"
 
+#include "platform/guarded_call.h"
 #include "platform/task_text.h"
 #include "sarvane/class_ids.h"
 #include "sarvane/registry.h"
@@ -13,6 +14,7 @@
 #include <locale.h>
 #include <map>
 #include <memory>
+#include <mutex>
 
 namespace sarvane {
 namespace {
@@ -25,6 +27,12 @@ struct RegistryKey {
 RegistryKey& Root() {
     static RegistryKey root;
     return root;
+}
+
+// Held by whoever reads or changes the registry, and by a transaction over all of its changes.
+std::recursive_mutex& Access() {
+    static std::recursive_mutex access;
+    return access;
 }
 
 // Calls `step` with each name of a path in turn until that gives no key to go on from.
@@ -56,22 +64,29 @@ RegistryKey& FindOrCreate(std::u16string_view path) {
 
 }  // namespace
 
+RegistryTransaction::RegistryTransaction() { Access().lock(); }
+RegistryTransaction::~RegistryTransaction() { Access().unlock(); }
+
 HRESULT CreateRegistryKey(std::u16string_view key) {
+    const RegistryTransaction transaction;
     FindOrCreate(key);
     return S_OK;
 }
 
 HRESULT WriteRegistryValue(std::u16string_view key, std::u16string_view name, std::u16string_view text) {
+    const RegistryTransaction transaction;
     FindOrCreate(key).values[std::u16string(name)] = text;
     return S_OK;
 }
 
 HRESULT RemoveRegistryValue(std::u16string_view key, std::u16string_view name) {
+    const RegistryTransaction transaction;
     if (RegistryKey* const found = Find(key)) found->values.erase(std::u16string(name));
     return S_OK;
 }
 
 HRESULT RemoveRegistryKey(std::u16string_view key) {
+    const RegistryTransaction transaction;
     const std::size_t cut = key.rfind(u'\\');
     const bool nested = cut != std::u16string_view::npos;
     RegistryKey* const parent = Find(nested ? key.substr(0, cut) : std::u16string_view());
@@ -104,19 +119,25 @@ void CoTaskMemFree(void* memory) { std::free(memory); }
 HRESULT SarvaneReadRegistryValue(const char16_t* key, const char16_t* name, char16_t** text) {
     if (!text) return E_POINTER;
     *text = nullptr;
-    if (const RegistryKey* const found = Find(TextOrEmpty(key))) {
-        const auto value = found->values.find(TextOrEmpty(name));
-        if (value != found->values.end()) return TextOut(text, value->second);
-    }
-    return E_FILENOTFOUND;
+    return Guarded([&] {
+        const RegistryTransaction transaction;
+        if (const RegistryKey* const found = Find(TextOrEmpty(key))) {
+            const auto value = found->values.find(TextOrEmpty(name));
+            if (value != found->values.end()) return TextOut(text, value->second);
+        }
+        return E_FILENOTFOUND;
+    });
 }
 
 HRESULT SarvaneReadRegistryKey(const char16_t* key, std::uint32_t index, char16_t** name) {
     if (!name) return E_POINTER;
     *name = nullptr;
-    const RegistryKey* const found = Find(TextOrEmpty(key));
-    if (!found || index >= found->subkeys.size()) return E_FILENOTFOUND;
-    return TextOut(name, std::next(found->subkeys.begin(), index)->first);
+    return Guarded([&] {
+        const RegistryTransaction transaction;
+        const RegistryKey* const found = Find(TextOrEmpty(key));
+        if (!found || index >= found->subkeys.size()) return E_FILENOTFOUND;
+        return TextOut(name, std::next(found->subkeys.begin(), index)->first);
+    });
 }
 }
 

@@ -70,6 +70,10 @@ HRESULT RemoveRegistryKey(std::u16string_view key) {
     return RemovalStatus(RegDeleteTreeW(HKEY_CLASSES_ROOT, Wide(key).c_str()));
 }
 
+// Each call reaches the system's registry by itself.
+RegistryTransaction::RegistryTransaction() = default;
+RegistryTransaction::~RegistryTransaction() = default;
+
 // The module's first resource of that kind.
 HRESULT RegisterTypeLibrary() {
     std::wstring path = Wide(ModulePath());

@@ -5,6 +5,7 @@ namespace sarvane {
 STDMETHODIMP CComClassFactory::QueryInterface(const GUID& iid, void** object) {
     if (!object) return E_POINTER;
     *object = nullptr;
+    if (IsNull(iid)) return E_INVALIDARG;
     if (iid == IID_IUnknown || iid == IID_IClassFactory) *object = static_cast<IClassFactory*>(this);
     if (iid == IID_IZelmorClassInfo) *object = static_cast<IZelmorClassInfo*>(this);
     if (!*object) return E_NOINTERFACE;
@@ -15,6 +16,7 @@ STDMETHODIMP CComClassFactory::QueryInterface(const GUID& iid, void** object) {
 STDMETHODIMP CComClassFactory::CreateInstance(IUnknown* outer, const GUID& iid, void** object) {
     if (!object) return E_POINTER;
     *object = nullptr;
+    if (IsNull(iid)) return E_INVALIDARG;
     if (outer && iid != IID_IUnknown) return CLASS_E_NOAGGREGATION;
     return entry.create(outer, iid, object);
 }

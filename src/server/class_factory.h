@@ -39,21 +39,20 @@ private:
     const ClassEntry& entry;
 };
 
-// A factory that the class table keeps. The reference of its cache doesn't keep the module loaded, those of hosts do.
-// Hosts on several threads share it.
+// A factory that is made once and kept. Hosts on several threads share it. Each reference of a host keeps the module
+// loaded, from before it counts until after it is gone; the reference of the cache doesn't.
 template <class Factory>
 class CComObjectCached final : public Factory {
 public:
     using Factory::Factory;
     STDMETHODIMP_(ULONG) AddRef() override {
-        const ULONG count = ++references;
-        if (count == 2) LockModule();
-        return count;
+        LockModule();
+        return ++references;
     }
     STDMETHODIMP_(ULONG) Release() override {
-        const ULONG count = --references;
-        if (count == 1) UnlockModule();
-        return count;
+        const ULONG left = --references;
+        UnlockModule();
+        return left;
     }
 
 private:

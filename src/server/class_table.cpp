@@ -118,7 +118,7 @@ constexpr bool IsConsistent() {
             if (&a != &b && clash) return false;
         }
     }
-    return std::size(Table) == 41;
+    return std::size(Table) == ClassCount;
 }
 static_assert(IsConsistent(), "every class has an id, a name, a keyword and a script id of its own");
 

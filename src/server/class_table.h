@@ -3,6 +3,7 @@
 #include "frame/description.h"
 #include "server/com_object.h"
 
+#include <cstddef>
 #include <span>
 
 namespace sarvane {
@@ -17,6 +18,8 @@ struct ClassEntry {
     CreateFunction create;
     const Description* about;
 };
+
+inline constexpr std::size_t ClassCount = 41;
 
 // All classes, in the order in which they are found and registered.
 std::span<const ClassEntry> ClassTable();

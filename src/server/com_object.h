@@ -2,11 +2,13 @@
 
 // The forms in which an operator class becomes an object: each has the operator's body and an IUnknown of its own.
 
+#include "platform/guarded_call.h"
 #include "sarvane/operator.h"
+#include "server/guarded_operator.h"
 #include "server/module.h"
+#include "server/null_id.h"
 
 #include <memory>
-#include <new>
 #include <type_traits>
 
 namespace sarvane {
@@ -16,6 +18,7 @@ template <class Operator>
 HRESULT QueryOperator(Operator& op, const GUID& iid, void** object) {
     if (!object) return E_POINTER;
     *object = nullptr;
+    if (IsNull(iid)) return E_INVALIDARG;
     if (iid == IID_IUnknown || iid == IID_IZelmorOp) *object = static_cast<IZelmorOp*>(&op);
     if constexpr (std::is_base_of_v<IZelmorOp2, Operator>) {
         if (iid == IID_IZelmorOp2) *object = static_cast<IZelmorOp2*>(&op);
@@ -41,7 +44,8 @@ private:
     ULONG count = 0;
 };
 
-// Held by every live object.
+// Held by every live object, as its first base: that goes last, after the operator's own memory is freed by code of this
+// module, which a host may unload as soon as nothing holds it.
 class ModuleLock {
 public:
     ModuleLock() { LockModule(); }
@@ -52,20 +56,19 @@ public:
 
 // The stand-alone object.
 template <class Operator>
-class CComObject final : public Operator {
+class CComObject final : private ModuleLock, public GuardedOperator<Operator> {
 public:
     STDMETHODIMP QueryInterface(const GUID& iid, void** object) override { return QueryOperator(*this, iid, object); }
     STDMETHODIMP_(ULONG) AddRef() override { return references.Add(); }
     STDMETHODIMP_(ULONG) Release() override { return references.Release(this); }
 
 private:
-    ModuleLock lock;
     ReferenceCount references;
 };
 
 // The operator's body inside an aggregate: whoever holds one of its interfaces counts on the outer object.
 template <class Operator>
-class CComContainedObject final : public Operator {
+class CComContainedObject final : public GuardedOperator<Operator> {
 public:
     explicit CComContainedObject(IUnknown* outerObject) : outer(outerObject) {}
     STDMETHODIMP QueryInterface(const GUID& iid, void** object) override { return outer->QueryInterface(iid, object); }
@@ -78,11 +81,11 @@ private:
 
 // The aggregated form: an IUnknown for the outer object to hold.
 template <class Operator>
-class CComAggObject final : public IUnknown {
+class CComAggObject final : private ModuleLock, public IUnknown {
 public:
     explicit CComAggObject(IUnknown* outer) : contained(outer) {}
     STDMETHODIMP QueryInterface(const GUID& iid, void** object) override {
-        if (iid != IID_IUnknown) return QueryOperator(contained, iid, object);
+        if (IsNull(iid) || iid != IID_IUnknown) return QueryOperator(contained, iid, object);
         if (!object) return E_POINTER;
         *object = static_cast<IUnknown*>(this);
         AddRef();
@@ -92,7 +95,6 @@ public:
     STDMETHODIMP_(ULONG) Release() override { return references.Release(this); }
 
 private:
-    ModuleLock lock;
     ReferenceCount references;
     CComContainedObject<Operator> contained;
 };
@@ -100,14 +102,12 @@ private:
 // Makes an object of a form and queries it; one that does not offer the interface goes again.
 template <class Form, class... Outer>
 HRESULT CreateForm(const GUID& iid, void** object, Outer... outer) {
-    try {
+    return Guarded([&] {
         auto form = std::make_unique<Form>(outer...);
         const HRESULT status = form->QueryInterface(iid, object);
         if (SUCCEEDED(status)) form.release();
         return status;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    });
 }
 
 // Creation functions of a class, with and without an aggregated form. Both give an object with default parameters.

@@ -1,14 +1,14 @@
 // The functions by which the module is reached.
 
+#include "platform/guarded_call.h"
 #include "platform/platform.h"
 #include "server/class_factory.h"
 #include "server/class_table.h"
 #include "server/registration.h"
 
+#include <array>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <vector>
 
 namespace sarvane {
 namespace {
@@ -18,7 +18,7 @@ using CachedFactory = CComObjectCached<CComClassFactory>;
 // The factories made so far. They stay until the module goes.
 class FactoryCache {
 public:
-    FactoryCache() : factories(ClassTable().size()) { initialised = true; }
+    FactoryCache() { initialised = true; }
     ~FactoryCache() { initialised = false; }
 
     // False while the module's statics are not set up, and after they are gone.
@@ -33,13 +33,14 @@ public:
 
 private:
     std::mutex creation;
-    std::vector<std::unique_ptr<CachedFactory>> factories;
+    std::array<std::unique_ptr<CachedFactory>, ClassCount> factories;  // in the order of the class table
 };
 
 FactoryCache cache;
 
 // Runs the scripts of all classes in their order until one fails.
 HRESULT RunAllScripts(Direction direction) {
+    const RegistryTransaction transaction;
     const std::u16string modulePath = ModulePath();
     for (const ClassEntry& entry : ClassTable()) {
         const HRESULT status = RunScript(RegistrationScript(entry), modulePath, direction);
@@ -56,23 +57,30 @@ HRESULT DllGetClassObject(const GUID& classId, const GUID& iid, void** object) {
     if (!object) return E_POINTER;
     *object = nullptr;
     if (!FactoryCache::initialised) return E_UNEXPECTED;
-    for (std::size_t i = 0; i < ClassTable().size(); ++i) {
-        if (ClassTable()[i].id == classId) return cache.FactoryOf(i).QueryInterface(iid, object);
-    }
-    return CLASS_E_CLASSNOTAVAILABLE;
+    if (IsNull(classId) || IsNull(iid)) return E_INVALIDARG;
+    return Guarded([&] {
+        for (std::size_t i = 0; i < ClassCount; ++i) {
+            if (ClassTable()[i].id == classId) return cache.FactoryOf(i).QueryInterface(iid, object);
+        }
+        return CLASS_E_CLASSNOTAVAILABLE;
+    });
 }
 
 HRESULT DllCanUnloadNow() { return IsModuleLocked() ? S_FALSE : S_OK; }
 
 HRESULT DllRegisterServer() {
-    const HRESULT status = RunAllScripts(Direction::Register);
-    return FAILED(status) ? status : RegisterTypeLibrary();
+    return Guarded([] {
+        const HRESULT status = RunAllScripts(Direction::Register);
+        return FAILED(status) ? status : RegisterTypeLibrary();
+    });
 }
 
 // Removes what can be removed; the type library stays.
 HRESULT DllUnregisterServer() {
-    RunAllScripts(Direction::Remove);
-    return S_OK;
+    return Guarded([] {
+        RunAllScripts(Direction::Remove);
+        return S_OK;
+    });
 }
 }
 

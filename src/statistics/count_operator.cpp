@@ -27,7 +27,7 @@ STDMETHODIMP CCountOperator::Reset(int, const double*) {
 }
 
 // Without a high, both high and low repeat the previous bar. A low that is missing beside a high stays missing.
-STDMETHODIMP CCountOperator::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CCountOperator::Calculate(int, const double* in, int, double* out) noexcept {
     std::fill_n(out, 4, UndefinedValue);
     CountState& live = states.Live();
     if (!IsUndefined(in[High])) {

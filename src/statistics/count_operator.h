@@ -43,7 +43,7 @@ class CCountOperator : public Described<CCountOperator> {
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP Reset(int count, const double* seed) override;
-    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
+    STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) noexcept override;
 
 private:
     double LabelOf(ConditionCount& condition, int curve, double value) const;

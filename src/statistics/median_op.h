@@ -43,6 +43,8 @@ class CMedianOp : public Described<CMedianOp>, private PercentileProcessor {
     int Lookback() const { return Window(); }
 
 public:
+    static constexpr bool HasSnapshotZero = true;
+
     CMedianOp();
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
     STDMETHODIMP GetOutputName(short output, TextSlot* name, TextSlot* error) override;

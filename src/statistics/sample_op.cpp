@@ -25,7 +25,7 @@ STDMETHODIMP CSampleOp::Reset(int, const double*) {
 
 // A bar with a missing value is not counted and does not fire, but its trigger is the one that the next bar's is
 // compared with.
-STDMETHODIMP CSampleOp::Calculate(int, const double* in, int, double* out) {
+STDMETHODIMP CSampleOp::Calculate(int, const double* in, int, double* out) noexcept {
     SampleState& live = states.Live();
     out[0] = IsUndefined(in[Curve]) ? UndefinedValue : Sample(live, in[Curve], in[Trigger]);
     live.previousTrigger = in[Trigger];

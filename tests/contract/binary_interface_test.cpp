@@ -76,5 +76,24 @@ TEST(BinaryInterface, BarMethodsStandInTheirPlaces) {
     EXPECT_EQ(std::vector<double>(untouched, untouched + 5), (std::vector<double>{U, U, U, 7, 7}));
 }
 
+// A caller in another language can hand over null for an identifier.
+TEST(BinaryInterface, MissingIdsAreRefused) {
+    const GUID* const none = nullptr;
+    const GUID id = ClassIdOf("Sim");
+    void* object = &object;
+    const auto getClassObject =
+        reinterpret_cast<HRESULT (*)(const GUID*, const GUID*, void**)>(reinterpret_cast<void*>(&DllGetClassObject));
+    EXPECT_EQ(getClassObject(none, &IID_IUnknown, &object), E_INVALIDARG);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(getClassObject(&id, none, &object), E_INVALIDARG);
+
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(DllGetClassObject(id, IID_IClassFactory, factory.Slot()), S_OK);
+    EXPECT_EQ(CallPlace(factory.Get(), 0, none, &object), E_INVALIDARG);
+    EXPECT_EQ(CallPlace(factory.Get(), 3, static_cast<IUnknown*>(nullptr), none, &object), E_INVALIDARG);
+    const OperatorDriver driver("Sim");
+    EXPECT_EQ(CallPlace(driver.operator->(), 0, none, &object), E_INVALIDARG);
+}
+
 }  // namespace
 }  // namespace sarvane::test

@@ -1,4 +1,5 @@
 #include "sarvane/class_ids.h"
+#include "support/allocation_counter.h"
 #include "support/operator_driver.h"
 
 #include <gtest/gtest.h>
@@ -88,6 +89,25 @@ TEST(Object, LivesUntilItsLastReference) {
         EXPECT_EQ(DllCanUnloadNow(), S_FALSE);
     }
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+// A host unloads the module as soon as nothing holds it, so an object has to free all of its parts before. Its own memory
+// comes last.
+TEST(Object, KeepsTheModuleLoadedUntilItsPartsAreFreed) {
+    static int freesWithoutLock = 0;
+    const ComPtr<IClassFactory> factory = FactoryOf(ClassId::StochXOp);
+    for (const bool aggregated : {false, true}) {
+        Outer outer;
+        void* object = nullptr;
+        ASSERT_EQ(factory->CreateInstance(aggregated ? &outer : nullptr, IID_IUnknown, &object), S_OK);
+        freesWithoutLock = 0;
+        factory->Release();
+        WatchFrees([] { freesWithoutLock += DllCanUnloadNow() == S_OK; });
+        static_cast<IUnknown*>(object)->Release();
+        WatchFrees(nullptr);
+        factory->AddRef();
+        EXPECT_EQ(freesWithoutLock, 1) << aggregated;
+    }
 }
 
 TEST(Object, HasTheSecondInterfaceWhereItTakesBars) {

@@ -7,15 +7,45 @@
 namespace {
 
 std::atomic<std::size_t> allocations = 0;
+std::atomic<std::size_t> frees = 0;
+
+thread_local std::size_t untilFailure = 0;  // allocations that are counted up to the one that fails; 0 for no failure
+thread_local bool counts = false;
+
+thread_local void (*watcherOfFrees)() = nullptr;
+
+void Free(void* memory) {
+    frees += memory != nullptr;
+    if (memory && watcherOfFrees) watcherOfFrees();
+    std::free(memory);
+}
 
 }  // namespace
 
 void* operator new(std::size_t bytes) {
-    ++allocations;
-    if (void* const memory = std::malloc(bytes ? bytes : 1)) return memory;
+    if (!sarvane::test::IsAllocationToFail()) {
+        if (void* const memory = std::malloc(bytes ? bytes : 1)) {
+            ++allocations;
+            return memory;
+        }
+    }
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { Free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { Free(memory); }
 
-std::size_t sarvane::test::AllocationCount() { return allocations; }
+namespace sarvane::test {
+
+std::size_t AllocationCount() { return allocations; }
+std::size_t LiveAllocations() { return allocations - frees; }
+
+void WatchFrees(void (*watcher)()) { watcherOfFrees = watcher; }
+
+FailingAllocation::FailingAllocation(std::size_t n) { untilFailure = n; }
+FailingAllocation::~FailingAllocation() { untilFailure = 0; }
+bool FailingAllocation::HasHappened() const { return untilFailure == 0; }
+void FailingAllocation::Count(bool on) { counts = on; }
+
+bool IsAllocationToFail() { return counts && untilFailure > 0 && --untilFailure == 0; }
+
+}  // namespace sarvane::test

@@ -166,6 +166,72 @@ TEST_F(Registered, EveryClassButOneIsAggregated) {
     }
 }
 
+extern "C" HRESULT MeanOfThreeFromC(const CLSID* id, double* mean);
+
+TEST_F(Registered, AClientInCCalculatesToo) {
+    double mean = 0.0;
+    EXPECT_EQ(MeanOfThreeFromC(&ClassId::SimAvgOp, &mean), S_OK);
+    EXPECT_EQ(mean, 12.0);
+}
+
+// The name without a version has no class id below it, so it can't be looked up by itself.
+TEST_F(Registered, ProgIdsNeedTheirVersion) {
+    GUID found = {};
+    EXPECT_EQ(CLSIDFromProgID(L"SimAvgOp.SimAvgOp.1", &found), S_OK);
+    EXPECT_EQ(CLSIDFromProgID(L"SimAvgOp.SimAvgOp", &found), CO_E_CLASSSTRING);
+}
+
+// Without a proxy an operator can't be reached from a multithreaded apartment when the system makes it elsewhere. One
+// that the module makes on the spot can.
+TEST(RegisteredMultithreaded, OperatorsWorkWhereTheModuleMakesThem) {
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    {
+        ComPtr<IZelmorOp> elsewhere;
+        EXPECT_TRUE(FAILED(Create(ClassId::SimAvgOp, IID_IZelmorOp, elsewhere.Slot())));
+    }
+    const std::wstring path = Value(L"CLSID\\" + Wide(ClassId::SimAvgOp) + L"\\InprocServer32");
+    const HMODULE module = LoadLibraryW(path.c_str());
+    ASSERT_NE(module, nullptr);
+    const auto getClassObject =
+        reinterpret_cast<LPFNGETCLASSOBJECT>(reinterpret_cast<void*>(GetProcAddress(module, "DllGetClassObject")));
+    {
+        ComPtr<IClassFactory> factory;
+        ComPtr<IZelmorOp> average;
+        ASSERT_EQ(getClassObject(ClassId::SimAvgOp, IID_IClassFactory, factory.Slot()), S_OK);
+        ASSERT_EQ(factory->CreateInstance(nullptr, IID_IZelmorOp, average.Slot()), S_OK);
+        average->SetParameter(1, u"2", nullptr);
+        average->Reset(0, nullptr);
+        double out = 0.0;
+        for (const double close : {10.0, 11.0}) EXPECT_EQ(average->Calculate(1, &close, 1, &out), S_OK);
+        EXPECT_EQ(out, 10.5);
+    }
+    FreeLibrary(module);
+    CoUninitialize();
+}
+
+TEST_F(Registered, AThousandLoadsLeaveNothingBehind) {
+    const std::wstring path = Value(L"CLSID\\" + Wide(ClassId::SimAvgOp) + L"\\InprocServer32");
+    for (int round = 0; round < 1000 && !HasFailure(); ++round) {
+        const HMODULE module = LoadLibraryW(path.c_str());
+        ASSERT_NE(module, nullptr);
+        const auto getClassObject =
+            reinterpret_cast<LPFNGETCLASSOBJECT>(reinterpret_cast<void*>(GetProcAddress(module, "DllGetClassObject")));
+        const auto canUnloadNow =
+            reinterpret_cast<LPFNCANUNLOADNOW>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
+        {
+            ComPtr<IClassFactory> factory;
+            ComPtr<IZelmorOp> op;
+            EXPECT_EQ(getClassObject(ClassId::MedianOp, IID_IClassFactory, factory.Slot()), S_OK);
+            EXPECT_EQ(factory->CreateInstance(nullptr, IID_IZelmorOp, op.Slot()), S_OK);
+            EXPECT_EQ(op->SaveState(20), S_OK);
+            EXPECT_EQ(canUnloadNow(), S_FALSE);
+        }
+        EXPECT_EQ(canUnloadNow(), S_OK);
+        FreeLibrary(module);
+        EXPECT_EQ(GetModuleHandleW(L"SARVANE.DLL"), nullptr);
+    }
+}
+
 TEST_F(Registered, TheModuleGoesWithItsLastObject) {
     ComPtr<IZelmorOp> op;
     ASSERT_EQ(Create(ClassId::SimAvgOp, IID_IZelmorOp, op.Slot()), S_OK);
