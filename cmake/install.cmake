@@ -11,8 +11,7 @@ if(SARVANE_HOST)
   install(TARGETS study)
 endif()
 install(DIRECTORY include/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-if(WIN32)  # in the place of one of these
-  install(DIRECTORY src/platform/windows/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(WIN32)
   install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelmorop.tlb ${interface_files}/zelmorop.idl
                 ${interface_files}/zelmorop.h DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()

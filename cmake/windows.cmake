@@ -2,7 +2,6 @@
 
 add_compile_definitions(NOMINMAX _WIN32_WINNT=0x0A00 _FILE_OFFSET_BITS=64)
 foreach(target sarvane_objects sarvane)
-  target_include_directories(${target} BEFORE PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/src/platform/windows>)
   target_link_libraries(${target} PUBLIC ole32 oleaut32 uuid)
 endforeach()
 

@@ -1,8 +1,44 @@
 #pragma once
 
-// The part of the component platform that a host of the native library needs: identifiers, status codes, the two base
-// interfaces, task memory and the functions that the module exports. Layouts and calling order are those of the
-// platform, so a host may as well declare them itself.
+// The component platform: identifiers, status codes, the two base interfaces, task memory and the functions that the
+// module exports. On Windows these are the system's own, under the names used here. Elsewhere they are declared below;
+// layouts and calling order are those of the platform, so a host may as well declare them itself.
+
+#ifdef _WIN32
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <oleauto.h>
+#include <olectl.h>
+
+// Macros without a prefix, which names of ours would run into. NEAR and FAR expand to two of them.
+#undef NEAR
+#undef FAR
+#define NEAR
+#define FAR
+#undef near
+#undef far
+#undef interface
+#undef TextOut
+
+namespace sarvane {
+
+using ::BOOL;
+using ::GUID;
+using ::HRESULT;
+using ::IClassFactory;
+using ::IID_IClassFactory;
+using ::IID_IUnknown;
+using ::IUnknown;
+using ::ULONG;
+
+using ::CoTaskMemAlloc;
+using ::CoTaskMemFree;
+
+}  // namespace sarvane
+
+#else
 
 #include <cstddef>
 #include <cstdint>
@@ -90,3 +126,5 @@ SARVANE_EXPORT void CoTaskMemFree(void* memory);
 }
 
 }  // namespace sarvane
+
+#endif

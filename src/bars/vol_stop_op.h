@@ -3,7 +3,7 @@
 #include "frame/bar_inputs.h"
 #include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/value_kinds.h"
+#include "steps/value_kinds.h"
 
 namespace sarvane {
 

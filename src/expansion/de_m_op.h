@@ -1,10 +1,10 @@
 #pragma once
 
-#include "expansion/set_step_value.h"
 #include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/value_kinds.h"
-#include "oscillators/set_step_ma.h"
+#include "steps/set_step_ma.h"
+#include "steps/set_step_value.h"
+#include "steps/value_kinds.h"
 
 namespace sarvane {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "expansion/set_step_value.h"
 #include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/value_kinds.h"
+#include "steps/set_step_value.h"
+#include "steps/value_kinds.h"
 
 namespace sarvane {
 

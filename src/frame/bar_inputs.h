@@ -14,15 +14,6 @@ enum BarPrice : std::size_t { OpenPrice, HighPrice, LowPrice, ClosePrice };
 using BarPrices = std::array<double, 4>;
 inline constexpr BarPrices NoPrices = {UndefinedValue, UndefinedValue, UndefinedValue, UndefinedValue};
 
-// The argument that feeds an input, if the first `prices` inputs are prices of argument 0 and each further input is an
-// argument of its own.
-inline int ArgumentBehindBar(short input, int prices = 4) { return input < prices ? 0 : input - prices + 1; }
-
-inline std::u16string_view OpenHighLowClose(short input) {
-    return NthText(input, {OpenField, HighField, LowField, CloseField});
-}
-inline std::u16string_view HighLowClose(short input) { return NthText(input, {HighField, LowField, CloseField}); }
-
 // The seeds of all inputs; see NthSeed.
 template <class Values>
 Values SeedsOf(int count, const double* seed) {

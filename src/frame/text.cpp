@@ -94,20 +94,6 @@ FormattedText FormatText(const char* format, ...) {
     return result;
 }
 
-FormattedText NthInt(short n, std::initializer_list<int> numbers) {
-    if (n < 0 || static_cast<std::size_t>(n) >= numbers.size()) return {};
-    return FormatText("%d", numbers.begin()[n]);
-}
-
-FormattedText NthDouble(int n, std::initializer_list<double> numbers) {
-    if (n < 0 || static_cast<std::size_t>(n) >= numbers.size()) return {};
-    return FormatText("%f", numbers.begin()[n]);
-}
-
-std::u16string_view NthText(short n, std::initializer_list<std::u16string_view> texts, std::u16string_view otherwise) {
-    return n < 0 || static_cast<std::size_t>(n) >= texts.size() ? otherwise : texts.begin()[n];
-}
-
 std::u16string Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
 }  // namespace sarvane

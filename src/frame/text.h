@@ -6,7 +6,6 @@
 #include "platform/task_text.h"
 #include "sarvane/values.h"
 
-#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -52,12 +51,6 @@ FormattedText Nth(int n, Parameters... parameters) {
     ((place++ == n ? void(text = ParameterText(parameters)) : void()), ...);
     return text;
 }
-
-// Entry `n` of a list, counted from 0, as a text. Out of range numbers give the empty text, and texts `otherwise`.
-FormattedText NthInt(short n, std::initializer_list<int> numbers);
-FormattedText NthDouble(int n, std::initializer_list<double> numbers);
-std::u16string_view NthText(short n, std::initializer_list<std::u16string_view> texts,
-                            std::u16string_view otherwise = u"");
 
 // Each character as one of 16 bits.
 std::u16string Widen(std::string_view ascii);

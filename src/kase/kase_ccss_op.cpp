@@ -1,7 +1,7 @@
 #include "kase/kase_ccss_op.h"
 
-#include "oscillators/guarded_value.h"
-#include "statistics/chart_label.h"
+#include "frame/chart_label.h"
+#include "steps/guarded_value.h"
 
 #include <algorithm>
 #include <cmath>

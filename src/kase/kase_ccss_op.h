@@ -3,7 +3,7 @@
 #include "frame/described.h"
 #include "frame/sliding_array.h"
 #include "kase/slow_lines.h"
-#include "oscillators/set_step_ma.h"
+#include "steps/set_step_ma.h"
 
 #include <array>
 #include <tuple>

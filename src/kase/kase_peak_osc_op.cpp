@@ -1,7 +1,7 @@
 #include "kase/kase_peak_osc_op.h"
 
+#include "frame/chart_label.h"
 #include "frame/logarithm.h"
-#include "statistics/chart_label.h"
 
 #include <cmath>
 

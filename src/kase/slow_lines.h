@@ -4,7 +4,7 @@
 // each value with its own result some bars back, and is smoothed then.
 
 #include "frame/operator_contract.h"
-#include "oscillators/set_step_ma.h"
+#include "steps/set_step_ma.h"
 
 #include <tuple>
 

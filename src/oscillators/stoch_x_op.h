@@ -2,8 +2,8 @@
 
 #include "frame/described.h"
 #include "frame/sliding_array.h"
-#include "oscillators/guarded_value.h"
-#include "oscillators/set_step_ma.h"
+#include "steps/guarded_value.h"
+#include "steps/set_step_ma.h"
 
 #include <array>
 

@@ -41,23 +41,14 @@
 namespace sarvane {
 namespace {
 
-// Null until the operator has one.
-template <class Operator>
-constexpr const Description* DescriptionOf() {
-    if constexpr (requires { Operator::ClassDescription(); })
-        return &Operator::ClassDescription();
-    else
-        return nullptr;
-}
-
 template <class Operator>
 constexpr ClassEntry Class(const GUID& id, const char* name, const char* keyword, int scriptId) {
-    return {id, name, keyword, scriptId, &Create<Operator>, DescriptionOf<Operator>()};
+    return {id, name, keyword, scriptId, &Create<Operator>, &Operator::ClassDescription()};
 }
 
 template <class Operator>
 constexpr ClassEntry ClassWithoutAggregation(const GUID& id, const char* name, const char* keyword, int scriptId) {
-    return {id, name, keyword, scriptId, &CreateAlone<Operator>, DescriptionOf<Operator>()};
+    return {id, name, keyword, scriptId, &CreateAlone<Operator>, &Operator::ClassDescription()};
 }
 
 constexpr ClassEntry Table[] = {

@@ -1,6 +1,6 @@
 #include "statistics/count_operator.h"
 
-#include "statistics/chart_label.h"
+#include "frame/chart_label.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 
 #include "frame/described.h"
 #include "frame/window_state.h"
-#include "oscillators/set_step_ma.h"
+#include "steps/set_step_ma.h"
 
 #include <tuple>
 

@@ -1,4 +1,4 @@
-#include "oscillators/set_step_ma.h"
+#include "steps/set_step_ma.h"
 
 #include "frame/numbers.h"
 

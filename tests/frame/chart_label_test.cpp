@@ -1,4 +1,4 @@
-#include "statistics/chart_label.h"
+#include "frame/chart_label.h"
 
 #include "sarvane/values.h"
 

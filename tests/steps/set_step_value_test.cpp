@@ -1,4 +1,4 @@
-#include "expansion/set_step_value.h"
+#include "steps/set_step_value.h"
 
 #include "support/operator_driver.h"
 

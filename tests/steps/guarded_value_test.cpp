@@ -1,4 +1,4 @@
-#include "oscillators/guarded_value.h"
+#include "steps/guarded_value.h"
 
 #include <gtest/gtest.h>
 
