@@ -1,5 +1,6 @@
 // What holds for every class of the table.
 
+#include "server/class_table.h"
 #include "support/allocation_counter.h"
 #include "support/operator_driver.h"
 #include "support/random_bars.h"
@@ -19,14 +20,15 @@ constexpr int Bars = 80;
 // Runs `law` for every class with several lists of random arguments, the first of them none.
 template <class Law>
 void ForEveryClass(Law law) {
-    for (const std::string& keyword : AllKeywords()) {
+    for (const ClassEntry& entry : ClassTable()) {
         for (unsigned seed = 0; seed < Seeds; ++seed) {
-            SCOPED_TRACE(keyword + " with arguments of seed " + std::to_string(seed));
             RandomBars random(seed);
-            OperatorDriver op(keyword);
+            const std::string arguments = seed > 0 ? RandomArguments(random, *entry.about) : "";
+            SCOPED_TRACE(std::string(entry.keyword) + ", arguments " + arguments);
+            OperatorDriver op(entry.keyword);
             if (seed % 4 == 1) op.Set(-1, std::vector{"5", "0", "-7", "x"}[seed / 4 % 4]);
-            if (seed > 0) op.SetArguments(RandomArguments(random));
-            law(keyword, op, random);
+            op.SetArguments(arguments);
+            law(entry.keyword, op, random);
             if (testing::Test::HasFailure()) return;
         }
     }
