@@ -68,6 +68,22 @@ TEST(Law, ARestoredStateGoesOnAsItDidBefore) {
     });
 }
 
+// Saving there and restoring from there does nothing, however many bars lie between.
+TEST(Law, SlotZeroIsTheRunningState) {
+    ForEveryClass([](const std::string& keyword, OperatorDriver& op, RandomBars& random) {
+        if (keyword == "TimeAvg" || keyword == "MedOp") return;  // one has no slots, the other an ordinary slot 0
+        const auto bars = SomeBars(op, random, Bars);
+        op.Reset({}, 1, Bars - 1);
+        const auto first = RunBars(op, bars);
+        op.Reset({}, 1, Bars - 1);
+        for (std::size_t bar = 0; bar < bars.size(); ++bar) {
+            const short slot = 0;
+            EXPECT_EQ(bar % 7 == 2 ? op->SaveState(slot) : op->RestoreState(slot), S_OK);
+            ExpectSameBits(op.Step(bars[bar]), first[bar], "bar " + std::to_string(bar));
+        }
+    });
+}
+
 TEST(Law, ARunAfterResetEqualsTheFirstHoweverOftenDescribed) {
     ForEveryClass([](const std::string&, OperatorDriver& op, RandomBars& random) {
         const auto bars = SomeBars(op, random, Bars);

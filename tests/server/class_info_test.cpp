@@ -57,6 +57,18 @@ TEST(ClassInfo, TellsArgumentsAndOutputsOfAClass) {
     EXPECT_EQ(info.Ask(&IZelmorClassInfo::GetOutputDrawing, 1), static_cast<ushort>(DrawnAs::Step));
 }
 
+TEST(ClassInfo, TellsTheWordsOfAnArgument) {
+    const ClassInfo info("VolStop");
+    EXPECT_EQ(info.Ask(&IZelmorClassInfo::GetWordCount, 7), 3);
+    EXPECT_EQ(info.Ask(&IZelmorClassInfo::GetWordCount, 8), 0) << "a switch";
+    TextSlot text = nullptr, meaning = nullptr;
+    ASSERT_EQ(info->GetWord(7, 1, &text, &meaning), S_OK);
+    EXPECT_EQ(Taken(text), "Smo");
+    EXPECT_EQ(Taken(meaning), "smoothed average");
+    EXPECT_EQ(info->GetWord(7, 3, &text, &meaning), E_INVALIDARG);
+    EXPECT_EQ(info->GetWord(13, 0, &text, &meaning), E_INVALIDARG);
+}
+
 TEST(ClassInfo, RefusesNumbersOutOfRangeAndNullSlots) {
     const ClassInfo info("Sim");
     TextSlot text = nullptr;
