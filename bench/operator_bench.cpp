@@ -1,9 +1,10 @@
 // What a bar, a tick and a snapshot of each class cost, and beside them a plain loop over arrays. Names of rows:
 // what/keyword/window.
 
+#include "sarvane/class_ids.h"
+#include "sarvane/class_info.h"
 #include "sarvane/com_ptr.h"
 #include "sarvane/operator.h"
-#include "sarvane/registry.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -16,33 +17,19 @@ namespace {
 
 constexpr std::size_t SeriesLength = 4096;  // bars; a run goes round and round
 
-struct ClassRow {
-    std::string keyword;
-    GUID id;
-};
-
-std::u16string Taken(TextSlot text) {
-    std::u16string taken = text ? text : u"";
+std::string Taken(TextSlot text) {
+    std::string taken;
+    for (const char16_t* c = text; c && *c; ++c) taken += static_cast<char>(*c);
     CoTaskMemFree(text);
     return taken;
 }
 
-std::u16string Digits(int number) {
-    const std::string digits = std::to_string(number);
-    return {digits.begin(), digits.end()};
-}
-
-std::vector<ClassRow> Classes() {
-    std::vector<ClassRow> rows;
-    DllRegisterServer();
-    TextSlot text = nullptr;
-    for (uint i = 0; SarvaneReadRegistryKey(u"CLSID", i, &text) == S_OK; ++i) {
-        const std::u16string id = Taken(text);
-        SarvaneReadRegistryValue((u"CLSID\\" + id + u"\\Keyword").c_str(), nullptr, &text);
-        const std::u16string keyword = Taken(text);
-        rows.push_back({std::string(keyword.begin(), keyword.end()), *ParsedId(std::u16string_view(id))});
-    }
-    return rows;
+std::string KeywordOf(const GUID& id) {
+    ComPtr<IZelmorClassInfo> info;
+    TextSlot keyword = nullptr;
+    DllGetClassObject(id, IID_IZelmorClassInfo, info.Slot());
+    info->GetKeyword(&keyword);
+    return Taken(keyword);
 }
 
 ComPtr<IZelmorOp> Create(const GUID& id) {
@@ -53,55 +40,55 @@ ComPtr<IZelmorOp> Create(const GUID& id) {
     return op;
 }
 
-// What an operator says of its lengths: inputs that stand in for missing ones, missing ones in its formula, lookback.
-struct Needs {
-    int inputs;
-    int unset;
-    uint lookback;
+struct Argument {
+    short index = 0;
+    ArgumentKind kind = ArgumentKind::Count;
+    double least = 0.0;
+    double greatest = 0.0;
+    bool isNeeded = false;  // has no default, and there are no results without it
 };
 
-Needs NeedsOf(IZelmorOp& op) {
-    ushort inputs = 0;
-    uint lookback = 0;
-    TextSlot text = nullptr;
-    op.GetInputCount(&inputs, nullptr);
-    op.GetLookback(&lookback, nullptr);
-    op.GetFormula(&text, nullptr);
-    const std::u16string formula = Taken(text);
-    int unset = 0;
-    for (std::size_t at = 0; (at = formula.find(u"-2147483648", at)) != std::u16string::npos; ++at) ++unset;
-    return {inputs, unset, lookback};
-}
-
-using Arguments = std::vector<std::pair<short, std::u16string>>;
-
-ComPtr<IZelmorOp> Create(const GUID& id, const Arguments& arguments) {
-    ComPtr<IZelmorOp> op = Create(id);
-    for (const auto& [index, text] : arguments) op->SetParameter(index, text.c_str(), nullptr);
-    return op;
-}
-
-// The window for the first length among the arguments, and a small number for others that a new object lacks.
-Arguments ArgumentsFor(const GUID& id, int window) {
-    Arguments arguments;
-    bool given = false;
-    for (short index = 1; index < 16; ++index) {
-        const Needs before = NeedsOf(*Create(id, arguments).Get());
-        Arguments more = arguments;
-        more.emplace_back(index, given ? u"3" : Digits(window));
-        const Needs after = NeedsOf(*Create(id, more).Get());
-        const bool wasMissing = after.inputs < before.inputs || after.unset < before.unset;
-        if (!wasMissing && (given || after.lookback == before.lookback)) continue;
-        arguments = more;
-        given = true;
+// The arguments that are numbers.
+std::vector<Argument> NumbersOf(IZelmorClassInfo& info) {
+    std::vector<Argument> numbers;
+    ushort count = 0, kind = 0, use = 0;
+    info.GetArgumentCount(&count);
+    for (short index = 0; index < count; ++index) {
+        Argument argument;
+        argument.index = index;
+        info.GetArgumentKind(index, &kind);
+        info.GetArgumentUse(index, &use);
+        info.GetArgumentRange(index, &argument.least, &argument.greatest);
+        argument.kind = static_cast<ArgumentKind>(kind);
+        argument.isNeeded = !(use & ArgumentIsOptional);
+        if (argument.kind == ArgumentKind::Count || argument.kind == ArgumentKind::Number) numbers.push_back(argument);
     }
-    return arguments;
+    return numbers;
+}
+
+// An operator whose first length is `window`: a count, or a number in a class without counts. Arguments that it can't do
+// without are a small number.
+ComPtr<IZelmorOp> Create(const GUID& id, int window) {
+    ComPtr<IZelmorClassInfo> info;
+    DllGetClassObject(id, IID_IZelmorClassInfo, info.Slot());
+    const std::vector<Argument> numbers = NumbersOf(*info.Get());
+    const auto canBeLong = [](const Argument& argument) { return argument.greatest > 1000.0; };
+    auto length = std::ranges::find_if(
+        numbers, [&](const Argument& argument) { return argument.kind == ArgumentKind::Count && canBeLong(argument); });
+    if (length == numbers.end()) length = std::ranges::find_if(numbers, canBeLong);
+    ComPtr<IZelmorOp> op = Create(id);
+    for (auto argument = numbers.begin(); argument != numbers.end(); ++argument) {
+        const std::string text = std::to_string(argument == length ? window : 3);
+        if (argument == length || argument->isNeeded)
+            op->SetParameter(argument->index, std::u16string(text.begin(), text.end()).c_str(), nullptr);
+    }
+    return op;
 }
 
 // An operator in the middle of a run over a series that wanders.
 class Run {
 public:
-    Run(const GUID& id, int window) : op(Create(id, ArgumentsFor(id, window))) {
+    Run(const GUID& id, int window) : op(Create(id, window)) {
         op->QueryInterface(IID_IZelmorOp2, bars.Slot());
         ushort count = 0;
         op->GetOutputCount(&count, nullptr);
@@ -137,11 +124,8 @@ private:
     double Field(short input, double open, double high, double low, double close) const {
         TextSlot text = nullptr;
         op->GetInputBarType(input, &text, nullptr);
-        const std::u16string type = Taken(text);
-        return type == u"BAR_TYPE_OPEN"   ? open
-               : type == u"BAR_TYPE_HIGH" ? high
-               : type == u"BAR_TYPE_LOW"  ? low
-                                          : close;
+        const std::string type = Taken(text);
+        return type == "BAR_TYPE_OPEN" ? open : type == "BAR_TYPE_HIGH" ? high : type == "BAR_TYPE_LOW" ? low : close;
     }
 
     ComPtr<IZelmorOp> op;
@@ -206,7 +190,8 @@ void RegisterAll() {
         const std::string suffix = "/" + std::to_string(window);
         benchmark::RegisterBenchmark(("PlainLoop/Sim" + suffix).c_str(), PlainLoop, window);
     }
-    for (const auto& [keyword, id] : Classes()) {
+    for (const GUID& id : ClassId::All) {
+        const std::string keyword = KeywordOf(id);
         for (const int window : {5, 50, 400}) {
             const std::string row = "/" + keyword + "/" + std::to_string(window);
             benchmark::RegisterBenchmark(("Bar" + row).c_str(), Bar, id, window);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
@@ -174,6 +175,25 @@ std::string OutputLines(const OperatorClass& operatorClass) {
     return lines;
 }
 
+// A few words with what they mean, or the texts of many: "`0` to `14`, `16` to `38`".
+std::string MarkdownWords(const std::vector<ArgumentWord>& words) {
+    constexpr std::size_t MostExplained = 4;
+    std::vector<std::string> parts;
+    if (words.size() <= MostExplained) {
+        for (const ArgumentWord& word : words) parts.push_back(fmt::format("`{}` {}", word.text, word.meaning));
+        return Joined(parts, ", ");
+    }
+    for (std::size_t first = 0, next = 1; first < words.size(); first = next++) {
+        const auto follows = [&](const ArgumentWord& word, const ArgumentWord& before) {
+            return IsNumber(word.text) && word.text == fmt::format("{}", std::atoi(before.text.c_str()) + 1);
+        };
+        while (next < words.size() && follows(words[next], words[next - 1])) ++next;
+        const std::string &from = words[first].text, &to = words[next - 1].text;
+        parts.push_back(from == to ? fmt::format("`{}`", from) : fmt::format("`{}` to `{}`", from, to));
+    }
+    return Joined(parts, ", ");
+}
+
 }  // namespace
 
 Description Describe(const Library& library, IZelmorOp& op) {
@@ -250,6 +270,19 @@ std::string DescribeText(const Library& library, std::string_view keyword, const
                               "lookback    {} bars\n",
                               described.formula, Joined(InputTexts(described), ", "),
                               Joined(described.parameters, ", "), described.lookback);
+}
+
+std::string DescribeMarkdown(const OperatorClass& operatorClass) {
+    std::string table = "| Argument | Default | Kind | Meaning |\n|---|---|---|---|\n";
+    for (std::size_t n = 0; n < operatorClass.arguments.size(); ++n) {
+        const ArgumentInfo& argument = operatorClass.arguments[n];
+        const std::string standard =
+            argument.standard.empty() ? ArgumentDefault(argument) : fmt::format("`{}`", argument.standard);
+        const std::string words = argument.words.empty() ? "" : ": " + MarkdownWords(argument.words);
+        table += fmt::format("| {} {} | {}{}| {} | {}{} |\n", n, argument.name, standard, standard.empty() ? "" : " ",
+                             ArgumentRange(argument), argument.meaning, words);
+    }
+    return table;
 }
 
 nlohmann::json DescribeJson(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,

@@ -44,6 +44,8 @@ std::string ListText(const Library& library);
 nlohmann::json ListJson(const Library& library);
 std::string DescribeText(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,
                          const OperatorSettings& settings = {});
+// The arguments of a class as a table for documents.
+std::string DescribeMarkdown(const OperatorClass& operatorClass);
 nlohmann::json DescribeJson(const Library& library, std::string_view keyword, const std::vector<std::string>& arguments,
                             const OperatorSettings& settings = {});
 

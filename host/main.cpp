@@ -27,6 +27,7 @@ namespace {
 struct Options {
     std::string library;
     bool json = false;
+    bool markdown = false;
     std::string keyword;
     std::vector<std::string> arguments;
     std::string barFile;
@@ -57,6 +58,7 @@ void List(const Options& options) {
 void DescribeOne(const Options& options) {
     const Library library(PathOf(options.library));
     const OperatorSettings& operators = options.settings.operators;
+    if (options.markdown) return Print(DescribeMarkdown(library.FindOrFail(options.keyword)));
     Print(options.json ? JsonText(DescribeJson(library, options.keyword, options.arguments, operators))
                        : DescribeText(library, options.keyword, options.arguments, operators));
 }
@@ -193,7 +195,8 @@ int Main(int argc, char** argv) {
     CLI::App* const describe = app.add_subcommand("describe", "what an operator says of itself with given arguments");
     describe->add_option("keyword", options.keyword, "as in `study list`")->required();
     describe->add_option("arguments", options.arguments, "from argument 1 on; '' leaves one at its default");
-    describe->add_flag("--json", options.json, "for programs");
+    auto* const json = describe->add_flag("--json", options.json, "for programs");
+    describe->add_flag("--markdown", options.markdown, "only its arguments, as a table for documents")->excludes(json);
     AddOperatorSettings(*describe, options.settings.operators);
     describe->callback([&] { DescribeOne(options); });
 

@@ -1,7 +1,6 @@
 // Writes what the module's resources say of each class, as text files into the given folder: NAME.rgs, scripts.rc with
 // all of these by their ids, and coclasses.idl for the type library.
 
-#include "sarvane/operator.h"
 #include "server/registration.h"
 
 #include <algorithm>
@@ -19,13 +18,6 @@ std::string Ascii(std::u16string_view text) {
     return narrow;
 }
 
-bool HasSecondInterface(const ClassEntry& entry) {
-    void* object = nullptr;
-    if (FAILED(entry.create(nullptr, IID_IZelmorOp2, &object))) return false;
-    static_cast<IUnknown*>(object)->Release();
-    return true;
-}
-
 void WriteAll(const std::filesystem::path& folder) {
     std::vector<ClassEntry> classes(ClassTable().begin(), ClassTable().end());
     std::ranges::sort(classes, {}, &ClassEntry::scriptId);  // the order of the type library, too
@@ -36,7 +28,7 @@ void WriteAll(const std::filesystem::path& folder) {
         resources << entry.scriptId << " REGISTRY \"" << script << "\"\n";
         library << "    [uuid(" << Ascii(BracedText(entry.id)).substr(1, 36) << "), helpstring(\"" << entry.name
                 << " Class\")]\n    coclass " << entry.name << " {\n        [default] interface IZelmorOp;\n"
-                << (HasSecondInterface(entry) ? "        interface IZelmorOp2;\n" : "") << "    };\n";
+                << (entry.takesBars ? "        interface IZelmorOp2;\n" : "") << "    };\n";
     }
     if (!resources.flush() || !library.flush()) throw std::ios_base::failure("cannot write to " + folder.string());
 }

@@ -33,22 +33,26 @@
 #include "statistics/sqrt_dev_op.h"
 #include "statistics/std_dev_op.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 namespace sarvane {
 namespace {
 
 template <class Operator>
-constexpr ClassEntry Class(const GUID& id, const char* name, const char* keyword, int scriptId) {
-    return {id, name, keyword, scriptId, &Create<Operator>, &Operator::ClassDescription()};
+constexpr ClassEntry Class(const GUID& id, const char* name, const char* keyword, int scriptId,
+                           CreateFunction create = &Create<Operator>) {
+    return {
+        id, name, keyword, scriptId, std::is_base_of_v<IZelmorOp2, Operator>, create, &Operator::ClassDescription()};
 }
 
 template <class Operator>
 constexpr ClassEntry ClassWithoutAggregation(const GUID& id, const char* name, const char* keyword, int scriptId) {
-    return {id, name, keyword, scriptId, &CreateAlone<Operator>, &Operator::ClassDescription()};
+    return Class<Operator>(id, name, keyword, scriptId, &CreateAlone<Operator>);
 }
 
 constexpr ClassEntry Table[] = {
@@ -112,6 +116,13 @@ constexpr bool IsConsistent() {
     return std::size(Table) == ClassCount;
 }
 static_assert(IsConsistent(), "every class has an id, a name, a keyword and a script id of its own");
+
+// Clients know the classes by ClassId::All.
+constexpr bool IsListedForClients() {
+    const auto isOf = [](const GUID& id, const ClassEntry& entry) { return IsSameId(id, entry.id); };
+    return std::ranges::equal(ClassId::All, Table, isOf);
+}
+static_assert(IsListedForClients(), "ClassId::All holds the ids of this table in its order");
 
 }  // namespace
 

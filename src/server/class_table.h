@@ -15,6 +15,7 @@ struct ClassEntry {
     const char* name;
     const char* keyword;  // under which expressions know it
     int scriptId;         // of its registration script among the module's resources
+    bool takesBars;       // offers IZelmorOp2, too
     CreateFunction create;
     const Description* about;
 };

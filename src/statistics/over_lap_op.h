@@ -25,7 +25,9 @@ class COverLapOp : public Described<COverLapOp> {
         .sentence = "how many bars in a row, back from the newest, have a range that overlaps the newest one's",
         .arguments =
             {Takes::Bar("bar", "prices", HlcFields),
-             Takes::Switch("trueRange", "a bar's range reaches to the close before it").Default("1"),
+             Takes::Switch("trueRange",
+                           "a bar's range reaches to the close before it, as it also does if this is left out")
+                 .Optional(),
              Takes::Count("period", "most bars that are counted, the newest one included").From(1).CanBeBound(),
              Takes::Word("mutual", "which bars have to overlap", AmongThemselves).Default("0")},
         .outputs = {{u"integer1", UnitKind::Number, "number of bars in the row, the newest one included",

@@ -1,6 +1,7 @@
 // docs/operators.md tells of the library what the library tells of itself.
 
 #include "description.h"
+#include "language/unicode.h"
 #include "reference.h"
 #include "run_study.h"
 
@@ -68,8 +69,8 @@ std::string ClassLines(const OperatorClass& operatorClass) {
     for (const auto& [name, kind] : Describe(Operators(), *op.Get()).outputs)
         outputs.push_back(fmt::format("`{}` {}", name, UnitName(kind)));
     return fmt::format("\nClass `{}`, id `{}`{}.\nOutputs: {}: {}.\n\n", operatorClass.name,
-                       operatorClass.id.substr(1, operatorClass.id.size() - 2),
-                       second ? ", with the second interface" : "", outputs.size(), fmt::join(outputs, ", "));
+                       Utf8(BracedText(operatorClass.id)).substr(1, 36), second ? ", with the second interface" : "",
+                       outputs.size(), fmt::join(outputs, ", "));
 }
 
 std::string CallLine(const OperatorClass& operatorClass, const std::string& call) {
@@ -100,6 +101,14 @@ TEST(Reference, TellsTheFactsOfTheLibrary) {
         EXPECT_GE(expected.size(), 2u) << entry.keyword << " has no call";
         for (const std::string& lines : expected)
             EXPECT_NE(entry.text.find(lines), std::string::npos) << entry.keyword << " should say" << lines;
+    }
+}
+
+TEST(Reference, ShowsTheArgumentsAsTheLibraryDescribesThem) {
+    for (const Entry& entry : Entries()) {
+        const std::string table = DescribeMarkdown(Operators().FindOrFail(entry.keyword));
+        EXPECT_NE(entry.text.find("\n\n" + table + "\n"), std::string::npos) << entry.keyword << " should have\n"
+                                                                             << table;
     }
 }
 

@@ -1,5 +1,6 @@
 #include "sarvane/operator.h"
 #include "sarvane/registry.h"
+#include "server/class_table.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,7 @@ TEST(NativeRegistry, ReadsWithClearStatuses) {
     EXPECT_EQ(SarvaneReadRegistryValue(u"No such\\key", nullptr, &text), E_FILENOTFOUND);
     EXPECT_EQ(text, nullptr);
     EXPECT_EQ(SarvaneReadRegistryValue(u"CLSID", u"", nullptr), E_POINTER);
-    EXPECT_EQ(SarvaneReadRegistryKey(u"CLSID", 41, &text), E_FILENOTFOUND);
+    EXPECT_EQ(SarvaneReadRegistryKey(u"CLSID", static_cast<uint>(ClassTable().size()), &text), E_FILENOTFOUND);
     EXPECT_EQ(SarvaneReadRegistryKey(nullptr, 0, nullptr), E_POINTER);
 }
 

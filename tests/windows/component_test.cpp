@@ -1,6 +1,7 @@
 // A client of the registered component: it knows the platform and the public headers, nothing of the module itself.
 
 #include "sarvane/class_ids.h"
+#include "sarvane/class_info.h"
 #include "sarvane/com_ptr.h"
 #include "sarvane/operator.h"
 
@@ -14,8 +15,6 @@
 
 namespace sarvane::test {
 namespace {
-
-constexpr std::size_t ClassCount = 41;
 
 std::wstring Wide(const GUID& id) {
     const std::u16string text = BracedText(id);
@@ -60,9 +59,16 @@ ComPtr<ITypeLib> RegisteredTypeLibrary() {
     return library;
 }
 
-// Names and ids in the library's order.
-std::vector<std::pair<std::wstring, GUID>> CoClasses(ITypeLib& library) {
-    std::vector<std::pair<std::wstring, GUID>> classes;
+// What a type library says of a class.
+struct CoClass {
+    std::wstring name;
+    GUID id;
+    bool takesBars;  // lists a second interface
+};
+
+// In the library's order.
+std::vector<CoClass> CoClasses(ITypeLib& library) {
+    std::vector<CoClass> classes;
     for (UINT i = 0; i < library.GetTypeInfoCount(); ++i) {
         ComPtr<ITypeInfo> info;
         TYPEATTR* attributes = nullptr;
@@ -70,7 +76,8 @@ std::vector<std::pair<std::wstring, GUID>> CoClasses(ITypeLib& library) {
         EXPECT_EQ(library.GetTypeInfo(i, reinterpret_cast<ITypeInfo**>(info.Slot())), S_OK);
         EXPECT_EQ(info->GetTypeAttr(&attributes), S_OK);
         EXPECT_EQ(info->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr), S_OK);
-        if (attributes->typekind == TKIND_COCLASS) classes.emplace_back(name, attributes->guid);
+        if (attributes->typekind == TKIND_COCLASS)
+            classes.push_back({name, attributes->guid, attributes->cImplTypes == 2});
         SysFreeString(name);
         info->ReleaseTypeAttr(attributes);
     }
@@ -99,8 +106,10 @@ protected:
 };
 
 TEST_F(Registered, EveryClassIsCreatedByIdAndByProgId) {
-    const std::set<std::wstring> takeBars = {L"BarAdd",  L"BarSub",  L"BarMul",  L"BarDiv", L"SBarAdd",
-                                             L"SBarSub", L"SBarMul", L"SBarDiv", L"TDREBO", L"VolStop"};
+    const ComPtr<ITypeLib> library = RegisteredTypeLibrary();
+    ASSERT_TRUE(library);
+    std::map<std::wstring, bool> takeBars;
+    for (const CoClass& known : CoClasses(*library.Get())) takeBars[Wide(known.id)] = known.takesBars;
     std::set<std::wstring> keywords;
     for (const GUID& id : ClassesOfCategory()) {
         const std::wstring key = L"CLSID\\" + Wide(id);
@@ -122,13 +131,13 @@ TEST_F(Registered, EveryClassIsCreatedByIdAndByProgId) {
         ComPtr<IZelmorOp> op;
         ComPtr<IZelmorOp2> bars;
         ASSERT_EQ(Create(found, IID_IZelmorOp, op.Slot()), S_OK);
-        EXPECT_EQ(SUCCEEDED(op->QueryInterface(IID_IZelmorOp2, bars.Slot())), takeBars.contains(keyword));
+        EXPECT_EQ(SUCCEEDED(op->QueryInterface(IID_IZelmorOp2, bars.Slot())), takeBars.at(Wide(id)));
         TextSlot formula = nullptr;
         ASSERT_EQ(op->GetFormula(&formula, nullptr), S_OK);
         EXPECT_NE(std::u16string(formula), u"");
         CoTaskMemFree(formula);
     }
-    EXPECT_EQ(keywords.size(), ClassCount);
+    EXPECT_EQ(keywords.size(), std::size(ClassId::All));
 }
 
 TEST_F(Registered, AnOperatorCalculates) {
@@ -139,6 +148,24 @@ TEST_F(Registered, AnOperatorCalculates) {
     double out = 0.0;
     for (const double close : {10.0, 11.0, 12.0, 14.5}) average->Calculate(1, &close, 1, &out);
     EXPECT_EQ(out, 12.5);
+}
+
+TEST_F(Registered, AClassDescribesItself) {
+    ComPtr<IClassFactory> factory;
+    ComPtr<IZelmorClassInfo> info;
+    ASSERT_EQ(CoGetClassObject(ClassId::SimAvgOp, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory, factory.Slot()),
+              S_OK);
+    ASSERT_EQ(factory->QueryInterface(IID_IZelmorClassInfo, info.Slot()), S_OK);
+    TextSlot text = nullptr;
+    ushort count = 0;
+    double least = 0.0, greatest = 0.0;
+    EXPECT_EQ(info->GetArgumentCount(&count), S_OK);
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(info->GetArgumentRange(1, &least, &greatest), S_OK);
+    EXPECT_EQ(least, 1.0);
+    ASSERT_EQ(info->GetArgumentName(2, &text), S_OK);
+    EXPECT_EQ(std::u16string(text), u"minBars");
+    CoTaskMemFree(text);
 }
 
 TEST_F(Registered, EveryClassButOneIsAggregated) {
@@ -253,21 +280,51 @@ TEST_F(Registered, TheTypeLibraryListsTheClasses) {
     SysFreeString(help);
 
     const auto classes = CoClasses(*library.Get());
-    ASSERT_EQ(classes.size(), ClassCount);
-    EXPECT_EQ(classes.front().first, L"SimAvgOp");
-    EXPECT_EQ(classes[12].first, L"KasePermStochOp");
-    EXPECT_EQ(classes.back().first, L"ExHullAvgOp");
+    ASSERT_EQ(classes.size(), std::size(ClassId::All));
+    EXPECT_EQ(classes.front().name, L"SimAvgOp");
+    EXPECT_EQ(classes[12].name, L"KasePermStochOp");
+    EXPECT_EQ(classes.back().name, L"ExHullAvgOp");
+}
+
+// An interface as the type library beside the module describes it.
+ComPtr<ITypeInfo> InterfaceInfo(const GUID& iid) {
+    const std::filesystem::path module = Value(L"CLSID\\" + Wide(ClassId::SimAvgOp) + L"\\InprocServer32");
+    const std::wstring path = module.parent_path().append(L"zelmorop.tlb");
+    ComPtr<ITypeLib> library;
+    ComPtr<ITypeInfo> info;
+    EXPECT_EQ(LoadTypeLib(path.c_str(), reinterpret_cast<ITypeLib**>(library.Slot())), S_OK);
+    if (!library) return info;
+    EXPECT_EQ(library->GetTypeInfoOfGuid(iid, reinterpret_cast<ITypeInfo**>(info.Slot())), S_OK);
+    return info;
+}
+
+// Clients of other languages call the methods by their places in the type library, the module by those of the header.
+TEST_F(Registered, TheTypeLibraryListsTheMethodsOfClassInfo) {
+    const ComPtr<ITypeInfo> info = InterfaceInfo(IID_IZelmorClassInfo);
+    ASSERT_TRUE(info);
+    const wchar_t* const methods[] = {
+        L"GetKeyword",       L"GetName",         L"GetSentence",        L"GetArgumentCount",
+        L"GetArgumentName",  L"GetArgumentKind", L"GetArgumentMeaning", L"GetArgumentDefault",
+        L"GetArgumentRange", L"GetArgumentUse",  L"GetWordCount",       L"GetWord",
+        L"GetOutputCount",   L"GetOutputName",   L"GetOutputMeaning",   L"GetOutputDrawing"};
+    UINT place = 0;
+    for (const wchar_t* const method : methods) {
+        FUNCDESC* described = nullptr;
+        BSTR name = nullptr;
+        ASSERT_EQ(info->GetFuncDesc(place, &described), S_OK);
+        EXPECT_EQ(info->GetDocumentation(described->memid, &name, nullptr, nullptr, nullptr), S_OK);
+        EXPECT_STREQ(name, method);
+        EXPECT_EQ(described->oVft, static_cast<short>((3 + place) * sizeof(void*)));
+        SysFreeString(name);
+        info->ReleaseFuncDesc(described);
+        ++place;
+    }
 }
 
 // Importers turn these types into their own: a text must not look like an address of numbers.
 TEST_F(Registered, TheTypeLibraryOfTheInterfacesHoldsTexts) {
-    const std::filesystem::path module = Value(L"CLSID\\" + Wide(ClassId::SimAvgOp) + L"\\InprocServer32");
-    ComPtr<ITypeLib> library;
-    ComPtr<ITypeInfo> info;
-    ASSERT_EQ(
-        LoadTypeLib(module.parent_path().append(L"zelmorop.tlb").c_str(), reinterpret_cast<ITypeLib**>(library.Slot())),
-        S_OK);
-    ASSERT_EQ(library->GetTypeInfoOfGuid(IID_IZelmorOp, reinterpret_cast<ITypeInfo**>(info.Slot())), S_OK);
+    const ComPtr<ITypeInfo> info = InterfaceInfo(IID_IZelmorOp);
+    ASSERT_TRUE(info);
     MEMBERID setParameter = 0;
     wchar_t name[] = L"SetParameter";
     wchar_t* names = name;
@@ -310,8 +367,8 @@ TEST(Removed, OnlyTheTypeLibraryStays) {
     const ComPtr<ITypeLib> library = RegisteredTypeLibrary();
     ASSERT_TRUE(library);
     const auto classes = CoClasses(*library.Get());
-    ASSERT_EQ(classes.size(), ClassCount);
-    for (const auto& [name, id] : classes) {
+    ASSERT_EQ(classes.size(), std::size(ClassId::All));
+    for (const auto& [name, id, takesBars] : classes) {
         for (const std::wstring& key : {L"CLSID\\" + Wide(id), name + L"." + name, name + L"." + name + L".1"})
             EXPECT_FALSE(Exists(key)) << std::string(key.begin(), key.end());
     }

@@ -9,6 +9,7 @@
 #include "sarvane/com_ptr.h"
 #include "sarvane/operator.h"
 #include "server/class_table.h"
+#include "support/random_bars.h"
 
 #include <bit>
 #include <charconv>
@@ -53,8 +54,6 @@ std::size_t FieldOf(IZelmorOp& op, short input) {
     return type == u"BAR_TYPE_OPEN" ? 0 : type == u"BAR_TYPE_HIGH" ? 1 : type == u"BAR_TYPE_LOW" ? 2 : 3;
 }
 
-using Arguments = std::vector<const char16_t*>;  // from argument 1 on
-
 void WriteLine(std::FILE* file, const char* name, const std::vector<double>& values) {
     std::fputs(name, file);
     for (const double value : values)
@@ -63,14 +62,17 @@ void WriteLine(std::FILE* file, const char* name, const std::vector<double>& val
 }
 
 // A run over all bars, with a gap here and there, and with a step back now and then.
-void WriteRun(std::FILE* file, const ClassEntry& entry, const Arguments& arguments, const std::vector<Bar>& bars) {
+void WriteRun(std::FILE* file, const ClassEntry& entry, const std::string& arguments, const std::vector<Bar>& bars) {
     ComPtr<IZelmorOp> op;
     ComPtr<IZelmorOp2> barOp;
     if (FAILED(entry.create(nullptr, IID_IZelmorOp, op.Slot()))) std::abort();
     op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
+    std::istringstream words(arguments);
+    std::string word;
+    for (short index = 1; words >> word; ++index) {
+        if (word == "-") continue;
         TextSlot error = nullptr;
-        op->SetParameter(static_cast<short>(i + 1), arguments[i], &error);
+        op->SetParameter(index, std::u16string(word.begin(), word.end()).c_str(), &error);
         CoTaskMemFree(error);
     }
     ushort inputs = 0, outputs = 0;
@@ -142,14 +144,9 @@ int Write(const char* barFile, const char* path) {
     const std::vector<Bar> bars = ReadBars(barFile);
     std::FILE* const file = std::fopen(path, "wb");
     if (bars.empty() || !file) return 1;
-    const Arguments settings[] = {{},
-                                  {u"5"},
-                                  {u"14", u"3"},
-                                  {u"10", u"5", u"3"},
-                                  {u"0.1", u"0.3", u"0.2"},
-                                  {u"21", u"8", u"5", u"3", u"2", u"1"}};
     for (const ClassEntry& entry : ClassTable()) {
-        for (const Arguments& arguments : settings) WriteRun(file, entry, arguments, bars);
+        RandomBars random(1);
+        for (int i = 0; i < 6; ++i) WriteRun(file, entry, i > 0 ? RandomArguments(random, *entry.about) : "", bars);
     }
     WriteTexts(file);
     WriteFormats(file);
