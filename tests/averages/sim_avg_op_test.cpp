@@ -1,3 +1,4 @@
+#include "support/operator_driver.h"
 #include "support/random_bars.h"
 
 #include <cmath>
