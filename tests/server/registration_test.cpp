@@ -4,6 +4,7 @@
 #include "support/operator_driver.h"
 #include "support/registry.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace sarvane::test {
@@ -25,6 +26,7 @@ TEST_F(Registration, EntersEveryClass) {
     EXPECT_EQ(Value(key + "\\ProgID"), "SimAvgOp.SimAvgOp.1");
     EXPECT_EQ(Value(key + "\\VersionIndependentProgID"), "SimAvgOp.SimAvgOp");
     EXPECT_EQ(Wide(Value(key + "\\InprocServer32")), ModulePath());
+    EXPECT_TRUE(std::filesystem::exists(ModulePath()));
     EXPECT_EQ(Value(key + "\\InprocServer32", "ThreadingModel"), "Apartment");
     EXPECT_EQ(Subkeys(key + "\\Implemented Categories"), Category + ";");
     EXPECT_EQ(Value(key + "\\Keyword"), "Sim");
