@@ -71,7 +71,7 @@ TEST_F(Registration, RefusesWhatIsNoScript) {
 
 // However deep the keys of a script lie, the stack suffices.
 TEST_F(Registration, RefusesKeysThatLieTooDeep) {
-    for (const int depth : {50, 1'000'000}) {
+    for (const int depth : {50, 100'000}) {
         std::u16string script = u"HKCR { Deep ";
         for (int i = 0; i < depth; ++i) script += u"{ a ";
         for (int i = 0; i < depth; ++i) script += u"} ";
