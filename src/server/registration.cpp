@@ -88,6 +88,8 @@ std::vector<Word> SplitWords(std::u16string_view script) {
     }
 }
 
+constexpr int GreatestDepth = 100;  // of keys one inside the other, far from the end of any stack
+
 // Turns words into keys, which refer to the words' texts. A false result means that they are no script.
 class ScriptReader {
 public:
@@ -97,9 +99,11 @@ public:
 
 private:
     bool ReadBlock(ScriptKey& parent) {
+        if (++depth > GreatestDepth) return false;
         while (!Take(u"}")) {
             if (!(Take(u"val") ? ReadValue(parent) : ReadKey(parent.keys.emplace_back()))) return false;
         }
+        --depth;
         return true;
     }
     bool ReadValue(ScriptKey& parent) {
@@ -110,7 +114,7 @@ private:
         key.forceRemove = Take(u"ForceRemove");
         key.noRemove = Take(u"NoRemove");
         std::u16string_view name;
-        if (!TakeName(name)) return false;
+        if (!TakeName(name) || !IsKeyName(name)) return false;
         key.name = name;
         if (Take(u"=") && !(Take(u"s") && TakeName(key.text.emplace()))) return false;
         return !Take(u"{") || ReadBlock(key);
@@ -127,8 +131,16 @@ private:
         return true;
     }
 
+    // One step of a path. The platform would take an empty name, or one that ends early, for the key above: to remove
+    // that would remove all of it.
+    static bool IsKeyName(std::u16string_view name) {
+        constexpr std::u16string_view NotInNames(u"\\\0", 2);
+        return !name.empty() && name.find_first_of(NotInNames) == std::u16string_view::npos;
+    }
+
     const std::vector<Word>& words;
     std::size_t next = 0;
+    int depth = 0;
 };
 
 HRESULT RegisterKeys(const std::vector<ScriptKey>& keys, const std::u16string& parent) {

@@ -1,5 +1,5 @@
 // Compares the frame's numbers and texts with those of this platform's C library. The C libraries of other platforms
-// differ in last digits; there same_numbers.cpp compares with the numbers of this platform instead.
+// differ in last digits; there same_bits.cpp compares with the fingerprints of this platform instead.
 
 #include "frame/numbers.h"
 #include "frame/text.h"

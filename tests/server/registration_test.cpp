@@ -63,10 +63,23 @@ TEST_F(Registration, ForceRemoveClearsWhatStoodThere) {
 }
 
 TEST_F(Registration, RefusesWhatIsNoScript) {
-    for (const std::u16string_view text : {u"", u"HKLM { }", u"HKCR { Bad", u"HKCR { Bad = s }", u"HKCR { Bad = 'x' }",
-                                           u"HKCR { Bad } }", u"HKCR { Bad { val = s 'x' } }", u"HKCR { Bad = s 'x"}) {
+    for (const std::u16string_view text :
+         {u"", u"HKLM { }", u"HKCR { Bad", u"HKCR { Bad = s }", u"HKCR { Bad = 'x' }", u"HKCR { Bad } }",
+          u"HKCR { Bad { val = s 'x' } }", u"HKCR { Bad = s 'x", u"HKCR { Bad '' }", u"HKCR { Bad 'Key\\Below' }"}) {
         EXPECT_EQ(RunScript(text, u"", Direction::Register), E_FAIL);
         EXPECT_EQ(Value("Bad"), "none");
+    }
+}
+
+// However deep the keys of a script lie, the stack suffices.
+TEST_F(Registration, RefusesKeysThatLieTooDeep) {
+    for (const int depth : {50, 100'000}) {
+        std::u16string script = u"HKCR { Deep ";
+        for (int i = 0; i < depth; ++i) script += u"{ a ";
+        for (int i = 0; i < depth; ++i) script += u"} ";
+        EXPECT_EQ(RunScript(script + u"}", u"", Direction::Register), depth == 50 ? S_OK : E_FAIL);
+        EXPECT_EQ(Subkeys("Deep"), depth == 50 ? "a;" : "");
+        RunScript(u"HKCR { Deep }", u"", Direction::Remove);
     }
 }
 
