@@ -14,6 +14,7 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <memory>
@@ -80,12 +81,22 @@ std::unique_ptr<OutputFile> OpenOutput(const std::string& path, const Options& o
     return std::make_unique<OutputFile>(PathOf(path), taken);
 }
 
+void TellAll(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) Tell(line);
+}
+
+void FinishTable(const CsvTable& file, OutputFile& output, const std::string& name) {
+    output.Close();
+    if (file.NotFinite() > 0)
+        Tell(fmt::format("{}: values that are infinite or no number, written as gaps: {}", name, file.NotFinite()));
+}
+
 void Run(const Options& options) {
     const Library library(PathOf(options.library));
     const BarFile bars = ReadBars(options);
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, options.allOutputs);
-    for (const std::string& warning : study.Warnings()) Tell(warning);
+    TellAll(study.Warnings());
 
     const std::size_t count = bars.BarCount();
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
@@ -105,11 +116,10 @@ void Run(const Options& options) {
         if (file) file->WriteBar(bars.Date(bar), study);
         if (!file && OutputReaderIsGone()) return;
     }
-    if (!file) return;
-    output->Close();
-    if (file->NotFinite() > 0)
-        Tell(fmt::format("{}: values that are infinite or no number, written as gaps: {}", options.output,
-                         file->NotFinite()));
+    progress.Hide();
+    if (file) FinishTable(*file, *output, options.output);
+    FlushOutput();
+    TellAll(study.EmptyColumns());
 }
 
 void RunLive(const Options& options) {
@@ -142,6 +152,18 @@ CLI::Validator AtLeast(long long least) {
     return {check, ""};
 }
 
+// For options that take a number above 0.
+CLI::Validator AboveZero() {
+    const auto check = [](const std::string& text) {
+        double number = 0.0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        const bool fits =
+            error == std::errc() && end == text.data() + text.size() && number > 0.0 && std::isfinite(number);
+        return fits ? "" : fmt::format("{} is no number above 0", text);
+    };
+    return {check, ""};
+}
+
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
     command.add_option("--history", settings.history, "bars that operators keep where no argument says how many")
         ->check(AtLeast(1))
@@ -153,7 +175,8 @@ void AddRunSettings(CLI::App& command, Options& options) {
     command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->required();
     command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
     command.add_flag("--hold", options.settings.hold, "bar arithmetic repeats missing inputs");
-    command.add_option("--price-step", options.settings.priceStep, "the step that stops are rounded to");
+    command.add_option("--price-step", options.settings.priceStep, "the step that stops are rounded to, above 0")
+        ->check(AboveZero());
     AddOperatorSettings(command, options.settings.operators);
 }
 
@@ -167,6 +190,7 @@ void DrawOne(const Options& options) {
     const BarFile bars = ReadBars(options);
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, true);
+    TellAll(study.Warnings());
     const auto pageFile = OpenOutput(options.output, options, options.picture);
     const auto pictureFile = OpenOutput(options.picture, options, options.output);
     const ChartPage page = DrawChart(bars, study, {options.theme, options.last});

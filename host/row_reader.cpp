@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace sarvane::study {
 namespace {
@@ -59,8 +60,7 @@ bool RowReader::Next() {
 
 // Lines end with a newline, a carriage return, or both.
 std::optional<std::string_view> RowReader::NextLine() {
-    if (afterReturn && begin < text.size() && text[begin] == '\n') ++begin;
-    if (begin < text.size()) afterReturn = false;
+    if (begin < text.size()) begin += std::exchange(afterReturn, false) && text[begin] == '\n';
     const std::string_view rest = std::string_view(text).substr(begin);
     const std::size_t length = rest.find_first_of("\r\n");
     if (length == std::string_view::npos && rest.size() > LongestLine) {

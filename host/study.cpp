@@ -24,16 +24,34 @@ std::vector<std::string> Study::Warnings() const {
     return lines;
 }
 
+std::vector<std::string> Study::EmptyColumns() const {
+    std::vector<std::string> lines;
+    const std::size_t count = bars.BarCount();
+    for (std::size_t i = 0; i < results.size() && count > 0; ++i) {
+        if (hasValue[i]) continue;
+        const std::string reason =
+            results[i].lookback > count
+                ? fmt::format(": it needs {} bars of history, and there are {}", results[i].lookback, count)
+                : std::string(" on any bar");
+        lines.push_back(fmt::format("{} has no value{}", results[i].title, reason));
+    }
+    return lines;
+}
+
 void Study::Reset() {
     Graph& graph = compiler.Compiled().graph;
     if (settings.priceStep) graph.SetPriceStep(*settings.priceStep);
     const int lastBar = settings.live ? 0 : static_cast<int>(bars.BarCount()) - 1;
     Checked(graph.Reset({lastBar, settings.hold}));
+    hasValue.assign(results.size(), false);
 }
 
 void Study::Step(std::size_t bar) {
     for (std::size_t column = 0; column < row.size(); ++column) row[column] = bars.Value(column, bar);
     Checked(compiler.Compiled().graph.Step(row.data(), settings.live ? 0 : static_cast<int>(bar)));
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (!IsUndefined(*results[i].value)) hasValue[i] = true;
+    }
 }
 
 void Study::Save(short slot) {

@@ -37,8 +37,10 @@ public:
     std::size_t Lookback() const { return compiler.Compiled().lookback; }
     // Keywords of the operators that can only take the last bar back.
     const std::vector<std::string>& WithoutSnapshots() const { return compiler.Compiled().graph.WithoutSnapshots(); }
-    // What is no error and yet worth a word, each in a line.
+    // What is no error and yet worth a word, each in a line: arguments that their operator does not take as they stand.
     std::vector<std::string> Warnings() const;
+    // The same of a whole run: columns that had a value on none of its bars, and why that may be.
+    std::vector<std::string> EmptyColumns() const;
 
     void Reset();
     void Step(std::size_t bar);
@@ -55,6 +57,7 @@ private:
     std::vector<std::string> expressions;
     std::vector<double> row;  // the file's columns on the present bar
     std::vector<Result> results;
+    std::vector<bool> hasValue;  // of each result, on some bar since the reset
 };
 
 }  // namespace sarvane::study

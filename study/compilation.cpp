@@ -139,13 +139,13 @@ std::optional<Problem> Compiler::AddResults(Operand operand, const std::string& 
     if (allOutputs && operand.outputs.size() > 1) {
         for (const NamedOutput& output : operand.outputs) {
             compilation->results.push_back({title + "." + output.name, output.place, number, output.name, operand.text,
-                                            output.meaning, IsLabelName(output.name), output.inPriceUnits,
-                                            output.unitKind, output.drawing});
+                                            output.meaning, operand.lookback, IsLabelName(output.name),
+                                            output.inPriceUnits, output.unitKind, output.drawing});
         }
     } else {
         if (operand.value == NoPlace) return Fault(statement.span, "the data has no column \"close\"", source);
-        compilation->results.push_back({title, operand.value, number, "", operand.text, "", operand.isLabel,
-                                        operand.inPriceUnits, operand.unitKind, operand.drawing});
+        compilation->results.push_back({title, operand.value, number, "", operand.text, "", operand.lookback,
+                                        operand.isLabel, operand.inPriceUnits, operand.unitKind, operand.drawing});
     }
     compilation->expressions.push_back(std::move(operand));
     return std::nullopt;

@@ -44,6 +44,7 @@ struct ResultColumn {
     std::string output;          // its name, where the expression has several
     std::string formula;         // the expression in the words of its operators
     std::string meaning;
+    std::size_t lookback = 0;  // bars, through all operators behind the column
     bool isLabel = false;
     bool inPriceUnits = false;
     int unitKind = 3;

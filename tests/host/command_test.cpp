@@ -141,6 +141,25 @@ TEST(Command, EscapesControlCharactersOfFiles) {
     }
 }
 
+TEST(Command, SaysWhyAColumnHasNoValue) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"\"Sim(Close, -5)\"", "study: Sim: `period` must be at least 1, but is -5\n"},
+        {"\"Sim(Close, 6000)\"",
+         "study: Sim(Close, 6000) has no value: it needs 6000 bars of history, and there are 5105\n"},
+        {"\"CGOscOp(Close)\"", "study: CGOscOp: `period` is missing; without it there is no result\n"},
+        {"\"Close / 0\"", "study: Close / 0 has no value on any bar\n"},
+    };
+    for (const auto& [expression, warning] : cases) {
+        const ProgramRun run = RunStudy("run " + Data + " --last 1 " + expression);
+        EXPECT_EQ(run.status, 0);
+        const std::size_t at = run.text.find(warning);
+        EXPECT_NE(at, std::string::npos) << run.text;
+        EXPECT_EQ(run.text.find(warning, at + 1), std::string::npos) << "once";
+    }
+    EXPECT_NE(RunStudy("run " + Data + " --price-step -1 Close").text.find("-1 is no number above 0"),
+              std::string::npos);
+}
+
 TEST(Command, ShowsANegativeZeroAsZero) {
     const TemporaryFile table("");
     const ProgramRun run =
