@@ -1,6 +1,7 @@
 // What a class factory tells of its class. It hands out the texts and numbers of the class's description.
 
 #include "frame/operator_contract.h"
+#include "platform/guarded_call.h"
 #include "server/class_factory.h"
 
 namespace sarvane {
@@ -12,7 +13,10 @@ auto Find(const List& list, short n) {
     return n >= 0 && static_cast<std::size_t>(n) < list.size() ? std::data(list) + n : nullptr;
 }
 
-HRESULT AnswerText(TextSlot* slot, std::string_view text) { return TextOut(slot, Widen(text)); }
+// A description stands in narrow characters.
+HRESULT AnswerText(TextSlot* slot, std::string_view text) {
+    return Guarded([&] { return TextOut(slot, Widen(text)); });
+}
 
 // Answers with what `answer` does with an entry of a list.
 template <class List, class Answering>

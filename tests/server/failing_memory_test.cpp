@@ -1,6 +1,7 @@
 // What a host finds when memory runs out: a status, and objects that go on once there is memory again. Each test is
 // repeated with the first, the second, the third... allocation failing until none is left to fail.
 
+#include "sarvane/class_info.h"
 #include "support/allocation_counter.h"
 #include "support/operator_driver.h"
 #include "support/random_bars.h"
@@ -266,6 +267,30 @@ TEST(FailingMemory, AFactoryIsThereTheNextTime) {
             }
             static_cast<IUnknown*>(object)->Release();
             EXPECT_EQ(DllCanUnloadNow(), S_OK);
+        });
+    }
+}
+
+TEST(FailingMemory, AFactoryDescribesItsClassTheNextTime) {
+    ComPtr<IZelmorClassInfo> info;
+    ASSERT_EQ(DllGetClassObject(ClassIdOf("VolStop"), IID_IZelmorClassInfo, info.Slot()), S_OK);
+    TextSlot text = nullptr, meaning = nullptr;
+    const std::function<HRESULT()> calls[] = {
+        [&] { return info->GetSentence(&text); },
+        [&] { return info->GetArgumentMeaning(6, &text); },
+        [&] { return info->GetWord(7, 0, &text, &meaning); },
+        [&] { return info->GetOutputName(0, &text); },
+    };
+    for (const auto& call : calls) {
+        ForEveryFailure([&](FailingAllocation& failure, std::size_t) {
+            text = meaning = nullptr;
+            if (failure.During(call) != S_OK) {
+                EXPECT_EQ(text, nullptr);
+                EXPECT_EQ(meaning, nullptr);
+                EXPECT_EQ(call(), S_OK);
+            }
+            CoTaskMemFree(text);
+            CoTaskMemFree(meaning);
         });
     }
 }
