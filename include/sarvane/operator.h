@@ -12,8 +12,8 @@
 // 3. asks for inputs and outputs, and for whatever else GetFormula to GetLookback tell. The number of inputs depends on
 //    the parameters. These methods change nothing and may be called at any later time, too;
 // 4. calls Reset, which starts a run;
-// 5. calls Calculate once for each bar, oldest bar first, with SaveState and RestoreState between any two bars. Step 4
-//    starts over. After SetParameter in the middle of a run, Reset is due before the next bar;
+// 5. calls Calculate once for each bar, oldest bar first, with SaveState and RestoreState between any two bars.
+//    Reset starts a new run at any time. It must be called if SetParameter was called since the last Reset;
 // 6. calls Release.
 // Ten classes also have IZelmorOp2. There, step 4 is ResetBar and step 5 CalculateBar.
 //
@@ -38,8 +38,8 @@
 //   whose last save failed. Nothing has changed.
 // - E_FAIL: from TimeAvgOp alone. SetParameter with a period (argument 2) that is no number or below 1. The run goes on
 //   with the period that it has; a run that is started later gives no output, until there is a valid period.
-// - E_OUTOFMEMORY: there is too little memory, or a parameter asks for a window longer than any can be, which is found
-//   out in a later call, too: as late as in Calculate. What holds then depends on the method:
+// - E_OUTOFMEMORY: there is too little memory, or a parameter asks for a window longer than any can be. An operator may
+//   notice that only in a later call, such as Calculate. What holds then depends on the method:
 //   - SetParameter: the parameter has its old value.
 //   - Reset, ResetBar, Calculate, CalculateBar, RestoreState: the running state is lost, and `out` holds anything. From
 //     then on every bar, every SaveState, and RestoreState of slot 0 answers E_OUTOFMEMORY, until a call of Reset
