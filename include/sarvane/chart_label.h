@@ -7,24 +7,25 @@
 
 namespace sarvane {
 
-// A label that an operator puts on a bar, through an output named "label1" to "label6". Its payload is `number`, with
-// or without a letter ahead of it, or else `text`.
+// A label that an operator puts on a bar, through an output named "label1" to "label6". It shows a number, a number
+// behind a letter, or a text.
 struct ChartLabel {
-    int curve = 0;      // which of the operator's labels, from 0 to 6
+    int curve = 0;      // number of the label among those of the operator, from 0 to 6
     int placement = 0;  // a small code for the host
     std::optional<int> number = {};
-    std::optional<std::string> text = {};  // 8-bit characters, of which 6 are kept
+    std::optional<std::string> text = {};  // in place of `number`; 8-bit characters, the first 6 count
     std::optional<char> prefix = {};       // a letter ahead of `number`
 };
 
-// A packed label fills the 8 bytes of a double, lowest byte first. Byte 0 holds `curve` + 1 in its low half, `placement`
-// in its high half, and one of the marks; the payload starts at byte 1, as characters or as a 32-bit number. All other
-// bytes are 0, and byte 7 always is: a label is a tiny positive double, never UndefinedValue or a NaN.
-inline constexpr std::uint32_t LabelNumberMark = 0x08;  // the payload is a number by itself
+// How a label is packed into the 8 bytes of a double, of which byte 0 is the lowest. Byte 0 holds `curve` + 1 in its
+// low half and `placement` in its high half, combined with one of the marks below or with none. What the label shows
+// starts at byte 1: a 32-bit number, or up to 6 characters. All other bytes are 0. Since byte 7 is always 0, a packed
+// label is a tiny positive double, never UndefinedValue or a NaN.
+inline constexpr std::uint32_t LabelNumberMark = 0x08;  // what is shown is a number without a letter
 inline constexpr std::uint32_t LabelPrefixMark = 0x40;  // the characters are a letter and a number
 inline constexpr int LabelCharacters = 6;
 
-// What a packed label says, whichever form it has. Nothing for a double that is no label.
+// The text that a packed label shows. Nothing for a double that is not a packed label.
 inline std::optional<std::string> LabelText(double packed) {
     const auto bits = std::bit_cast<std::uint64_t>(packed);
     const bool hasCurve = (bits & 0x07) != 0;

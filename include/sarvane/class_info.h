@@ -1,16 +1,18 @@
 #pragma once
 
-// What a class of operators tells of itself before an object exists: what it computes, which arguments it takes and what
-// its outputs mean. A host uses it to list operators, to check arguments by name and range, and to draw outputs well.
+// What a class tells of its operators before one exists: what they compute, which arguments they take, and what their
+// outputs mean. A host uses it to list operators, to check arguments by kind and range, and to choose how to draw
+// outputs.
 //
 // The class factory answers this interface beside IClassFactory:
 //
 //     ComPtr<IZelmorClassInfo> info;
 //     DllGetClassObject(ClassId::SimAvgOp, IID_IZelmorClassInfo, info.Slot());
 //
-// Every method returns a status: 0, E_POINTER for a null out slot, E_INVALIDARG for a number out of range,
-// E_OUTOFMEMORY. A failing call leaves its out slots as they were. Texts are NUL-terminated, 16 bits wide, in English,
-// and the caller frees them with CoTaskMemFree. Any thread may call.
+// Every method returns S_OK; E_POINTER if an out slot is null; E_INVALIDARG if the number of an argument, word or
+// output is out of range; or E_OUTOFMEMORY. A call that fails leaves its out slots as they were. Numbers count from 0.
+// Texts are in English, NUL-terminated, 16 bits a character; the caller frees them with CoTaskMemFree. All threads may
+// call at once.
 
 #include "sarvane/component.h"
 #include "sarvane/identifier.h"
@@ -23,10 +25,10 @@ inline constexpr GUID IID_IZelmorClassInfo = "8F2D6A10-3C57-4E0B-9B61-5A7C41D90E
 
 // What an argument of an expression is.
 enum class ArgumentKind : ushort {
-    Curve = 1,   // a value a bar
-    Bar = 2,     // whole bars, of which the operator reads the prices that GetInputBarType names
+    Curve = 1,   // one value for each bar
+    Bar = 2,     // whole bars; IZelmorOp::GetInputBarType names the prices that the operator reads
     Count = 3,   // a whole number
-    Number = 4,  // a number
+    Number = 4,  // any number, also one that is not whole
     Switch = 5,  // off for the text "0", on for any other
     Word = 6,    // one of the texts of GetWord
 };
@@ -34,16 +36,16 @@ enum class ArgumentKind : ushort {
 // How an argument is used: bits of GetArgumentUse.
 enum ArgumentUse : ushort {
     ArgumentIsOptional = 1,  // the operator gives results without it
-    ArgumentCanBeBound = 2,  // a curve may stand in its place, which is then read on every bar
+    ArgumentCanBeBound = 2,  // a curve may stand for it; the operator then reads it on every bar
 };
 
 // How an output is best drawn.
 enum class DrawnAs : ushort {
-    Line = 1,       // from value to value
-    Step = 2,       // level until the next value, as a stop or a count
-    Band = 3,       // a row of coloured cells, as a vote of -1, 0 or 1
+    Line = 1,       // a line from each value to the next
+    Step = 2,       // a level line up to the next value, as for a stop or a count
+    Band = 3,       // a row of coloured cells, as for a vote of -1, 0 or 1
     Histogram = 4,  // a column from zero to the value
-    Marker = 5,     // a mark or a text at its bar
+    Marker = 5,     // a mark or a text at the bar
 };
 
 struct IZelmorClassInfo : IUnknown {
@@ -54,19 +56,20 @@ struct IZelmorClassInfo : IUnknown {
     // What the operator computes, in one sentence without a full stop.
     virtual HRESULT STDMETHODCALLTYPE GetSentence(TextSlot* sentence) = 0;
 
-    // How many arguments the operator takes at most. They are numbered from 0, as in IZelmorOp::SetParameter.
+    // How many arguments the operator takes at most. They have the numbers that IZelmorOp::SetParameter takes.
     virtual HRESULT STDMETHODCALLTYPE GetArgumentCount(ushort* count) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetArgumentName(short argument, TextSlot* name) = 0;
-    // An ArgumentKind.
+    // `kind` is an ArgumentKind.
     virtual HRESULT STDMETHODCALLTYPE GetArgumentKind(short argument, ushort* kind) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetArgumentMeaning(short argument, TextSlot* meaning) = 0;
-    // The text that stands for an argument that is left out; empty if there is none.
+    // The text that an argument has if it is left out. Empty if there is no default.
     virtual HRESULT STDMETHODCALLTYPE GetArgumentDefault(short argument, TextSlot* text) = 0;
-    // The least and the greatest number that the operator takes as it stands; infinite where there is no limit.
+    // The least and the greatest number that the operator accepts without changing or refusing it; infinite where there
+    // is no limit.
     virtual HRESULT STDMETHODCALLTYPE GetArgumentRange(short argument, double* least, double* greatest) = 0;
-    // Bits of ArgumentUse.
+    // `use` is a combination of the bits of ArgumentUse.
     virtual HRESULT STDMETHODCALLTYPE GetArgumentUse(short argument, ushort* use) = 0;
-    // The texts that an argument is chosen from, and what each means. 0 for arguments of other kinds than Word.
+    // For an argument of the kind Word: the texts that it may be, and what each means. Other kinds have a count of 0.
     virtual HRESULT STDMETHODCALLTYPE GetWordCount(short argument, ushort* count) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetWord(short argument, short word, TextSlot* text, TextSlot* meaning) = 0;
 
@@ -74,7 +77,7 @@ struct IZelmorClassInfo : IUnknown {
     virtual HRESULT STDMETHODCALLTYPE GetOutputCount(ushort* count) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetOutputName(short output, TextSlot* name) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetOutputMeaning(short output, TextSlot* meaning) = 0;
-    // A DrawnAs.
+    // `drawing` is a DrawnAs.
     virtual HRESULT STDMETHODCALLTYPE GetOutputDrawing(short output, ushort* drawing) = 0;
 };
 

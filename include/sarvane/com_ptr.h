@@ -6,7 +6,7 @@
 
 namespace sarvane {
 
-// Holds one reference of an object.
+// Owns one reference of an object and releases it at the end of its life. It can be moved, but not copied.
 template <class Interface>
 class ComPtr {
 public:
@@ -25,7 +25,7 @@ public:
     void Reset() {
         if (object) std::exchange(object, nullptr)->Release();
     }
-    // The place where a call puts the object.
+    // The out slot for a call that hands out an object. Releases the object that is held first.
     void** Slot() {
         Reset();
         return reinterpret_cast<void**>(&object);

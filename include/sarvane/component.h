@@ -1,8 +1,8 @@
 #pragma once
 
 // The component platform: identifiers, status codes, the two base interfaces, task memory and the functions that the
-// module exports. On Windows these are the system's own, under the names used here. Elsewhere they are declared below;
-// layouts and calling order are those of the platform, so a host may as well declare them itself.
+// module exports. On Windows these are the system's own, under the names used here. Elsewhere they are declared below,
+// with the layouts and the order of methods that they have on Windows, so that a host may also declare them itself.
 
 #ifdef _WIN32
 
@@ -12,7 +12,8 @@
 #include <oleauto.h>
 #include <olectl.h>
 
-// Macros without a prefix, which names of ours would run into. NEAR and FAR expand to two of them.
+// These macros of the system's headers would replace names of our own. Other headers use NEAR and FAR, which expand to
+// `near` and `far`: they are defined again, as nothing.
 #undef NEAR
 #undef FAR
 #define NEAR
@@ -86,11 +87,13 @@ static_assert(sizeof(GUID) == 16);
 inline constexpr GUID IID_IUnknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 inline constexpr GUID IID_IClassFactory = {0x00000001, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-// Lifetime and discovery, common to all objects. An object that a call hands out carries one reference for the caller,
-// who gives it back with `Release`.
+// What all objects have: a reference count, and a way to ask for their interfaces. An object that a call hands out
+// carries one reference for the caller, who gives it back with `Release`. The last one destroys an operator; the module
+// keeps its factories.
 struct IUnknown {
-    // Puts the object's `iid` interface into `object`, or null and E_NOINTERFACE if it offers none. Other errors:
-    // E_POINTER for a null `object`, E_INVALIDARG for a caller in another language that hands over no `iid`.
+    // Puts the interface `iid` of the object into `object`, with one reference more. Errors: E_NOINTERFACE if the
+    // object has no such interface; `object` is then null. E_POINTER for a null `object`. E_INVALIDARG if a caller in
+    // another language passes null for `iid`.
     virtual HRESULT STDMETHODCALLTYPE QueryInterface(const GUID& iid, void** object) = 0;
     // Both return the new reference count, for diagnosis only.
     virtual ULONG STDMETHODCALLTYPE AddRef() = 0;
@@ -98,29 +101,35 @@ struct IUnknown {
 };
 
 struct IClassFactory : IUnknown {
-    // Makes an object of the factory's class. With an `outer` object it is aggregated, and `iid` must be IID_IUnknown.
-    // Errors: E_POINTER, E_INVALIDARG, CLASS_E_NOAGGREGATION, E_OUTOFMEMORY, E_NOINTERFACE.
+    // Makes an object of the factory's class and puts its interface `iid` into `object`. `outer` is null, or a host's
+    // object that the new one is to be a part of; `iid` must then be IID_IUnknown. Errors: CLASS_E_NOAGGREGATION if
+    // `iid` is another one then, or if the class can't be part of another object; E_OUTOFMEMORY; and those of
+    // QueryInterface.
     virtual HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, const GUID& iid, void** object) = 0;
-    // Keeps the module loaded while locked. Locks count.
+    // Locks the module, which DllCanUnloadNow then refuses to unload, or takes one lock back. Each lock needs its own
+    // unlock.
     virtual HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) = 0;
 };
 
-// None of these functions lets an exception out: when memory runs out, they answer E_OUTOFMEMORY.
+// None of these functions lets an exception out. They answer E_OUTOFMEMORY if memory runs out.
 extern "C" {
 
-// Gives the `iid` interface of the factory of class `classId`. Errors: E_POINTER, E_INVALIDARG for a missing id,
-// CLASS_E_CLASSNOTAVAILABLE, E_NOINTERFACE, E_OUTOFMEMORY, E_UNEXPECTED before the module is initialised.
+// Gives the interface `iid` of the factory for class `classId`: IClassFactory, or IZelmorClassInfo (class_info.h).
+// Errors: E_POINTER for a null `object`, E_INVALIDARG for a null id, CLASS_E_CLASSNOTAVAILABLE for an id that is no
+// class of this module, E_NOINTERFACE, E_OUTOFMEMORY, and E_UNEXPECTED before the module's static objects are set up or
+// after they are destroyed.
 SARVANE_EXPORT HRESULT DllGetClassObject(const GUID& classId, const GUID& iid, void** object);
 
-// S_OK when no object and no lock is left, else S_FALSE.
+// S_OK if the host holds no operator, no factory and no lock, else S_FALSE.
 SARVANE_EXPORT HRESULT DllCanUnloadNow();
 
-// Enter all classes into the registry and take them out again. After a failure some classes may be entered and others
-// not; both can be called again.
+// Enter all classes into the registry (registry.h), and remove them again. After a failure some classes may be entered
+// and others not; both can be called again.
 SARVANE_EXPORT HRESULT DllRegisterServer();
 SARVANE_EXPORT HRESULT DllUnregisterServer();
 
-// Memory that passes between library and host: who receives it frees it. Null when there is none left.
+// Allocate and free the memory of texts that pass from the library to the host. Who receives a text frees it.
+// CoTaskMemAlloc gives null if there is no memory left.
 SARVANE_EXPORT void* CoTaskMemAlloc(std::size_t bytes);
 SARVANE_EXPORT void CoTaskMemFree(void* memory);
 }

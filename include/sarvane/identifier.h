@@ -9,8 +9,8 @@
 
 namespace sarvane {
 
-// An identifier from its text with or without braces, as "{22A86291-1412-11D1-B172-0000C0D9BDE9}"; nothing for a text of
-// another form.
+// Reads an identifier from its text, such as "{22A86291-1412-11D1-B172-0000C0D9BDE9}", with or without the braces.
+// Nothing for a text of another form.
 template <class Character>
 constexpr std::optional<GUID> ParsedId(std::basic_string_view<Character> text) {
     if (text.size() == 38 && text.front() == '{' && text.back() == '}') text = text.substr(1, 36);
@@ -41,12 +41,12 @@ constexpr std::optional<GUID> ParsedId(std::basic_string_view<Character> text) {
     return id;
 }
 
-// The same for a literal, without braces: "22A86291-1412-11D1-B172-0000C0D9BDE9"_id. Another form does not compile.
+// An identifier from a literal: "22A86291-1412-11D1-B172-0000C0D9BDE9"_id. A literal of another form does not compile.
 consteval GUID operator""_id(const char* text, std::size_t length) {
     return ParsedId(std::string_view(text, length)).value();
 }
 
-// "{401BF948-A946-11D1-B1A9-0000C0D9BDE9}", the form that registry keys take.
+// The text of an identifier as the names of registry keys have it: "{401BF948-A946-11D1-B1A9-0000C0D9BDE9}".
 inline std::u16string BracedText(const GUID& id) {
     std::u16string text = u"{";
     const auto append = [&](std::uint32_t bits, int digits) {

@@ -4,8 +4,8 @@
 
 namespace sarvane {
 
-// Runs code that may throw on behalf of a host, which never sees an exception. Only missing memory and containers beyond
-// any length make this library throw, so one status stands for all exceptions.
+// Runs code that may throw, for a host that must never see an exception. This library throws only if memory runs out or
+// a container would exceed its greatest size, so E_OUTOFMEMORY stands for every exception.
 template <class Call>
 HRESULT Guarded(Call call) noexcept {
     try {

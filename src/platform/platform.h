@@ -1,6 +1,6 @@
 #pragma once
 
-// What the library takes from its platform beyond the public headers. Each platform has one source for it.
+// What the library needs from its platform beyond the public headers. Each platform has one source that implements it.
 
 #include "sarvane/component.h"
 
@@ -9,16 +9,16 @@
 
 namespace sarvane {
 
-// The place where registration is kept. Keys are named by their path below the root of class registrations.
+// The registry. Keys are named by their path below the root of class registrations, with backslashes.
 HRESULT CreateRegistryKey(std::u16string_view key);
 // Sets a named value, or with an empty name the key's default value.
 HRESULT WriteRegistryValue(std::u16string_view key, std::u16string_view name, std::u16string_view text);
-// Both succeed also where there is nothing to remove. A key goes with all below it.
+// Both succeed, too, if there is nothing to remove. A key is removed with everything below it.
 HRESULT RemoveRegistryValue(std::u16string_view key, std::u16string_view name);
 HRESULT RemoveRegistryKey(std::u16string_view key);
 
-// While it lives, other threads find the registry as it was before or as it will be after, where the platform can do
-// that.
+// Groups the registry's changes during its lifetime: other threads see none of them or all. Only the native registry
+// can do that; on Windows it has no effect.
 class RegistryTransaction {
 public:
     RegistryTransaction();
@@ -27,7 +27,7 @@ public:
     ~RegistryTransaction();
 };
 
-// Enters the module's type library.
+// Enters the module's type library into the registry.
 HRESULT RegisterTypeLibrary();
 
 // Where the module was loaded from.

@@ -29,13 +29,14 @@ RegistryKey& Root() {
     return root;
 }
 
-// Held by whoever reads or changes the registry, and by a transaction over all of its changes.
+// Locked by every function that reads or changes the registry. It is recursive, so that these functions can be called
+// within a transaction, which holds it during all of its changes.
 std::recursive_mutex& Access() {
     static std::recursive_mutex access;
     return access;
 }
 
-// Calls `step` with each name of a path in turn until that gives no key to go on from.
+// Follows a path from the root: `step` gives the key of a name below a key, or null. Returns the last key, or null.
 template <class Step>
 RegistryKey* Walk(std::u16string_view path, Step step) {
     RegistryKey* key = &Root();
@@ -94,7 +95,7 @@ HRESULT RemoveRegistryKey(std::u16string_view key) {
     return S_OK;
 }
 
-// There is no type library to load here, so its name and version are all there is to enter.
+// There is no type library to load on this platform: only its name and version are entered.
 HRESULT RegisterTypeLibrary() {
     return WriteRegistryValue(u"TypeLib\\" + BracedText(TypeLibraryId) + u"\\1.0", u"", u"sarvane 1.0 Type Library");
 }

@@ -12,7 +12,7 @@ namespace {
 
 std::wstring Wide(std::u16string_view text) { return {text.begin(), text.end()}; }
 
-// What is not there needs no removal.
+// Removing what does not exist succeeds.
 HRESULT RemovalStatus(LSTATUS error) { return error == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(error); }
 
 class OpenKey {
@@ -31,8 +31,8 @@ public:
     HKEY handle = nullptr;
 };
 
-// Whether a number that no double can hold is too large, not too small: whether its first digit that counts stands ahead
-// of the point once the exponent has moved that.
+// For a number that is out of the range of doubles: whether it is too large rather than too small. It is too large if
+// its first nonzero digit stands before the point, once the exponent has moved the point.
 bool IsHuge(std::string_view number, bool hex) {
     const std::size_t mark = std::min(number.find_first_of(hex ? "pP" : "eE"), number.size());
     const std::string_view digits = number.substr(0, mark);
@@ -70,11 +70,11 @@ HRESULT RemoveRegistryKey(std::u16string_view key) {
     return RemovalStatus(RegDeleteTreeW(HKEY_CLASSES_ROOT, Wide(key).c_str()));
 }
 
-// Each call reaches the system's registry by itself.
+// Each call changes the system's registry at once: there is nothing to group.
 RegistryTransaction::RegistryTransaction() = default;
 RegistryTransaction::~RegistryTransaction() = default;
 
-// The module's first resource of that kind.
+// Loading the module's path gives its first type library.
 HRESULT RegisterTypeLibrary() {
     std::wstring path = Wide(ModulePath());
     ITypeLib* library = nullptr;
@@ -97,8 +97,8 @@ std::u16string ModulePath() {
     }
 }
 
-// By `from_chars`: `strtod` takes the decimal point from the process's locale here, and the system's own may be wrong in
-// the last place and knows no hexadecimal digits.
+// Uses `from_chars`, since on this platform `strtod` takes the decimal point from the process's locale, and the C
+// library of the system may be wrong in the last place and can't read hexadecimal digits.
 double ReadDouble(const char* text, char** end) {
     std::string_view number = text;
     const bool minus = number.starts_with('-');
@@ -111,7 +111,7 @@ double ReadDouble(const char* text, char** end) {
     const auto format = hex ? std::chars_format::hex : std::chars_format::general;
     auto [stop, error] = std::from_chars(number.data(), number.data() + number.size(), size, format);
     if (error == std::errc::invalid_argument || number.find_first_of(hex ? "-iInN" : "-") == 0) {
-        // Where no digit follows "0x", the zero is the number.
+        // No number. If "0x" stands at the start with no digit after it, the number is the 0 ahead of the x.
         stop = hex ? unsignedText + 1 : text;
         size = 0.0;
     } else if (error == std::errc::result_out_of_range) {

@@ -8,7 +8,7 @@ namespace sarvane {
 
 inline std::u16string_view TextOrEmpty(const char16_t* text) { return text ? std::u16string_view(text) : u""; }
 
-// Hands a copy of `text` over to the caller, who frees it with CoTaskMemFree. E_POINTER without a slot; E_OUTOFMEMORY
+// Puts a copy of `text` into a host's slot; the host frees it with CoTaskMemFree. E_POINTER for a null slot. A failure
 // leaves the slot as it was.
 HRESULT TextOut(char16_t** slot, std::u16string_view text);
 

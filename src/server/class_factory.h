@@ -7,7 +7,7 @@
 
 namespace sarvane {
 
-// Makes the objects of one class, and tells what its description says.
+// Makes the objects of one class, and hands out its description through IZelmorClassInfo.
 class CComClassFactory : public IClassFactory, public IZelmorClassInfo {
 public:
     explicit CComClassFactory(const ClassEntry& classEntry) : entry(classEntry) {}
@@ -39,8 +39,10 @@ private:
     const ClassEntry& entry;
 };
 
-// A factory that is made once and kept. Hosts on several threads share it. Each reference of a host keeps the module
-// loaded, from before it counts until after it is gone; the reference of the cache doesn't.
+// A factory that is made once and kept in the module's cache. Several threads may use it at once, so its count is
+// atomic. Each reference of a host locks the module, so that DllCanUnloadNow refuses. The reference of the cache does
+// not. The order of the statements matters: the lock is taken before the count rises and given back after it has
+// fallen.
 template <class Factory>
 class CComObjectCached final : public Factory {
 public:

@@ -7,7 +7,7 @@
 namespace sarvane {
 namespace {
 
-// The entry of a list that a host asks for; null out of range.
+// Entry `n` of a list; null if there is no such entry.
 template <class List>
 auto Find(const List& list, short n) {
     return n >= 0 && static_cast<std::size_t>(n) < list.size() ? std::data(list) + n : nullptr;
@@ -18,7 +18,7 @@ HRESULT AnswerText(TextSlot* slot, std::string_view text) {
     return Guarded([&] { return TextOut(slot, Widen(text)); });
 }
 
-// Answers with what `answer` does with an entry of a list.
+// Calls `answer` with entry `n` of a list and returns its status. E_INVALIDARG if there is no such entry.
 template <class List, class Answering>
 HRESULT AnswerFrom(const List& list, short n, Answering answer) {
     const auto found = Find(list, n);

@@ -99,7 +99,7 @@ constexpr ClassEntry Table[] = {
     Class<CExHullAvgOp>(ClassId::ExHullAvgOp, "ExHullAvgOp", "ExHull", 144),
 };
 
-// The comparison that a platform brings may not work at compile time.
+// On Windows the system's comparison of GUIDs can't be used at compile time.
 constexpr bool IsSameId(const GUID& a, const GUID& b) {
     using Halves = std::array<std::uint64_t, 2>;
     return std::bit_cast<Halves>(a) == std::bit_cast<Halves>(b);
@@ -117,7 +117,7 @@ constexpr bool IsConsistent() {
 }
 static_assert(IsConsistent(), "every class has an id, a name, a keyword and a script id of its own");
 
-// Clients know the classes by ClassId::All.
+// Hosts go through ClassId::All to find all classes.
 constexpr bool IsListedForClients() {
     const auto isOf = [](const GUID& id, const ClassEntry& entry) { return IsSameId(id, entry.id); };
     return std::ranges::equal(ClassId::All, Table, isOf);

@@ -8,14 +8,14 @@
 
 namespace sarvane {
 
-// A class that the module offers. All its other names follow from `name`: the ProgIDs N.N and N.N.1, the description
-// "N Class", the C++ class CN.
+// A class that the module offers. With N for `name`, its ProgIDs are N.N and N.N.1, its text in the registry
+// is "N Class", and its C++ class is CN.
 struct ClassEntry {
     GUID id;
     const char* name;
-    const char* keyword;  // under which expressions know it
-    int scriptId;         // of its registration script among the module's resources
-    bool takesBars;       // offers IZelmorOp2, too
+    const char* keyword;  // calls the operator in an expression
+    int scriptId;         // number of its registration script among the resources of the Windows module
+    bool takesBars;       // has IZelmorOp2, too
     CreateFunction create;
     const Description* about;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
-// The forms in which an operator class becomes an object: each has the operator's body and an IUnknown of its own.
+// The object forms of an operator class: each is the operator together with an implementation of IUnknown. CComObject
+// stands alone; CComAggObject is made for a host's outer object, and contains a CComContainedObject.
 
 #include "platform/guarded_call.h"
 #include "sarvane/operator.h"
@@ -28,7 +29,7 @@ HRESULT QueryOperator(Operator& op, const GUID& iid, void** object) {
     return S_OK;
 }
 
-// One thread at a time calls an object, so a plain integer counts its references.
+// A plain integer is enough, since one thread at a time calls an object.
 class ReferenceCount {
 public:
     ULONG Add() { return ++count; }
@@ -44,8 +45,8 @@ private:
     ULONG count = 0;
 };
 
-// Held by every live object, as its first base: that goes last, after the operator's own memory is freed by code of this
-// module, which a host may unload as soon as nothing holds it.
+// Keeps the module loaded while an object lives. It is the first base of every object, so that its destructor runs
+// last: the operator's own destructor is code of this module, which a host may unload as soon as no lock is left.
 class ModuleLock {
 public:
     ModuleLock() { LockModule(); }
@@ -66,7 +67,8 @@ private:
     ReferenceCount references;
 };
 
-// The operator's body inside an aggregate: whoever holds one of its interfaces counts on the outer object.
+// The operator inside an aggregated object. Its IUnknown methods are those of the outer object, so that a reference of
+// one of its interfaces keeps the outer object alive.
 template <class Operator>
 class CComContainedObject final : public GuardedOperator<Operator> {
 public:
@@ -76,10 +78,10 @@ public:
     STDMETHODIMP_(ULONG) Release() override { return outer->Release(); }
 
 private:
-    IUnknown* outer;  // lives longer than what it aggregates, so no reference is held
+    IUnknown* outer;  // not counted: it outlives what it aggregates
 };
 
-// The aggregated form: an IUnknown for the outer object to hold.
+// The aggregated form. It is the IUnknown that the outer object holds; all other interfaces are those of `contained`.
 template <class Operator>
 class CComAggObject final : private ModuleLock, public IUnknown {
 public:
@@ -99,7 +101,7 @@ private:
     CComContainedObject<Operator> contained;
 };
 
-// Makes an object of a form and queries it; one that does not offer the interface goes again.
+// Makes an object of a form and hands out its interface `iid`. If it has no such interface it is deleted again.
 template <class Form, class... Outer>
 HRESULT CreateForm(const GUID& iid, void** object, Outer... outer) {
     return Guarded([&] {
@@ -110,9 +112,10 @@ HRESULT CreateForm(const GUID& iid, void** object, Outer... outer) {
     });
 }
 
-// Creation functions of a class, with and without an aggregated form. Both give an object with default parameters.
+// Makes an operator with default parameters. `outer` is null, or the outer object of an aggregate.
 using CreateFunction = HRESULT (*)(IUnknown* outer, const GUID& iid, void** object);
 
+// For a class that can't be aggregated.
 template <class Operator>
 HRESULT CreateAlone(IUnknown* outer, const GUID& iid, void** object) {
     if (!object) return E_POINTER;

@@ -1,4 +1,4 @@
-// The functions by which the module is reached.
+// The functions that the module exports.
 
 #include "platform/guarded_call.h"
 #include "platform/platform.h"
@@ -15,7 +15,7 @@ namespace {
 
 using CachedFactory = CComObjectCached<CComClassFactory>;
 
-// The factories made so far. They stay until the module goes.
+// The factories made so far. They are kept until the module is unloaded.
 class FactoryCache {
 public:
     FactoryCache() { initialised = true; }
@@ -38,7 +38,7 @@ private:
 
 FactoryCache cache;
 
-// Runs the scripts of all classes in their order until one fails.
+// Runs the scripts of all classes in the order of the class table. Stops at the first that fails.
 HRESULT RunAllScripts(Direction direction) {
     const RegistryTransaction transaction;
     const std::u16string modulePath = ModulePath();
@@ -75,7 +75,7 @@ HRESULT DllRegisterServer() {
     });
 }
 
-// Removes what can be removed; the type library stays.
+// A failure is not reported, and the classes after the failing one stay. So does the type library.
 HRESULT DllUnregisterServer() {
     return Guarded([] {
         RunAllScripts(Direction::Remove);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The layer between an operator and its object forms: it keeps exceptions inside the module, and decides what an object
-// may still be asked for after one.
+// The layer between an operator and its object forms. It turns exceptions into statuses, and refuses calls that an
+// exception has left without a valid state to work on.
 
 #include "platform/guarded_call.h"
 #include "sarvane/operator.h"
@@ -12,17 +12,18 @@
 
 namespace sarvane {
 
-// What both kinds of operators need. An exception in the middle of a bar, of a new run or of a restore leaves the running
-// state half changed: bars are refused from then on, until a new run or a restored snapshot has replaced all of it.
+// What operators with one and with both interfaces have in common. An exception in the middle of a bar, a reset or a
+// restore leaves the running state half changed. From then on bars are refused, until a reset or a restore has replaced
+// the whole state.
 template <class Operator>
 class GuardedState : public Operator {
 public:
-    // Operators read the text before they change anything, so a parameter keeps its value when that fails.
+    // Operators do what may throw before they change the parameter, so that it keeps its value after an exception.
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) noexcept override {
         return Guarded([&] { return Operator::SetParameter(index, value, error); });
     }
 
-    // A failed save leaves a slot that can't be restored, be it new or used before.
+    // After a failed save the slot can't be restored, whether it held a snapshot before or not.
     STDMETHODIMP SaveState(short slot) noexcept override {
         if constexpr (noexcept(this->Operator::SaveState(slot))) {
             return Operator::SaveState(slot);
@@ -46,7 +47,7 @@ public:
     }
 
 protected:
-    // Runs what replaces the running state.
+    // Runs a call that replaces the running state: a reset or a restore.
     template <class Call>
     HRESULT Renew(Call call) noexcept {
         const HRESULT status = Guarded(call);
@@ -55,14 +56,15 @@ protected:
         return status;
     }
 
-    // Runs one bar. All bars pay for what comes before it: two comparisons and a call.
+    // Runs one bar. Every bar pays for the checks ahead of it, so they are kept to two comparisons.
     template <class Bar>
     HRESULT TakeBar(const double* in, const double* out, Bar bar) noexcept {
         if constexpr (noexcept(bar())) {
             return in && out ? bar() : E_POINTER;
         } else {
             if (AddressOf(in) <= refusedUpTo || !out) return Refuse(in, out);
-            // In memory, since a register that outlives the call would have to be saved and restored.
+            // Volatile, so that the handler reads `this` from memory. Keeping it in a register during the call would
+            // cost every bar a save and a restore of that register.
             GuardedState* const volatile self = this;
             try {
                 return bar();
@@ -78,7 +80,8 @@ private:
 
     static std::uintptr_t AddressOf(const double* values) { return reinterpret_cast<std::uintptr_t>(values); }
 
-    // In most operators slot 0 is the running state itself, and saving or restoring it copies nothing.
+    // In most operators slot 0 is the running state itself, and saving or restoring it copies nothing. An operator with
+    // a member HasSnapshotZero treats slot 0 in a way of its own.
     static constexpr bool IsRunningState(short slot) {
         return slot == 0 && !requires { Operator::HasSnapshotZero; };
     }
@@ -93,13 +96,14 @@ private:
         return E_OUTOFMEMORY;
     }
 
-    // Bars whose inputs lie at or below this address are refused. One comparison so finds both arrays that are null and
-    // a running state that is unusable.
+    // Bars whose `in` array has this address or a lower one are refused. It is null while the running state is usable,
+    // and the highest address otherwise. Thus one comparison finds both a null array and an unusable state.
     std::uintptr_t refusedUpTo = Null;
     LostSnapshots lost;
 };
 
-// An operator that is driven by `Reset` and `Calculate`, or, with the second interface, by `ResetBar` and `CalculateBar`.
+// Guards the methods that run an operator: `Reset` and `Calculate`, or `ResetBar` and `CalculateBar` if it has the
+// second interface.
 template <class Operator, bool TakesBars = std::is_base_of_v<IZelmorOp2, Operator>>
 class GuardedOperator : public GuardedState<Operator> {
 public:

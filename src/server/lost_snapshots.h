@@ -5,10 +5,11 @@
 
 namespace sarvane {
 
-// Which snapshots of an object can't be restored, since the last attempt to save them failed.
+// Knows which snapshots of an object can't be restored because the last attempt to save them failed.
 class LostSnapshots {
 public:
-    // Must succeed before a save, so that its failure can be marked without memory.
+    // To be called before a save. It allocates what marking a failure takes: after a failed save there may be no
+    // memory.
     void MakeRoom(short slot);
     // A save to `slot` succeeded: that slot and all below it exist now.
     void Keep(short slot) noexcept;
@@ -17,10 +18,10 @@ public:
     bool Contains(short slot) const noexcept;
 
 private:
-    std::vector<bool> marks;   // by slot
+    std::vector<bool> marks;   // of each slot: it is lost
     std::size_t existing = 0;  // slots below it are known to exist
-    // Slots from `existing` on may exist in some parts of the operator and not in others: a save failed while it made
-    // them.
+    // A save failed while it made slots from `existing` on: the operator's own record may have them, and some of its
+    // inner steps not. All of them count as lost.
     bool growthFailed = false;
 };
 

@@ -2,8 +2,8 @@
 
 namespace sarvane {
 
-// What keeps the module loaded: live operators, factories in use and LockServer calls. Objects of several threads count
-// here, so this count is atomic, unlike their own.
+// Counts what keeps the module loaded: live operators, references of factories, and locks of LockServer. Operators on
+// different threads change this count at the same time, so it is atomic, unlike the reference count of an operator.
 void LockModule();
 void UnlockModule();
 bool IsModuleLocked();

@@ -4,8 +4,9 @@
 
 namespace sarvane {
 
-// Whether a caller in another language handed over no identifier. In C++ a reference never refers to nothing, and
-// compilers rely on that: only an address that was stored and read back can be compared with null.
+// Whether a caller in another language has passed a null pointer for an identifier. C++ compilers assume that a
+// reference is never null and remove a plain comparison. Reading the address back from a volatile variable prevents
+// that.
 inline bool IsNull(const GUID& id) {
     const GUID* const volatile address = &id;
     return !address;

@@ -73,7 +73,7 @@ struct Word {
     bool Is(std::u16string_view bare) const { return !quoted && text == bare; }
 };
 
-// Words stand between white space, quoted ones between apostrophes.
+// Splits a script at white space. A word in apostrophes may contain white space.
 std::vector<Word> SplitWords(std::u16string_view script) {
     constexpr std::u16string_view WhiteSpace = u" \t\r\n";
     std::vector<Word> words;
@@ -88,9 +88,10 @@ std::vector<Word> SplitWords(std::u16string_view script) {
     }
 }
 
-constexpr int GreatestDepth = 100;  // of keys one inside the other, far from the end of any stack
+constexpr int GreatestDepth = 100;  // of nested keys; reading recurses, and this is far from the end of any stack
 
-// Turns words into keys, which refer to the words' texts. A false result means that they are no script.
+// Turns the words of a script into keys, which refer to the words' texts. Its functions return false if the words are
+// not a script.
 class ScriptReader {
 public:
     explicit ScriptReader(const std::vector<Word>& script) : words(script) {}
@@ -131,8 +132,8 @@ private:
         return true;
     }
 
-    // One step of a path. The platform would take an empty name, or one that ends early, for the key above: to remove
-    // that would remove all of it.
+    // Whether a name is one step of a path. With an empty name, or one that a NUL cuts short, the platform could take
+    // the path for that of the key above, and removal would remove all of that key.
     static bool IsKeyName(std::u16string_view name) {
         constexpr std::u16string_view NotInNames(u"\\\0", 2);
         return !name.empty() && name.find_first_of(NotInNames) == std::u16string_view::npos;
@@ -180,7 +181,7 @@ std::u16string RegistrationScript(const ClassEntry& entry) {
 }
 
 HRESULT RunScript(std::u16string_view script, std::u16string_view modulePath, Direction direction) {
-    // Filled in word by word: a path may have white space and apostrophes.
+    // Replaced only after splitting, since the path may contain white space and apostrophes.
     std::vector<Word> words = SplitWords(script);
     for (Word& word : words) word.text = Replaced(word.text, u"%MODULE%", modulePath);
     ScriptKey root;

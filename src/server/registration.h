@@ -7,18 +7,18 @@
 
 namespace sarvane {
 
-// The registration script of a class. It still holds %MODULE% where the module's path goes.
+// The registration script of a class, with the placeholder %MODULE% for the module's path.
 std::u16string RegistrationScript(const ClassEntry& entry);
 
 enum class Direction { Register, Remove };
 
-// Runs a script against the platform's registry, with %MODULE% replaced by `modulePath`. E_FAIL for a text that is no
-// script, before anything is done; otherwise the status of the first step that failed.
+// Runs a script against the platform's registry, with %MODULE% replaced by `modulePath`. E_FAIL if the text is not
+// a script; nothing is done then. Otherwise the status of the first step that failed, or S_OK.
 //
 // Script language: "HKCR" opens the root of class registrations, braces nest keys, `Key = s 'text'` gives a key's
-// default value, and `val Name = s 'text'` a named one. `ForceRemove` ahead of a key removes it with all below it
-// before it is created. Towards removal keys go with all below them, but for a key with `NoRemove`, where only what
-// the script has below it is handled.
+// default value, and `val Name = s 'text'` a named one. Registering a key with `ForceRemove` ahead of it first removes
+// the old key with everything below it. On removal a key is deleted with everything below it. A `NoRemove` key stays,
+// and only the keys and values that the script lists below it are removed.
 HRESULT RunScript(std::u16string_view script, std::u16string_view modulePath, Direction direction);
 
 }  // namespace sarvane
