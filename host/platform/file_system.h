@@ -14,7 +14,10 @@ struct FileState {
     std::int64_t modified;  // in nanoseconds since some moment
     bool isRegular;
 
-    bool IsSameFile(const FileState& other) const { return device == other.device && file == other.file; }
+    // Never true for what has no identity, such as a device or a pipe on Windows: both numbers are 0 there.
+    bool IsSameFile(const FileState& other) const {
+        return device == other.device && file == other.file && (device != 0 || file != 0);
+    }
     bool operator==(const FileState&) const = default;
 };
 

@@ -27,14 +27,16 @@ int ErrorNumber(DWORD error) {
 std::int64_t Combined(DWORD high, DWORD low) { return static_cast<std::int64_t>(high) << 32 | low; }
 
 std::optional<FileState> StateOfHandle(HANDLE handle) {
+    if (const DWORD type = GetFileType(handle); type != FILE_TYPE_DISK && type != FILE_TYPE_UNKNOWN) {
+        return FileState{};  // a device or a pipe, of which nothing else can be told
+    }
     BY_HANDLE_FILE_INFORMATION information = {};
     if (!GetFileInformationByHandle(handle, &information)) {
         errno = ErrorNumber(GetLastError());
         return std::nullopt;
     }
     constexpr std::int64_t Tick = 100;  // nanoseconds
-    const bool isRegular =
-        GetFileType(handle) == FILE_TYPE_DISK && !(information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
+    const bool isRegular = !(information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
     return FileState{information.dwVolumeSerialNumber,
                      static_cast<std::uint64_t>(Combined(information.nFileIndexHigh, information.nFileIndexLow)),
                      Combined(information.nFileSizeHigh, information.nFileSizeLow),
