@@ -139,7 +139,7 @@ std::pair<const OperatorClass&, Description> DescribeWith(const Library& library
         if (arguments[i].empty()) continue;
         const ArgumentInfo& argument = operatorClass.arguments[i + 1];
         std::string error = library.SetArgument(*op.Get(), static_cast<int>(i) + 1, arguments[i]);
-        if (error.empty() && !MayBe(argument, arguments[i])) error = "must be " + ArgumentRange(argument);
+        if (error.empty() && !MayBe(argument, arguments[i])) error = "must be a " + ArgumentRange(argument);
         if (!error.empty()) Fail("{}: `{}`, {}: {}", operatorClass.keyword, argument.name, Quoted(arguments[i]), error);
     }
     return {operatorClass, Describe(library, *op.Get())};
