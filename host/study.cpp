@@ -9,13 +9,14 @@ Study::Study(const Library& library, const BarFile& file, RunSettings how)
       row(file.Columns().size(), UndefinedValue) {}
 
 void Study::Add(const std::string& expression, bool allOutputs) {
-    expressions.push_back(expression);
-    if (const auto problem = compiler.Add(expression, {settings.operators, allOutputs})) FailWith(*problem, expression);
+    const auto problem = compiler.Add(expression, {settings.operators, allOutputs});
+    // New nodes may have moved all values, even where the expression could not be compiled.
     const Compilation& compiled = compiler.Compiled();
     results.clear();
     for (const ResultColumn& column : compiled.results) {
         results.push_back({column, compiled.graph.Values() + column.place});
     }
+    if (problem) FailWith(*problem, expression);
 }
 
 std::vector<std::string> Study::Warnings() const {

@@ -54,7 +54,6 @@ private:
     const BarFile& bars;
     RunSettings settings;
     Compiler compiler;
-    std::vector<std::string> expressions;
     std::vector<double> row;  // the file's columns on the present bar
     std::vector<Result> results;
     std::vector<bool> hasValue;  // of each result, on some bar since the reset

@@ -1,6 +1,7 @@
 #include "compiled_operator.h"
 
 #include "language/parser.h"
+#include "platform/guarded_call.h"
 
 #include <algorithm>
 
@@ -19,16 +20,6 @@ HRESULT Answer(Slot* slot, Value value) {
     if (!slot) return E_POINTER;
     *slot = static_cast<Slot>(value);
     return S_OK;
-}
-
-// What lies inside an expression may run out of memory; a host sees a status.
-template <class Call>
-HRESULT Guarded(Call call) noexcept {
-    try {
-        return call();
-    } catch (...) {
-        return E_OUTOFMEMORY;
-    }
 }
 
 }  // namespace
