@@ -108,7 +108,7 @@ std::optional<Problem> Compiler::Add(const std::string& text, const CompileSetti
     Scope scope;
     scope.source = source.get();
     scope.settings = settings.operators;
-    Outcome<Operand> bound = binder.Bind(ValueOf(last), scope);
+    Outcome<Operand> bound = binder.BindWhole(ValueOf(last), scope);
     if (!bound) return bound.Fault();
     const std::string written = text.substr(last.span.begin, last.span.end - last.span.begin);
     auto problem =

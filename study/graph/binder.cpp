@@ -43,6 +43,7 @@ constexpr LanguageFunction Functions[] = {
     {"cross", 2, 2, "cross(a, b)"},
     {"defined", 1, 1, "defined(x)"},
     {"fill", 1, 2, "fill(x) or fill(x, other)"},
+    {"prev", 1, 1, "prev(start)"},
 };
 
 const LanguageFunction* FindLanguageFunction(std::string_view name) {
@@ -165,6 +166,25 @@ struct Binder::CallArguments {
 
 // ---- Any part
 
+// A value that is made of its own last value is a plain one.
+Outcome<Operand> Binder::BindWhole(const Expression& expression, const Scope& scope) {
+    const bool couldLoop = std::exchange(scope.mayLoop, true);
+    const Place outer = std::exchange(scope.memory, NoPlace);
+    Outcome<Operand> bound = Bind(expression, scope);
+    const Place memory = std::exchange(scope.memory, outer);
+    scope.mayLoop = couldLoop;
+    if (!bound || memory == NoPlace) return bound;
+    const Outcome<Place> value = ValueOf(*bound, expression, scope);
+    if (!value) return value.Fault();
+    Operand result = Plain(graph.CloseLoop(memory, *value, bound->text), bound->text);
+    TakeReach(result, *bound);
+    result.lookback += static_cast<std::size_t>(scope.settings.history);
+    result.inPriceUnits = bound->inPriceUnits;
+    result.unitKind = bound->unitKind;
+    result.drawing = bound->drawing;
+    return result;
+}
+
 Outcome<Operand> Binder::Bind(const Expression& part, const Scope& scope) {
     if (depth >= DeepestBinding) return Fault(part, scope, "definitions and expressions are nested too deeply here");
     if (++steps > MostSteps) return Fault(part, scope, "this stands for too many operations");
@@ -233,7 +253,10 @@ Outcome<Operand> Binder::BindParameter(Scope::Argument& argument, const Expressi
         std::vector<const Definition*> callers(
             open.begin(), open.begin() + static_cast<std::ptrdiff_t>(argument.scope->openDefinitions));
         std::swap(open, callers);
+        const bool couldLoop = argument.scope->mayLoop;
+        if (argument.isStandard) argument.scope->mayLoop = false;
         Outcome<Operand> bound = Bind(*argument.expression, *argument.scope);
+        argument.scope->mayLoop = couldLoop;
         std::swap(open, callers);
         if (!bound) return bound;
         argument.bound = std::move(*bound);
@@ -353,8 +376,7 @@ Outcome<Operand> Binder::BindDelay(const Expression& delay, const Scope& scope) 
     const Outcome<Operand> operand = Bind(delay.parts[0], scope);
     if (!operand || *bars == 0 || operand->constant) return operand;
     const auto delayed = [&](Place from) {
-        return graph.AddNode("delay " + std::to_string(*bars) + " @" + std::to_string(from),
-                             operand->text + "[" + std::to_string(*bars) + "]", {from}, 1,
+        return graph.AddNode("delay " + std::to_string(*bars), operand->text + "[" + std::to_string(*bars) + "]", {from}, 1,
                              [&](Place to) { return std::make_unique<DelayNode>(*bars, from, to); });
     };
     Operand result = *operand;
@@ -396,6 +418,7 @@ Outcome<Operand> Binder::BindFunction(const Expression& call, const Scope& scope
         return Fault(call, scope, "write " + std::string(function.use));
     }
     const std::string name(function.name);
+    if (name == "prev") return BindPrevious(call, scope);
     const auto make = [&](auto builder, const std::vector<Operand>& from, const std::string& key) {
         std::string text = name + "(";
         std::vector<const Operand*> sources;
@@ -483,8 +506,25 @@ Outcome<Operand> Binder::BindFunction(const Expression& call, const Scope& scope
     return result;
 }
 
+// The last value of the expression around it: `start` while there was none.
+Outcome<Operand> Binder::BindPrevious(const Expression& call, const Scope& scope) {
+    if (!scope.mayLoop) return Fault(call, scope, "a default can't be made of an expression's last value");
+    const Outcome<Operand> start = Bind(call.parts[0], scope);
+    if (!start) return start;
+    const Outcome<Place> other = ValueOf(*start, call.parts[0], scope);
+    if (!other) return other.Fault();
+    if (scope.memory == NoPlace) scope.memory = graph.OpenLoop();
+    const Operand memory = Plain(scope.memory, "");
+    Operand result =
+        AddOwnNode("fill", "prev(" + start->text + ")", {&memory, &*start},
+                   [&](Place to) { return std::make_unique<ReplaceNode>(scope.memory, *other, to); });
+    result.inPriceUnits = start->inPriceUnits;
+    result.unitKind = start->unitKind;
+    return result;
+}
+
 Outcome<Binder::CallArguments> Binder::SortArguments(const Expression& call, const std::vector<std::string>& names,
-                                                     const Scope& scope) const {
+                                                     const Scope& scope) {
     CallArguments sorted;
     sorted.settings = scope.settings;
     sorted.given.resize(names.size(), nullptr);
@@ -507,11 +547,10 @@ Outcome<Binder::CallArguments> Binder::SortArguments(const Expression& call, con
                 continue;
             }
             if (isDigits || isHistory) {
-                const Expression& number = part.parts[1];
-                const bool isWhole = number.kind == Kind::Number && number.number == std::floor(number.number) &&
-                                     std::abs(number.number) <= 1e9;
-                if (!isWhole) return Fault(number, scope, "`" + Lower(word.name) + "` is a whole number");
-                const int value = static_cast<int>(number.number);
+                const auto number = ConstantOf(part.parts[1], scope);
+                const bool isWhole = number && *number == std::floor(*number) && std::abs(*number) <= 1e9;
+                if (!isWhole) return Fault(part.parts[1], scope, "`" + Lower(word.name) + "` is a whole number");
+                const int value = static_cast<int>(*number);
                 if (isDigits)
                     sorted.settings.digits = value;
                 else
@@ -557,7 +596,7 @@ Outcome<Operand> Binder::BindDefinition(const Definition& definition, const Expr
             if (sorted->given[i]) {
                 inner.parameters[Lower(parameter.name)] = {sorted->given[i], &scope};
             } else if (parameter.standard) {
-                inner.parameters[Lower(parameter.name)] = {&*parameter.standard, &inner};
+                inner.parameters[Lower(parameter.name)] = {&*parameter.standard, &inner, true};
             } else {
                 return Fault(use, scope, statement.name + " needs `" + parameter.name + "`");
             }
@@ -565,7 +604,7 @@ Outcome<Operand> Binder::BindDefinition(const Definition& definition, const Expr
     }
     open.push_back(&definition);
     inner.openDefinitions = open.size();
-    Outcome<Operand> bound = statement.outputs.empty() ? Bind(statement.body, inner) : BindOutputs(definition, inner);
+    Outcome<Operand> bound = statement.outputs.empty() ? BindWhole(statement.body, inner) : BindOutputs(definition, inner);
     open.pop_back();
     return bound;
 }
@@ -574,13 +613,15 @@ Outcome<Operand> Binder::BindDefinition(const Definition& definition, const Expr
 Outcome<Operand> Binder::BindOutputs(const Definition& definition, Scope& inner) {
     Operand whole;
     for (const Statement& output : definition.statement.outputs) {
-        const Outcome<Operand> bound = Bind(output.body, inner);
+        const Outcome<Operand> bound = BindWhole(output.body, inner);
         if (!bound) return bound;
         const Outcome<Place> value = ValueOf(*bound, output.body, inner);
         if (!value) return value.Fault();
-        whole.outputs.push_back(
-            {output.name, *value, bound->text, bound->inPriceUnits, bound->unitKind, output.comment, bound->drawing});
-        TakeReach(whole, *bound);
+        if (!IsIntermediate(output.name)) {
+            whole.outputs.push_back({output.name, *value, bound->text, bound->inPriceUnits, bound->unitKind,
+                                     output.comment, bound->drawing});
+            TakeReach(whole, *bound);
+        }
         inner.outputs.insert_or_assign(Lower(output.name), *bound);
     }
     const NamedOutput& first = whole.outputs.front();
@@ -703,7 +744,6 @@ Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::st
         if (!measure || (price && !isMeasuredByBar)) measure = operand;
         isMeasuredByBar |= price.has_value();
     }
-    for (const Place source : sources) key += " @" + std::to_string(source);
     ushort outputs = 0;
     op->GetOutputCount(&outputs, nullptr);
     for (short output = 0; output < outputs; ++output) {
@@ -753,7 +793,6 @@ Operand Binder::AddOwnNode(std::string key, std::string text, const std::vector<
     std::vector<Place> places;
     for (const Operand* const source : sources) {
         places.push_back(source->value);
-        key += " @" + std::to_string(source->value);
     }
     Operand result = Plain(graph.AddNode(key, text, places, 1, make), text);
     for (const Operand* const source : sources) TakeReach(result, *source);

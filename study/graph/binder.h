@@ -46,6 +46,7 @@ struct Scope {
     struct Argument {
         const Expression* expression = nullptr;  // null if it was left out
         const Scope* scope = nullptr;            // where its own names lead
+        bool isStandard = false;                 // the definition's own default
         std::optional<Operand> bound = {};       // once something has asked for it
     };
 
@@ -54,6 +55,8 @@ struct Scope {
     std::size_t openDefinitions = 0;  // definitions that were being bound, this scope's own included
     mutable std::map<std::string, Argument, std::less<>> parameters = {};  // by name, in lower case
     std::map<std::string, Operand, std::less<>> outputs = {};              // by name, in lower case
+    mutable bool mayLoop = false;    // `prev` is allowed here
+    mutable Place memory = NoPlace;  // of the last value of the statement that is being bound, once `prev` asked for it
 };
 
 // Turns the trees of expressions into nodes of a graph.
@@ -64,8 +67,8 @@ public:
            Graph& target)
         : library(operators), definitions(names), columns(columnNames), graph(target) {}
 
-    // What an expression stands for. `scope` says where its names lead and what operators are told.
-    Outcome<Operand> Bind(const Expression& expression, const Scope& scope);
+    // What a whole expression stands for. `scope` says where its names lead and what operators are told.
+    Outcome<Operand> BindWhole(const Expression& expression, const Scope& scope);
 
     std::optional<std::size_t> FindColumn(std::string_view name) const;
     // What is no error and yet worth a word: arguments that their operator does not take as they stand.
@@ -74,6 +77,7 @@ public:
 private:
     struct CallArguments;
 
+    Outcome<Operand> Bind(const Expression& part, const Scope& scope);
     Outcome<Operand> BindWord(const Expression& word, const Scope& scope);
     Outcome<Operand> BindParameter(Scope::Argument& argument, const Expression& word, const Scope& scope);
     Operand BindColumn(std::size_t column) const;
@@ -84,6 +88,7 @@ private:
     Outcome<Operand> BindDelay(const Expression& delay, const Scope& scope);
     Outcome<Operand> BindCall(const Expression& call, const Scope& scope);
     Outcome<Operand> BindFunction(const Expression& call, const Scope& scope);
+    Outcome<Operand> BindPrevious(const Expression& call, const Scope& scope);
     Outcome<Operand> BindDefinition(const Definition& definition, const Expression& use, const Scope& scope);
     Outcome<Operand> BindOutputs(const Definition& definition, Scope& inner);
     Outcome<Operand> BindOperator(const OperatorClass& operatorClass, const Expression& call, const Scope& scope);
@@ -91,7 +96,7 @@ private:
                               const Scope& scope);
 
     Outcome<CallArguments> SortArguments(const Expression& call, const std::vector<std::string>& names,
-                                         const Scope& scope) const;
+                                         const Scope& scope);
     void WarnOfArgument(const OperatorClass& operatorClass, std::size_t index, const Expression* given,
                         const Expression& call, const Scope& scope);
     template <class OperandOf>

@@ -121,6 +121,34 @@ private:
     Place input, output;
 };
 
+// prev(start): the last value that the expression had in which it stands. A node behind that expression hands it over.
+class LastValueNode final : public RecordNode<LastValue> {
+public:
+    explicit LastValueNode(Place to) : output(to) {}
+    HRESULT Step(double* values, int) override {
+        values[output] = states.Live().value;
+        return S_OK;
+    }
+    void Keep(double value) { states.Live().value = value; }
+
+private:
+    Place output;
+};
+
+// Hands a value over to the node that gives it on the next bar. A missing one leaves the last one there.
+class KeepNode final : public Node {
+public:
+    KeepNode(LastValueNode& keeper, Place from) : memory(keeper), input(from) {}
+    HRESULT Step(double* values, int) override {
+        if (!IsUndefined(values[input])) memory.Keep(values[input]);
+        return S_OK;
+    }
+
+private:
+    LastValueNode& memory;
+    Place input;
+};
+
 // cross(a, b): 1 on the bar on which `a` comes to lie above `b`, having lain at or below it on the last bar that had
 // both; else 0. Undefined while there is no such bar.
 struct LastPair {

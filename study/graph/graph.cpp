@@ -1,5 +1,7 @@
 #include "graph/graph.h"
 
+#include "graph/function_nodes.h"
+
 #include <algorithm>
 #include <bit>
 
@@ -9,6 +11,70 @@ Place Graph::AddConstant(double value) {
     const auto [known, isNew] = constants.try_emplace(std::bit_cast<std::uint64_t>(value), values.size());
     if (isNew) values.push_back(value);
     return known->second;
+}
+
+std::string Graph::KeyOf(const std::string& rule, const std::vector<Place>& inputs) {
+    std::string key = rule;
+    for (const Place input : inputs) key.append(" @").append(std::to_string(input));
+    return key;
+}
+
+// The node that writes a place; the number of nodes if none does.
+std::size_t Graph::NodeBehind(Place place) const {
+    const auto writes = [&](const NodeText& node) {
+        return place >= node.output && place < node.output + node.outputCount;
+    };
+    return static_cast<std::size_t>(std::ranges::find_if(texts, writes) - texts.begin());
+}
+
+Place Graph::OpenLoop() {
+    const Place place = values.size();
+    return AddNode("last value of loop " + std::to_string(place), "", {}, 1,
+                   [](Place to) { return std::make_unique<LastValueNode>(to); });
+}
+
+// Two loops are equal if the nodes that depend on their last value do the same: with places inside the loop counted from
+// its start, and places outside as they are, because equal parts outside are the same node.
+Place Graph::CloseLoop(Place memory, Place value, const std::string& text) {
+    const std::size_t start = NodeBehind(memory);
+    std::map<Place, std::string> inside = {{memory, "#0"}};
+    std::string key;
+    bool isAlone = true;  // nothing else was added since the loop began
+    for (std::size_t n = start + 1; n < nodes.size(); ++n) {
+        const NodeText& node = texts[n];
+        const auto isInside = [&](Place input) { return inside.contains(input); };
+        if (std::ranges::none_of(node.inputs, isInside)) {
+            isAlone = false;
+            continue;
+        }
+        key.append(";").append(node.rule);
+        for (const Place input : node.inputs) key += isInside(input) ? inside[input] : " @" + std::to_string(input);
+        for (std::size_t i = 0; i < node.outputCount; ++i) {
+            inside.emplace(node.output + i, " #" + std::to_string(inside.size()));
+        }
+    }
+    key += "=" + (inside.contains(value) ? inside[value] : std::to_string(value));
+    if (const auto known = loops.find(key); known != loops.end()) {
+        const bool hasNewConstants =
+            std::ranges::any_of(constants, [&](const auto& constant) { return constant.second > memory; });
+        if (isAlone && !hasNewConstants) RemoveFrom(start);
+        const std::size_t node = NodeBehind(known->second);
+        if (node < texts.size()) ++texts[node].uses;
+        return known->second;
+    }
+    loops.emplace(std::move(key), value);
+    texts[start].text = "last value of " + text;
+    auto& node = static_cast<LastValueNode&>(*nodes[start]);
+    const std::string rule = "keep for loop " + std::to_string(memory);
+    AddNode(rule, "keep " + text, {value}, 0, [&](Place) { return std::make_unique<KeepNode>(node, value); });
+    return value;
+}
+
+void Graph::RemoveFrom(std::size_t firstNode) {
+    values.resize(texts[firstNode].output);
+    texts.resize(firstNode);
+    nodes.resize(firstNode);
+    std::erase_if(byKey, [&](const auto& entry) { return entry.second >= firstNode; });
 }
 
 void Graph::NoteSlots(const std::string& keyword, bool keepsSnapshots, bool dropsHigher) {

@@ -13,6 +13,7 @@ namespace sarvane::study {
 
 // What a node was made of, for people.
 struct NodeText {
+    std::string rule;           // what it does with its inputs
     std::string text;           // the part of the expression, in the words of its operators
     std::vector<Place> inputs;  // places that it reads
     Place output = NoPlace;     // the first place that it writes
@@ -30,11 +31,12 @@ public:
 
     Place AddConstant(double value);
 
-    // The first output of the node that `key` stands for. A new one is made by `make(place)`, which gets the place of its
-    // first output. Equal keys are equal parts: key by what a node does and the places that it reads.
+    // The first output of a node that follows `rule` with these inputs. There is one node for equal rules and inputs; a
+    // new one is made by `make(place)`, which gets the place of its first output.
     template <class Make>
-    Place AddNode(const std::string& key, const std::string& text, std::vector<Place> inputs, std::size_t outputCount,
+    Place AddNode(const std::string& rule, const std::string& text, std::vector<Place> inputs, std::size_t outputCount,
                   Make make) {
+        const std::string key = KeyOf(rule, inputs);
         if (const auto known = byKey.find(key); known != byKey.end()) {
             ++texts[known->second].uses;
             return texts[known->second].output;
@@ -44,10 +46,17 @@ public:
         if (!node) return NoPlace;
         values.resize(output + outputCount, UndefinedValue);
         byKey.emplace(key, nodes.size());
-        texts.push_back({text, std::move(inputs), output, outputCount});
+        texts.push_back({rule, text, std::move(inputs), output, outputCount});
         nodes.push_back(std::move(node));
         return output;
     }
+
+    // The place of the last value that an expression had before this bar, for use inside the expression itself. It has
+    // no value until `CloseLoop` tells where the expression's value stands.
+    Place OpenLoop();
+    // Ends the loop that began at place `memory`. An equal loop that the graph holds already is used instead. Gives the
+    // place of the expression's value.
+    Place CloseLoop(Place memory, Place value, const std::string& text);
 
     std::span<const NodeText> Nodes() const { return texts; }
     std::size_t ColumnCount() const { return columns; }
@@ -69,12 +78,17 @@ public:
     const double* Values() const { return values.data(); }
 
 private:
+    static std::string KeyOf(const std::string& rule, const std::vector<Place>& inputs);
+    std::size_t NodeBehind(Place place) const;
+    void RemoveFrom(std::size_t firstNode);
+
     std::vector<double> values;
     std::size_t columns;
     std::vector<std::unique_ptr<Node>> nodes;  // each behind those that it reads
     std::vector<NodeText> texts;               // by node
     std::map<std::string, std::size_t> byKey;  // to the node
     std::map<std::uint64_t, Place> constants;  // by their bits
+    std::map<std::string, Place> loops;        // the value of each, by what its nodes do
     std::vector<std::string> withoutSnapshots;
     bool dropsHigherSlots = false;
 };

@@ -55,6 +55,10 @@ std::optional<Problem> Definitions::Add(const Statement& statement, std::shared_
             statement.outputs, [](const auto& named) { return named.nameSpan; }, *source)) {
         return twice;
     }
+    const bool hasNothing = std::ranges::all_of(statement.outputs, &IsIntermediate, &Statement::name);
+    if (!statement.outputs.empty() && hasNothing) {
+        return At(statement.nameSpan, "an output whose name does not start with \"_\" is missing", *source);
+    }
     std::erase_if(definitions,
                   [&](const auto& known) { return EqualIgnoringCase(known->statement.name, statement.name); });
     definitions.push_back(std::make_shared<const Definition>(Definition{statement, std::move(source)}));

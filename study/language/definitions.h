@@ -24,6 +24,9 @@ struct Definition {
     std::shared_ptr<const Source> source;
 };
 
+// An output whose name starts with "_" is a step on the way to others: it can't be seen from outside.
+inline bool IsIntermediate(std::string_view output) { return output.starts_with('_'); }
+
 // The names that expressions may use. Those of a later text take the place of earlier ones with the same name.
 class Definitions {
 public:

@@ -80,6 +80,11 @@ TEST_F(StudyTest, Calculates) {
         {"Range(n = 1) = {top = Bar.high; size = top - Bar.low * n}; Range().size", {2, 4, 3, 4, 7, 2}},
         {"Range(n = 1) = {top = Bar.high; size = top - Bar.low * n}; Range(2)", {3, 5, 7, 9, 9, 5}},
         {"Close = 4", {0, 1, 0, 0, 1, 0}},
+        {"prev(0) + Volume", {10, 30, U, 70, 72, 75}},  // goes on from the last value there was
+        {"rising = if(Close > prev(3), prev(3) + 1, 0); rising", {0, 1, 2, 3, 4, 5}},
+        {"steps() = {_low = min(Low, prev(9)); low = _low; sum = prev(Close - Close) + _low}; steps().sum",
+         {1, 2, 3, 4, 5, 6}},
+        {"twice(x) = prev(x) + x; twice(prev(1) - 1)", {0, -1, -3, -7, -15, -31}},
     };
     for (const auto& [expression, values] : studies) EXPECT_EQ(Values(expression), values) << expression;
     EXPECT_EQ(Values("Bar + Volume", {.hold = true}), (std::vector<double>{12, 24, 26, 48, 6, 8}));
@@ -115,6 +120,9 @@ TEST_F(StudyTest, NamesThePlaceOfWhatCannotBeBound) {
         {"f(x) = x; f", "column 11: f is a function: write f(...)"},
         {"Close = Open > 3", "column 14: a comparison is not compared again"},
         {"Open = 3; Close", "column 1: \"Open\" is a column of the data"},
+        {"f(x, y = prev(x)) = y; f(1)", "column 10: a default can't be made of an expression's last value"},
+        {"f(x) = {_y = x}; f(1)", "column 1: an output whose name does not start with"},
+        {"f(x) = {_y = x; z = 1}; f(1)._y", "column 30: no output \"_y\""},
         {"Volume.x", "column 8: no output \"x\" here: this is a plain value"},
     };
     for (const auto& [expression, message] : faults) {
