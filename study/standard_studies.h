@@ -4,7 +4,7 @@
 
 namespace sarvane::study {
 
-// The text of standard.study, which is built in.
+// The text of studies/standard.study, which is built in.
 extern const std::string_view StandardStudies;
 
 }  // namespace sarvane::study

@@ -239,11 +239,7 @@ Outcome<Operand> Binder::BindWord(const Expression& word, const Scope& scope) {
     if (EqualIgnoringCase(word.name, "Bar")) return BindBar();
     const Definition* const definition = definitions.Find(word.name);
     if (!definition) return UnknownName(word, scope, "there is no column and no name ", false);
-    if (definition->statement.isFunction) {
-        const std::string& name = definition->statement.name;
-        return Fault(word, scope, name + " is a function: write " + name + "(...)");
-    }
-    return BindDefinition(*definition, word, scope);
+    return BindDefinition(*definition, word, scope);  // of a function, with all its defaults
 }
 
 Outcome<Operand> Binder::BindParameter(Scope::Argument& argument, const Expression& word, const Scope& scope) {
@@ -376,8 +372,8 @@ Outcome<Operand> Binder::BindDelay(const Expression& delay, const Scope& scope) 
     const Outcome<Operand> operand = Bind(delay.parts[0], scope);
     if (!operand || *bars == 0 || operand->constant) return operand;
     const auto delayed = [&](Place from) {
-        return graph.AddNode("delay " + std::to_string(*bars), operand->text + "[" + std::to_string(*bars) + "]", {from}, 1,
-                             [&](Place to) { return std::make_unique<DelayNode>(*bars, from, to); });
+        return graph.AddNode("delay " + std::to_string(*bars), operand->text + "[" + std::to_string(*bars) + "]",
+                             {from}, 1, [&](Place to) { return std::make_unique<DelayNode>(*bars, from, to); });
     };
     Operand result = *operand;
     result.text += "[" + std::to_string(*bars) + "]";
@@ -405,9 +401,8 @@ Outcome<Operand> Binder::BindCall(const Expression& call, const Scope& scope) {
     if (FindLanguageFunction(call.name)) return BindFunction(call, scope);
     const Definition* const definition = definitions.Find(call.name);
     if (!definition) return UnknownName(call, scope, "there is no operator and no study ", true);
-    if (!definition->statement.isFunction) {
-        return Fault(call, scope,
-                     definition->statement.name + " is a name without parameters: write it without brackets");
+    if (!definition->statement.isFunction && !call.parts.empty()) {
+        return Fault(call, scope, definition->statement.name + " takes no arguments");
     }
     return BindDefinition(*definition, call, scope);
 }
@@ -515,9 +510,8 @@ Outcome<Operand> Binder::BindPrevious(const Expression& call, const Scope& scope
     if (!other) return other.Fault();
     if (scope.memory == NoPlace) scope.memory = graph.OpenLoop();
     const Operand memory = Plain(scope.memory, "");
-    Operand result =
-        AddOwnNode("fill", "prev(" + start->text + ")", {&memory, &*start},
-                   [&](Place to) { return std::make_unique<ReplaceNode>(scope.memory, *other, to); });
+    Operand result = AddOwnNode("fill", "prev(" + start->text + ")", {&memory, &*start},
+                                [&](Place to) { return std::make_unique<ReplaceNode>(scope.memory, *other, to); });
     result.inPriceUnits = start->inPriceUnits;
     result.unitKind = start->unitKind;
     return result;
@@ -604,7 +598,8 @@ Outcome<Operand> Binder::BindDefinition(const Definition& definition, const Expr
     }
     open.push_back(&definition);
     inner.openDefinitions = open.size();
-    Outcome<Operand> bound = statement.outputs.empty() ? BindWhole(statement.body, inner) : BindOutputs(definition, inner);
+    Outcome<Operand> bound =
+        statement.outputs.empty() ? BindWhole(statement.body, inner) : BindOutputs(definition, inner);
     open.pop_back();
     return bound;
 }

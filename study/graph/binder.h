@@ -55,7 +55,7 @@ struct Scope {
     std::size_t openDefinitions = 0;  // definitions that were being bound, this scope's own included
     mutable std::map<std::string, Argument, std::less<>> parameters = {};  // by name, in lower case
     std::map<std::string, Operand, std::less<>> outputs = {};              // by name, in lower case
-    mutable bool mayLoop = false;    // `prev` is allowed here
+    mutable bool mayLoop = false;                                          // `prev` is allowed here
     mutable Place memory = NoPlace;  // of the last value of the statement that is being bound, once `prev` asked for it
 };
 

@@ -78,7 +78,7 @@ TEST_F(StudyTest, Calculates) {
         {"Sim(Close, minBars = 1, period = 2)", {2, 3, 5, 7, 6, 4.5}},
         {"half(x, by = 2) = x / by; half(half(Close), by = 0.5)", {2, 4, 6, 8, 4, 5}},
         {"Range(n = 1) = {top = Bar.high; size = top - Bar.low * n}; Range().size", {2, 4, 3, 4, 7, 2}},
-        {"Range(n = 1) = {top = Bar.high; size = top - Bar.low * n}; Range(2)", {3, 5, 7, 9, 9, 5}},
+        {"Range(n = 1) = {top = Bar.high; size = top - Bar.low * n}; Range(2) + Range - Range()", {3, 5, 7, 9, 9, 5}},
         {"Close = 4", {0, 1, 0, 0, 1, 0}},
         {"prev(0) + Volume", {10, 30, U, 70, 72, 75}},  // goes on from the last value there was
         {"rising = if(Close > prev(3), prev(3) + 1, 0); rising", {0, 1, 2, 3, 4, 5}},
@@ -117,7 +117,8 @@ TEST_F(StudyTest, NamesThePlaceOfWhatCannotBeBound) {
         {"a = b; b = a; a", "column 12: a is defined by itself"},
         {"f(x, x) = x; 1", "column 6: there are two of this name"},
         {"f(x) = x; f()", "column 11: f needs `x`"},
-        {"f(x) = x; f", "column 11: f is a function: write f(...)"},
+        {"f(x) = x; f", "column 11: f needs `x`"},
+        {"f = 3; f(1)", "column 8: f takes no arguments"},
         {"Close = Open > 3", "column 14: a comparison is not compared again"},
         {"Open = 3; Close", "column 1: \"Open\" is a column of the data"},
         {"f(x, y = prev(x)) = y; f(1)", "column 10: a default can't be made of an expression's last value"},
