@@ -79,10 +79,21 @@ std::vector<std::size_t> Compilation::UsedColumns() const {
 }
 
 Compiler::Compiler(std::shared_ptr<const StudyLibrary> library, const std::vector<std::string>& columns)
-    : compilation(std::make_unique<Compilation>(std::move(library), columns)), names(compilation->library->Studies()),
+    : Compiler(library, library->Studies(), columns) {}
+
+Compiler::Compiler(std::shared_ptr<const StudyLibrary> library, const Definitions& studies,
+                   const std::vector<std::string>& columns)
+    : compilation(std::make_unique<Compilation>(std::move(library), studies, columns)), names(studies),
       binder(compilation->library->Operators(), names, compilation->columns, compilation->graph) {}
 
 std::optional<Problem> Compiler::Add(const std::string& text, const CompileSettings& settings) {
+    auto problem = AddText(text, settings);
+    if (!problem) compilation->texts.push_back({text, settings});
+    compilation->warnings = binder.Warnings();
+    return problem;
+}
+
+std::optional<Problem> Compiler::AddText(const std::string& text, const CompileSettings& settings) {
     const std::size_t number = ++count;
     const auto source =
         std::make_shared<const Source>(Source{number == 1 ? "" : "expression " + std::to_string(number), text});
@@ -111,10 +122,7 @@ std::optional<Problem> Compiler::Add(const std::string& text, const CompileSetti
     Outcome<Operand> bound = binder.Bind(ValueOf(last), scope);
     if (!bound) return bound.Fault();
     const std::string written = text.substr(last.span.begin, last.span.end - last.span.begin);
-    auto problem =
-        AddResults(std::move(*bound), last.name.empty() ? written : last.name, last, *source, settings.allOutputs);
-    compilation->warnings = binder.Warnings();
-    return problem;
+    return AddResults(std::move(*bound), last.name.empty() ? written : last.name, last, *source, settings.allOutputs);
 }
 
 // `word = value` compares where the word is a column, else it names the value.
@@ -149,6 +157,20 @@ std::optional<Problem> Compiler::AddResults(Operand operand, const std::string& 
     }
     compilation->expressions.push_back(std::move(operand));
     return std::nullopt;
+}
+
+Outcome<std::unique_ptr<Compiler>> CompiledAgain(const Compilation& compilation) {
+    auto compiler = std::make_unique<Compiler>(compilation.library, compilation.studies, compilation.columns);
+    for (const CompiledText& compiled : compilation.texts) {
+        if (auto problem = compiler->Add(compiled.text, compiled.settings)) return *problem;
+    }
+    return compiler;
+}
+
+Outcome<std::unique_ptr<Compilation>> CopyOf(const Compilation& compilation) {
+    Outcome<std::unique_ptr<Compiler>> compiler = CompiledAgain(compilation);
+    if (!compiler) return compiler.Fault();
+    return (*compiler)->Finish();
 }
 
 }  // namespace sarvane::study

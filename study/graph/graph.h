@@ -58,9 +58,13 @@ public:
     // Tells how an operator that was added keeps snapshots.
     void NoteSlots(const std::string& keyword, bool keepsSnapshots, bool dropsHigher);
 
+    // The calls of a run let std::bad_alloc out of nodes. When one fails, the running state is lost: further ones answer
+    // E_OUTOFMEMORY until a reset or a restore succeeds.
     HRESULT Reset(const RunStart& start);
     // Takes in a bar, one value a column.
     HRESULT Step(const double* row, int bar);
+    // Copy the running state to a snapshot and back. Slot 0 is the running state itself. S_FALSE, with nothing done, for
+    // a negative slot and one that was not saved.
     HRESULT Save(short slot);
     HRESULT Restore(short slot);
     void SetPriceStep(double step);
@@ -77,6 +81,8 @@ private:
     std::map<std::uint64_t, Place> constants;  // by their bits
     std::vector<std::string> withoutSnapshots;
     bool dropsHigherSlots = false;
+    std::vector<bool> isSaved = {true};  // by slot
+    bool isStopped = false;              // the running state is lost
 };
 
 }  // namespace sarvane::study
