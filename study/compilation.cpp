@@ -1,9 +1,11 @@
 #include "compilation.h"
 
 #include "language/parser.h"
+#include "room.h"
 #include "standard_studies.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -87,14 +89,16 @@ Compiler::Compiler(std::shared_ptr<const StudyLibrary> library, const Definition
       binder(compilation->library->Operators(), names, compilation->columns, compilation->graph) {}
 
 std::optional<Problem> Compiler::Add(const std::string& text, const CompileSettings& settings) {
+    MakeRoom(compilation->texts);
+    CompiledText added = {text, settings};
     auto problem = AddText(text, settings);
-    if (!problem) compilation->texts.push_back({text, settings});
+    if (!problem) compilation->texts.push_back(std::move(added));
     compilation->warnings = binder.Warnings();
     return problem;
 }
 
 std::optional<Problem> Compiler::AddText(const std::string& text, const CompileSettings& settings) {
-    const std::size_t number = ++count;
+    const std::size_t number = compilation->texts.size() + 1;
     const auto source =
         std::make_shared<const Source>(Source{number == 1 ? "" : "expression " + std::to_string(number), text});
     Outcome<Script> script = ParseScript(text);
@@ -144,18 +148,23 @@ std::optional<Problem> Compiler::AddResults(Operand operand, const std::string& 
     compilation->depth = std::max(compilation->depth, operand.depth);
     compilation->lookback = std::max(compilation->lookback, operand.lookback);
     const std::size_t number = compilation->expressions.size();
+    std::vector<ResultColumn> added;
     if (allOutputs && operand.outputs.size() > 1) {
         for (const NamedOutput& output : operand.outputs) {
-            compilation->results.push_back({title + "." + output.name, output.place, number, output.name, operand.text,
-                                            output.meaning, operand.lookback, IsLabelName(output.name),
-                                            output.inPriceUnits, output.unitKind, output.drawing});
+            added.push_back({title + "." + output.name, output.place, number, output.name, operand.text, output.meaning,
+                             operand.lookback, IsLabelName(output.name), output.inPriceUnits, output.unitKind,
+                             output.drawing});
         }
     } else {
         if (operand.value == NoPlace) return Fault(statement.span, "the data has no column \"close\"", source);
-        compilation->results.push_back({title, operand.value, number, "", operand.text, "", operand.lookback,
-                                        operand.isLabel, operand.inPriceUnits, operand.unitKind, operand.drawing});
+        added.push_back({title, operand.value, number, "", operand.text, "", operand.lookback, operand.isLabel,
+                         operand.inPriceUnits, operand.unitKind, operand.drawing});
     }
+    // All of it is added or, if memory runs out, nothing.
+    std::vector<ResultColumn>& results = compilation->results;
+    results.reserve(results.size() + added.size());
     compilation->expressions.push_back(std::move(operand));
+    std::ranges::move(added, std::back_inserter(results));
     return std::nullopt;
 }
 

@@ -106,7 +106,6 @@ private:
     std::unique_ptr<Compilation> compilation;
     Definitions names;  // of the library and of the expressions so far
     Binder binder;
-    std::size_t count = 0;  // texts so far
 };
 
 // The same expressions once more, with nodes of their own.

@@ -6,6 +6,7 @@
 namespace sarvane::study {
 
 Place Graph::AddConstant(double value) {
+    MakeRoom(values);
     const auto [known, isNew] = constants.try_emplace(std::bit_cast<std::uint64_t>(value), values.size());
     if (isNew) values.push_back(value);
     return known->second;

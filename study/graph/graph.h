@@ -1,6 +1,7 @@
 #pragma once
 
 #include "graph/node.h"
+#include "room.h"
 
 #include <cstdint>
 #include <map>
@@ -40,11 +41,15 @@ public:
             return texts[known->second].output;
         }
         const Place output = values.size();
-        auto node = make(output);
+        std::unique_ptr<Node> node = make(output);
         if (!node) return NoPlace;
+        // Nothing below the key's entry can fail: a node is added whole or not at all.
+        NodeText made = {text, std::move(inputs), output, outputCount};
         values.resize(output + outputCount, UndefinedValue);
+        MakeRoom(texts);
+        MakeRoom(nodes);
         byKey.emplace(key, nodes.size());
-        texts.push_back({text, std::move(inputs), output, outputCount});
+        texts.push_back(std::move(made));
         nodes.push_back(std::move(node));
         return output;
     }
