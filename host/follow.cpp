@@ -177,7 +177,7 @@ void Following::Start(TimeReader times) {
     live = make(
         reader->Header(), [this](std::size_t bar) { Show(bar); }, std::move(times));
     table.reset();
-    for (const std::string& keyword : live->Expressions().WithoutSnapshots()) {
+    for (const std::string& keyword : live->Compiled().graph.WithoutSnapshots()) {
         if (!isFirst) break;
         Tell(keyword +
              " keeps no snapshots, it only takes its last bar back: after ticks on a full window its values can "
@@ -186,8 +186,8 @@ void Following::Start(TimeReader times) {
 }
 
 void Following::Show(std::size_t bar) {
-    if (!table) table.emplace(live->Bars(), live->Expressions());
-    table->WriteBar(live->Bars().Date(bar), live->Expressions());
+    if (!table) table.emplace(live->Bars(), live->Results());
+    table->WriteBar(live->Bars().Date(bar), live->Results());
 }
 
 void Following::TellOnce(const std::string& notice) {
@@ -205,7 +205,7 @@ void RunLive(const Library& library, const std::string& file, const std::vector<
              bool allOutputs, const RunSettings& settings, std::size_t distance, bool follow) {
     Following following(file, follow, [&](const BarHeader& header, Live::Show show, TimeReader times) {
         return std::make_unique<Live>(library, header, expressions, allOutputs, settings, distance, std::move(show),
-                                      Live::AllSlots, std::move(times));
+                                      SeriesSettings().mostSnapshots, std::move(times));
     });
     following.Run();
 }

@@ -24,6 +24,21 @@ bool HasSameValues(const BarFile& series, std::size_t bar, const BarFile& other,
     return true;
 }
 
+std::vector<double> ResultsFrom(const Series& series, std::size_t bar) {
+    std::vector<double> values;
+    for (; bar < series.BarCount(); ++bar) {
+        const Series::Row results = series.Results(bar);
+        values.insert(values.end(), results.begin(), results.end());
+    }
+    return values;
+}
+
+bool HasSameBits(Series::Row values, const double* others) {
+    return std::ranges::all_of(values, [&](double value) {
+        return std::bit_cast<std::uint64_t>(value) == std::bit_cast<std::uint64_t>(*others++);
+    });
+}
+
 // Both series rise, so that one walk along both finds the bars that they share, which `onShared` is given. Bars without
 // times are known by their places, up to where the series part.
 template <class OnShared>
@@ -72,136 +87,85 @@ double Durations::Quantile(double share) const {
 Live::Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions,
            bool allOutputs, RunSettings settings, std::size_t snapshotDistance, Show whenChanged, std::size_t slots,
            TimeReader times)
-    : bars(header, std::move(times)), show(std::move(whenChanged)), distance(snapshotDistance), mostKept(slots) {
-    settings.live = true;
-    study.emplace(library, bars, settings);
-    for (const std::string& expression : expressions) study->Add(expression, allOutputs);
-    if (!study->WithoutSnapshots().empty()) distance = 0;
-    study->Reset();
+    : bars(header, std::move(times)), show(std::move(whenChanged)) {
+    Compiler compiler(library.Studies(), bars.Columns());
+    for (const std::string& expression : expressions) {
+        if (const auto problem = compiler.Add(expression, {settings.operators, allOutputs}))
+            FailWith(*problem, expression);
+    }
+    series.emplace(compiler.Finish(), SeriesSettings{snapshotDistance, slots, settings.hold, settings.priceStep});
+    present.resize(Compiled().results.size());
+    for (const ResultColumn& column : Compiled().results) results.push_back({column, &present[results.size()]});
 }
 
 void Live::Take(const BarRow& row) {
     const std::size_t bar = bars.BarOf(row.date), count = bars.BarCount();
     if (bar == count)
-        Open(row);
+        bars.Append(row);
     else
-        bar + 1 == count ? Tick(row) : Correct(bar, row);
-}
-
-void Live::Open(const BarRow& row) {
-    const std::size_t bar = bars.BarCount();
-    bars.Append(row);
+        bars.Replace(bar, row.values);
     const auto start = Clock::now();
-    SaveBefore(bar);
-    study->Step(bar);
-    updates.Add(NanosecondsSince(start));
-    ShowIfChanged(bar);
-}
-
-void Live::Tick(const BarRow& row) {
-    const std::size_t last = bars.BarCount() - 1;
-    bars.Replace(last, row.values);
-    const auto start = Clock::now();
-    study->Restore(TopSlot());
-    study->Step(last);
-    updates.Add(NanosecondsSince(start));
-    ++ticks;
-    ShowIfChanged(last);
-}
-
-void Live::Correct(std::size_t bar, const BarRow& row) {
-    bars.Replace(bar, row.values);
-    ++corrections;
-    RunFrom(bar);
+    Checked(bar == count ? series->Append(static_cast<std::int64_t>(bar), row.values)
+                         : series->Correct(bar, row.values));
+    if (bar + 1 >= count) updates.Add(NanosecondsSince(start));
+    ticks += bar + 1 == count;
+    corrections += bar + 1 < count;
+    ShowChanged();
 }
 
 // What was shown stays with its bar, so that only what changes is shown again.
-Live::Difference Live::TakeOver(BarFile series) {
-    const std::size_t width = study->Results().size();
-    std::vector<double> stillShown(series.BarCount() * width);
-    std::vector<bool> areShown(series.BarCount());
-    const Difference difference = Compare(bars, series, [&](std::size_t old, std::size_t bar) {
-        std::copy_n(&shown[old * width], width, &stillShown[bar * width]);
-        areShown[bar] = isShown[old];
+Live::Difference Live::TakeOver(BarFile other) {
+    std::vector<std::size_t> places;  // of the old bar that each bar was, from the first difference on
+    const Difference difference = Compare(bars, other, [&](std::size_t old, std::size_t bar) {
+        places.resize(bar, NoPlace);
+        places.push_back(old);
     });
-    bars = std::move(series);
-    shown = std::move(stillShown);
-    isShown = std::move(areShown);
+    bars = std::move(other);
     ticks += difference.ticks;
     corrections += difference.corrections;
-    if (difference.firstBar) RunFrom(*difference.firstBar);
+    if (!difference.firstBar) return difference;
+    places.resize(bars.BarCount(), NoPlace);
+    const std::size_t first = *difference.firstBar, oldCount = series->BarCount();
+    const std::vector<double> shown = ResultsFrom(*series, first);
+    std::vector<std::int64_t> times;
+    std::vector<double> rows;
+    for (std::size_t bar = first; bar < bars.BarCount(); ++bar) {
+        times.push_back(static_cast<std::int64_t>(bar));
+        for (std::size_t column = 0; column < bars.Columns().size(); ++column) rows.push_back(bars.Value(column, bar));
+    }
+    Checked(series->Rewrite(first, times, rows));
+    for (const std::size_t bar : series->Changed()) {
+        if (bar < first) ShowBar(bar);
+    }
+    for (std::size_t bar = first; bar < bars.BarCount(); ++bar) {
+        const std::size_t old = places[bar];
+        const bool wasShown = old != NoPlace && old < oldCount;
+        if (!wasShown || !HasSameBits(series->Results(bar), &shown[(old - first) * present.size()])) ShowBar(bar);
+    }
     return difference;
 }
 
-// Calculates `bar` and all behind it, or the last one if there are fewer.
-void Live::RunFrom(std::size_t bar) {
-    bar = std::min(bar, std::max<std::size_t>(bars.BarCount(), 1) - 1);
-    const std::size_t slot = distance > 0 ? std::min(bar / distance, kept) : 0;
-    if (slot > 0) {
-        study->Restore(static_cast<short>(slot));
-        kept = slot - 1;  // saved once more on the way
-    } else {
-        study->Reset();
-        kept = 0;
-    }
-    for (std::size_t next = slot * distance; next < bars.BarCount(); ++next) {
-        SaveBefore(next);
-        study->Step(next);
-        if (next >= bar) ShowIfChanged(next);
-    }
+void Live::ShowChanged() {
+    for (const std::size_t bar : series->Changed()) ShowBar(bar);
 }
 
-// Only the top slot follows the bars. A running state that shared its history with a snapshot that stays would carry
-// all bars since then along, so it goes over to the top slot.
-void Live::SaveBefore(std::size_t bar) {
-    if (distance == 0 || bar == 0 || bar % distance != 0) return study->Save(TopSlot());
-    if (kept == mostKept) return MakeRoom(bar);
-    study->Save(TopSlot());
-    ++kept;
-    study->Save(TopSlot());
-    study->Restore(TopSlot());
-}
-
-// All slots are used up: half as many do, twice as far from each other.
-void Live::MakeRoom(std::size_t bar) {
-    distance *= 2;
-    kept = 0;
-    study->Reset();
-    for (std::size_t next = 0; next < bar; ++next) {
-        SaveBefore(next);
-        study->Step(next);
-    }
-    SaveBefore(bar);
-}
-
-void Live::ShowIfChanged(std::size_t bar) {
-    const auto& results = study->Results();
-    const std::size_t begin = bar * results.size();
-    if (bar == isShown.size()) {
-        shown.resize(begin + results.size());
-        isShown.push_back(false);
-    }
-    bool changed = !isShown[bar];
-    isShown[bar] = true;
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        double& last = shown[begin + i];
-        changed |= std::bit_cast<std::uint64_t>(last) != std::bit_cast<std::uint64_t>(*results[i].value);
-        last = *results[i].value;
-    }
-    if (changed) show(bar);
+void Live::ShowBar(std::size_t bar) {
+    std::ranges::copy(series->Results(bar), present.begin());
+    show(bar);
 }
 
 std::string Live::Finish() {
     std::string report = fmt::format("bars       {} (ticks: {}, corrections: {})\n"
                                      "depth      {}, lookback {} bars\n"
                                      "update     median {:.2f} us, 99th percentile {:.2f} us\n",
-                                     bars.BarCount(), ticks, corrections, study->Depth(), study->Lookback(),
+                                     bars.BarCount(), ticks, corrections, Compiled().depth, Compiled().lookback,
                                      updates.Quantile(0.5) / 1e3, updates.Quantile(0.99) / 1e3);
-    const std::int64_t before = AllocatedBytes();
-    study.reset();
+    const std::size_t snapshots = series->SnapshotCount(), distance = series->Settings().snapshotDistance;
+    const std::int64_t before = AllocatedBytes() - static_cast<std::int64_t>(series->Bytes());
+    series.reset();
     const std::int64_t freed = std::max<std::int64_t>(before - AllocatedBytes(), 0);
     if (distance > 0)
-        report += fmt::format("snapshots  {}, every {} bars, {:.1f} kB with the running state\n", kept, distance,
+        report += fmt::format("snapshots  {}, every {} bars, {:.1f} kB with the running state\n", snapshots, distance,
                               static_cast<double>(freed) / 1e3);
     return report;
 }

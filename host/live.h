@@ -1,11 +1,11 @@
 #pragma once
 
+#include "series.h"
 #include "study.h"
 
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,14 +34,12 @@ class Live {
 public:
     using Show = std::function<void(std::size_t bar)>;
 
-    // All slots that a snapshot can stay in; one more is for the state before the last bar.
-    static constexpr std::size_t AllSlots = std::numeric_limits<short>::max() - 1;
-
     // `show` is called for each bar whose values have changed. A snapshot stays every `distance` bars, none with 0. Once
     // these fill `slots`, two or more, every other one goes, and further ones come twice as far from each other. `times`
     // knows how dates are written if other rows have shown it.
     Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions, bool allOutputs,
-         RunSettings settings, std::size_t distance, Show show, std::size_t slots = AllSlots, TimeReader times = {});
+         RunSettings settings, std::size_t distance, Show show, std::size_t slots = SeriesSettings().mostSnapshots,
+         TimeReader times = {});
 
     // Fails if the row can't have a place in the series; that row is left out.
     void Take(const BarRow& row);
@@ -61,28 +59,21 @@ public:
     const BarFile& Bars() const { return bars; }
     // What the user should know of the dates since the last call.
     std::vector<std::string> TakeNotices() { return bars.TakeNotices(); }
-    const Study& Expressions() const { return *study; }
+    const Compilation& Compiled() const { return series->Compiled(); }
+    // With the values of the bar that is shown.
+    const std::vector<Result>& Results() const { return results; }
     // Ends the run and tells in lines what it was like.
     std::string Finish();
 
 private:
-    void Open(const BarRow& row);
-    void Tick(const BarRow& row);
-    void Correct(std::size_t bar, const BarRow& row);
-    void RunFrom(std::size_t bar);
-    void SaveBefore(std::size_t bar);
-    void MakeRoom(std::size_t bar);
-    void ShowIfChanged(std::size_t bar);
-    short TopSlot() const { return static_cast<short>(kept + 1); }
+    void ShowChanged();
+    void ShowBar(std::size_t bar);
 
     BarFile bars;
-    std::optional<Study> study;  // until the end
+    std::optional<Series> series;  // until the end. A bar's time there is its place.
     Show show;
-    std::vector<double> shown;  // values of all bars, as they were shown last
-    std::vector<bool> isShown;  // by bar
-    std::size_t distance;
-    std::size_t mostKept;
-    std::size_t kept = 0;  // snapshots, in slots 1 and on
+    std::vector<Result> results;
+    std::vector<double> present;  // their values
     std::size_t ticks = 0;
     std::size_t corrections = 0;
     Durations updates;  // of the last bar

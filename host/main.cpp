@@ -102,9 +102,9 @@ void Run(const Options& options) {
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
     const std::unique_ptr<OutputFile> output = OpenOutput(options.output, options);
     std::optional<CsvTable> file;
-    if (output) file.emplace(*output, bars, study);
+    if (output) file.emplace(*output, bars, study.Results());
     std::optional<ScreenTable> screen;
-    if (!output || !output->IsStandardOutput()) screen.emplace(bars, study);
+    if (!output || !output->IsStandardOutput()) screen.emplace(bars, study.Results());
     Progress progress("calculating", static_cast<double>(count));
     study.Reset();
     for (std::size_t bar = 0; bar < count; ++bar) {
@@ -112,8 +112,8 @@ void Run(const Options& options) {
         progress.Update(static_cast<double>(bar));
         if (bar < firstShown) continue;
         progress.Hide();
-        if (screen) screen->WriteBar(bars.Date(bar), study);
-        if (file) file->WriteBar(bars.Date(bar), study);
+        if (screen) screen->WriteBar(bars.Date(bar), study.Results());
+        if (file) file->WriteBar(bars.Date(bar), study.Results());
         if (!file && OutputReaderIsGone()) return;
     }
     progress.Hide();

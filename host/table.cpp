@@ -24,13 +24,13 @@ std::string CellText(const Result& result, fmt::format_string<double> numberForm
 
 }  // namespace
 
-ScreenTable::ScreenTable(const BarFile& bars, const Study& study) {
+ScreenTable::ScreenTable(const BarFile& bars, std::span<const Result> results) {
     const std::string dateTitle = Shown(bars.DateTitle());
     dateWidth = dateTitle.size();
     for (std::size_t bar = 0; bar < bars.BarCount(); ++bar)
         dateWidth = std::max(dateWidth, Shown(bars.Date(bar)).size());
     std::string line = fmt::format("{:<{}}", dateTitle, dateWidth);
-    for (const Result& result : study.Results()) {
+    for (const Result& result : results) {
         const std::string title = Shown(result.title);
         widths.push_back(ColumnWidth(title));
         line += fmt::format("  {:>{}}", title, widths.back());
@@ -38,20 +38,20 @@ ScreenTable::ScreenTable(const BarFile& bars, const Study& study) {
     Print(line + '\n');
 }
 
-void ScreenTable::WriteBar(std::string_view date, const Study& study) {
+void ScreenTable::WriteBar(std::string_view date, std::span<const Result> results) {
     fmt::memory_buffer line;
     const auto end = std::back_inserter(line);
     fmt::format_to(end, "{:<{}}", Shown(date), dateWidth);
     for (std::size_t i = 0; i < widths.size(); ++i)
-        fmt::format_to(end, "  {:>{}}", Shown(CellText(study.Results()[i], "{:.10g}")), widths[i]);
+        fmt::format_to(end, "  {:>{}}", Shown(CellText(results[i], "{:.10g}")), widths[i]);
     const std::string_view text(line.data(), line.size());
     Print(std::string(text.substr(0, text.find_last_not_of(' ') + 1)) + '\n');
 }
 
 // No two titles are the same, so that the file can be read as one of bars.
-CsvTable::CsvTable(OutputFile& output, const BarFile& bars, const Study& study) : file(output) {
+CsvTable::CsvTable(OutputFile& output, const BarFile& bars, std::span<const Result> results) : file(output) {
     BarHeader header{{}, bars.DateTitle(), {}};
-    for (const Result& result : study.Results()) {
+    for (const Result& result : results) {
         std::string title = result.title;
         for (int copy = 2; header.FindColumn(title); ++copy) title = fmt::format("{} ({})", result.title, copy);
         header.titles.push_back(title);
@@ -61,9 +61,9 @@ CsvTable::CsvTable(OutputFile& output, const BarFile& bars, const Study& study) 
     file.Write(line + '\n');
 }
 
-void CsvTable::WriteBar(std::string_view date, const Study& study) {
+void CsvTable::WriteBar(std::string_view date, std::span<const Result> results) {
     std::string line = CsvCell(std::string(date));
-    for (const Result& result : study.Results()) {
+    for (const Result& result : results) {
         line += ',';
         const bool isNumber = result.isLabel || std::isfinite(*result.value);
         notFinite += !isNumber;

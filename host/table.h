@@ -3,6 +3,7 @@
 #include "output_file.h"
 #include "study.h"
 
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -12,14 +13,14 @@ namespace sarvane::study {
 class Table {
 public:
     virtual ~Table() = default;
-    virtual void WriteBar(std::string_view date, const Study& study) = 0;
+    virtual void WriteBar(std::string_view date, std::span<const Result> results) = 0;
 };
 
 // For the eye, in columns.
 class ScreenTable : public Table {
 public:
-    ScreenTable(const BarFile& bars, const Study& study);
-    void WriteBar(std::string_view date, const Study& study) override;
+    ScreenTable(const BarFile& bars, std::span<const Result> results);
+    void WriteBar(std::string_view date, std::span<const Result> results) override;
 
 private:
     std::size_t dateWidth;
@@ -30,8 +31,8 @@ private:
 // for which most programs have no number.
 class CsvTable : public Table {
 public:
-    CsvTable(OutputFile& file, const BarFile& bars, const Study& study);
-    void WriteBar(std::string_view date, const Study& study) override;
+    CsvTable(OutputFile& file, const BarFile& bars, std::span<const Result> results);
+    void WriteBar(std::string_view date, std::span<const Result> results) override;
 
     // How many values were not finite.
     std::size_t NotFinite() const { return notFinite; }

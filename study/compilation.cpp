@@ -1,9 +1,11 @@
 #include "compilation.h"
 
 #include "language/parser.h"
+#include "room.h"
 #include "standard_studies.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -79,11 +81,24 @@ std::vector<std::size_t> Compilation::UsedColumns() const {
 }
 
 Compiler::Compiler(std::shared_ptr<const StudyLibrary> library, const std::vector<std::string>& columns)
-    : compilation(std::make_unique<Compilation>(std::move(library), columns)), names(compilation->library->Studies()),
+    : Compiler(library, library->Studies(), columns) {}
+
+Compiler::Compiler(std::shared_ptr<const StudyLibrary> library, const Definitions& studies,
+                   const std::vector<std::string>& columns)
+    : compilation(std::make_unique<Compilation>(std::move(library), studies, columns)), names(studies),
       binder(compilation->library->Operators(), names, compilation->columns, compilation->graph) {}
 
 std::optional<Problem> Compiler::Add(const std::string& text, const CompileSettings& settings) {
-    const std::size_t number = ++count;
+    MakeRoom(compilation->texts);
+    CompiledText added = {text, settings};
+    auto problem = AddText(text, settings);
+    if (!problem) compilation->texts.push_back(std::move(added));
+    compilation->warnings = binder.Warnings();
+    return problem;
+}
+
+std::optional<Problem> Compiler::AddText(const std::string& text, const CompileSettings& settings) {
+    const std::size_t number = compilation->texts.size() + 1;
     const auto source =
         std::make_shared<const Source>(Source{number == 1 ? "" : "expression " + std::to_string(number), text});
     Outcome<Script> script = ParseScript(text);
@@ -111,10 +126,7 @@ std::optional<Problem> Compiler::Add(const std::string& text, const CompileSetti
     Outcome<Operand> bound = binder.BindWhole(ValueOf(last), scope);
     if (!bound) return bound.Fault();
     const std::string written = text.substr(last.span.begin, last.span.end - last.span.begin);
-    auto problem =
-        AddResults(std::move(*bound), last.name.empty() ? written : last.name, last, *source, settings.allOutputs);
-    compilation->warnings = binder.Warnings();
-    return problem;
+    return AddResults(std::move(*bound), last.name.empty() ? written : last.name, last, *source, settings.allOutputs);
 }
 
 // `word = value` compares where the word is a column, else it names the value.
@@ -136,19 +148,38 @@ std::optional<Problem> Compiler::AddResults(Operand operand, const std::string& 
     compilation->depth = std::max(compilation->depth, operand.depth);
     compilation->lookback = std::max(compilation->lookback, operand.lookback);
     const std::size_t number = compilation->expressions.size();
+    std::vector<ResultColumn> added;
     if (allOutputs && operand.outputs.size() > 1) {
         for (const NamedOutput& output : operand.outputs) {
-            compilation->results.push_back({title + "." + output.name, output.place, number, output.name, operand.text,
-                                            output.meaning, operand.lookback, IsLabelName(output.name),
-                                            output.inPriceUnits, output.unitKind, output.drawing});
+            added.push_back({title + "." + output.name, output.place, number, output.name, operand.text, output.meaning,
+                             operand.lookback, IsLabelName(output.name), output.inPriceUnits, output.unitKind,
+                             output.drawing});
         }
     } else {
         if (operand.value == NoPlace) return Fault(statement.span, "the data has no column \"close\"", source);
-        compilation->results.push_back({title, operand.value, number, "", operand.text, "", operand.lookback,
-                                        operand.isLabel, operand.inPriceUnits, operand.unitKind, operand.drawing});
+        added.push_back({title, operand.value, number, "", operand.text, "", operand.lookback, operand.isLabel,
+                         operand.inPriceUnits, operand.unitKind, operand.drawing});
     }
+    // All of it is added or, if memory runs out, nothing.
+    std::vector<ResultColumn>& results = compilation->results;
+    results.reserve(results.size() + added.size());
     compilation->expressions.push_back(std::move(operand));
+    std::ranges::move(added, std::back_inserter(results));
     return std::nullopt;
+}
+
+Outcome<std::unique_ptr<Compiler>> CompiledAgain(const Compilation& compilation) {
+    auto compiler = std::make_unique<Compiler>(compilation.library, compilation.studies, compilation.columns);
+    for (const CompiledText& compiled : compilation.texts) {
+        if (auto problem = compiler->Add(compiled.text, compiled.settings)) return *problem;
+    }
+    return compiler;
+}
+
+Outcome<std::unique_ptr<Compilation>> CopyOf(const Compilation& compilation) {
+    Outcome<std::unique_ptr<Compiler>> compiler = CompiledAgain(compilation);
+    if (!compiler) return compiler.Fault();
+    return (*compiler)->Finish();
 }
 
 }  // namespace sarvane::study

@@ -51,10 +51,18 @@ struct ResultColumn {
     DrawnAs drawing = DrawnAs::Line;
 };
 
+// A text as it was compiled.
+struct CompiledText {
+    std::string text;
+    CompileSettings settings;
+};
+
 // Expressions compiled together over columns of data. Equal parts of them are stepped once.
 struct Compilation {
     std::shared_ptr<const StudyLibrary> library;  // whose code the nodes are
+    Definitions studies;                          // of the library, as they were when compiling began
     std::vector<std::string> columns;             // of the data
+    std::vector<CompiledText> texts;
     Graph graph;
     std::vector<Operand> expressions;  // what each expression stands for
     std::vector<ResultColumn> results;
@@ -62,8 +70,9 @@ struct Compilation {
     std::size_t depth = 0;     // operators in the longest chain from a result to the data
     std::size_t lookback = 0;  // bars, through the longest chain
 
-    Compilation(std::shared_ptr<const StudyLibrary> operators, std::vector<std::string> names)
-        : library(std::move(operators)), columns(std::move(names)), graph(columns.size()) {}
+    Compilation(std::shared_ptr<const StudyLibrary> operators, Definitions defined, std::vector<std::string> names)
+        : library(std::move(operators)), studies(std::move(defined)), columns(std::move(names)), graph(columns.size()) {
+    }
     // Columns of the data that some expression reads, in their order.
     std::vector<std::size_t> UsedColumns() const;
 };
@@ -72,6 +81,9 @@ struct Compilation {
 class Compiler {
 public:
     Compiler(std::shared_ptr<const StudyLibrary> library, const std::vector<std::string>& columns);
+    // With these definitions in the place of the library's.
+    Compiler(std::shared_ptr<const StudyLibrary> library, const Definitions& studies,
+             const std::vector<std::string>& columns);
 
     // Adds an expression, which gives a column, or one for each output; a text that only defines a function gives none.
     // With a problem nothing is added but what the text has defined ahead of it. A problem tells in `source` which
@@ -85,6 +97,7 @@ public:
     std::unique_ptr<Compilation> Finish() { return std::move(compilation); }
 
 private:
+    std::optional<Problem> AddText(const std::string& text, const CompileSettings& settings);
     bool IsComparison(const Statement& statement) const;
     std::optional<Problem> Name(const Statement& statement, const std::shared_ptr<const Source>& source);
     std::optional<Problem> AddResults(Operand operand, const std::string& title, const Statement& statement,
@@ -93,7 +106,10 @@ private:
     std::unique_ptr<Compilation> compilation;
     Definitions names;  // of the library and of the expressions so far
     Binder binder;
-    std::size_t count = 0;  // texts so far
 };
+
+// The same expressions once more, with nodes of their own.
+Outcome<std::unique_ptr<Compiler>> CompiledAgain(const Compilation& compilation);
+Outcome<std::unique_ptr<Compilation>> CopyOf(const Compilation& compilation);
 
 }  // namespace sarvane::study

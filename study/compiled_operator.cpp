@@ -26,7 +26,7 @@ HRESULT Answer(Slot* slot, Value value) {
 
 CompiledOperator::CompiledOperator(std::unique_ptr<Compilation> compiled)
     : compilation(std::move(compiled)), inputs(compilation->UsedColumns()),
-      row(compilation->columns.size(), UndefinedValue), isSaved(1, true) {
+      row(compilation->columns.size(), UndefinedValue) {
     const Operand& expression = compilation->expressions.front();
     for (const NamedOutput& output : expression.outputs)
         outputs.push_back({output.name, output.place, output.unitKind});
@@ -109,18 +109,11 @@ STDMETHODIMP CompiledOperator::GetParameterText(short, TextSlot* text, TextSlot*
 
 STDMETHODIMP CompiledOperator::GetLookback(uint* bars, TextSlot*) { return Answer(bars, compilation->lookback); }
 
-HRESULT CompiledOperator::Start(const RunStart& start) {
-    isStopped = true;
-    const HRESULT status = Guarded([&] { return compilation->graph.Reset(start); });
-    isStopped = status != S_OK;
-    return status;
-}
-
 // Without indices of bars each bar counts as the last one.
-STDMETHODIMP CompiledOperator::Reset(int, const double*) { return Start({}); }
+STDMETHODIMP CompiledOperator::Reset(int, const double*) { return ResetBar(0, 0, 0, nullptr); }
 
 STDMETHODIMP CompiledOperator::ResetBar(int mode, int lastBar, int, const double*) {
-    return Start({lastBar, mode == 1});
+    return Guarded([&] { return compilation->graph.Reset({lastBar, mode == 1}); });
 }
 
 STDMETHODIMP CompiledOperator::Calculate(int inputCount, const double* in, int outputCount, double* out) {
@@ -128,40 +121,20 @@ STDMETHODIMP CompiledOperator::Calculate(int inputCount, const double* in, int o
 }
 
 STDMETHODIMP CompiledOperator::CalculateBar(int bar, int, const double* in, int, double* out) {
-    if (isStopped) return E_OUTOFMEMORY;
     if (!out || (!in && !inputs.empty())) return E_POINTER;
     for (std::size_t i = 0; i < inputs.size(); ++i) row[inputs[i]] = in[i];
     const HRESULT status = Guarded([&] { return compilation->graph.Step(row.data(), bar); });
-    isStopped = status != S_OK;
     const double* const values = compilation->graph.Values();
     for (std::size_t i = 0; i < outputs.size(); ++i) out[i] = values[outputs[i].place];
     return status;
 }
 
 STDMETHODIMP CompiledOperator::SaveState(short slot) {
-    if (slot < 0) return S_FALSE;
-    if (isStopped) return E_OUTOFMEMORY;
-    if (slot == 0) return S_OK;
-    return Guarded([&] {
-        const auto place = static_cast<std::size_t>(slot);
-        if (isSaved.size() <= place) isSaved.resize(place + 1, false);
-        isSaved[place] = false;
-        if (compilation->graph.DropsHigherSlots()) isSaved.resize(place + 1);
-        const HRESULT status = compilation->graph.Save(slot);
-        isSaved[place] = status == S_OK;
-        return status;
-    });
+    return Guarded([&] { return compilation->graph.Save(slot); });
 }
 
 STDMETHODIMP CompiledOperator::RestoreState(short slot) {
-    const bool exists =
-        slot >= 0 && static_cast<std::size_t>(slot) < isSaved.size() && isSaved[static_cast<std::size_t>(slot)];
-    if (!exists) return S_FALSE;
-    if (slot == 0) return isStopped ? E_OUTOFMEMORY : S_OK;
-    isStopped = true;
-    const HRESULT status = Guarded([&] { return compilation->graph.Restore(slot); });
-    isStopped = status != S_OK;
-    return status;
+    return Guarded([&] { return compilation->graph.Restore(slot); });
 }
 
 STDMETHODIMP CompiledOperator::GetBarFlagA(uint* flag) { return Answer(flag, 1); }

@@ -57,15 +57,12 @@ private:
         int unitKind;
     };
 
-    HRESULT Start(const RunStart& start);
     HRESULT HandOut(TextSlot* slot, std::string_view text) const;
 
     std::unique_ptr<Compilation> compilation;
-    std::vector<std::size_t> inputs;  // column behind each input
+    std::vector<std::size_t> inputs;  // the column behind each
     std::vector<Output> outputs;
-    std::vector<double> row;    // the data's columns on the present bar
-    std::vector<bool> isSaved;  // by slot
-    bool isStopped = false;     // a call failed midway: no bars until a reset or a restore succeeds
+    std::vector<double> row;  // the data's columns on the present bar
     ULONG references = 1;
 };
 

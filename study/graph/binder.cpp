@@ -318,7 +318,7 @@ Outcome<Operand> Binder::BindSign(const Expression& part, std::string_view sign,
         const OperatorClass* const operatorClass = library.Find(keyword);
         if (!operatorClass) return Fault(part, scope, "the operator library has no " + std::string(keyword));
         Outcome<ComPtr<IZelmorOp>> op = library.Create(*operatorClass, scope.settings);
-        if (!op) return Fault(part, scope, op.Fault().message);
+        if (!op) return Placed(op.Fault(), part, scope);
         return AddOperator(*operatorClass, std::string(keyword), std::move(*op), part, scope,
                            [&](std::size_t argument) {
                                return Outcome<const Operand*>(argument == 0 ? &a : argument == 1 ? &b : nullptr);
@@ -641,7 +641,7 @@ Outcome<Operand> Binder::BindOperator(const OperatorClass& operatorClass, const 
     const Outcome<CallArguments> sorted = SortArguments(call, names, scope);
     if (!sorted) return sorted.Fault();
     Outcome<ComPtr<IZelmorOp>> op = library.Create(operatorClass, sorted->settings);
-    if (!op) return Fault(call, scope, op.Fault().message);
+    if (!op) return Placed(op.Fault(), call, scope);
     std::string key = operatorClass.keyword + " h" + std::to_string(sorted->settings.history);
     if (sorted->settings.digits) key += " d" + std::to_string(*sorted->settings.digits);
     for (std::size_t i = 1; i < names.size(); ++i) {
@@ -865,6 +865,10 @@ Problem Binder::Fault(const Expression& part, const Scope& scope, std::string me
                       std::vector<std::string> nearest) const {
     return {part.span.begin, part.span.end - part.span.begin, std::move(message), std::move(nearest),
             scope.source ? scope.source->name : std::string()};
+}
+
+Problem Binder::Placed(const Problem& fault, const Expression& part, const Scope& scope) const {
+    return fault.isOutOfMemory ? fault : Fault(part, scope, fault.message);
 }
 
 Problem Binder::UnknownName(const Expression& part, const Scope& scope, std::string_view what, bool isCall) const {

@@ -118,6 +118,8 @@ private:
 
     Problem Fault(const Expression& part, const Scope& scope, std::string message,
                   std::vector<std::string> nearest = {}) const;
+    // A fault that was found without knowing the part that it lies in.
+    Problem Placed(const Problem& fault, const Expression& part, const Scope& scope) const;
     Problem UnknownName(const Expression& part, const Scope& scope, std::string_view what, bool isCall) const;
 
     const OperatorLibrary& library;

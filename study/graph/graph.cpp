@@ -8,6 +8,7 @@
 namespace sarvane::study {
 
 Place Graph::AddConstant(double value) {
+    MakeRoom(values);
     const auto [known, isNew] = constants.try_emplace(std::bit_cast<std::uint64_t>(value), values.size());
     if (isNew) values.push_back(value);
     return known->second;
@@ -62,11 +63,11 @@ Place Graph::CloseLoop(Place memory, Place value, const std::string& text) {
         if (node < texts.size()) ++texts[node].uses;
         return known->second;
     }
-    loops.emplace(std::move(key), value);
     texts[start].text = "last value of " + text;
     auto& node = static_cast<LastValueNode&>(*nodes[start]);
     const std::string rule = "keep for loop " + std::to_string(memory);
     AddNode(rule, "keep " + text, {value}, 0, [&](Place) { return std::make_unique<KeepNode>(node, value); });
+    loops.emplace(std::move(key), value);
     return value;
 }
 
@@ -84,34 +85,52 @@ void Graph::NoteSlots(const std::string& keyword, bool keepsSnapshots, bool drop
 }
 
 HRESULT Graph::Reset(const RunStart& start) {
+    isStopped = true;
     for (const auto& node : nodes) {
         if (const HRESULT status = node->Reset(start); FAILED(status)) return status;
     }
+    isStopped = false;
     return S_OK;
 }
 
 HRESULT Graph::Step(const double* row, int bar) {
+    if (isStopped) return E_OUTOFMEMORY;
+    isStopped = true;
     std::copy_n(row, columns, values.begin());
     double* const place = values.data();
     for (const auto& node : nodes) {
         if (const HRESULT status = node->Step(place, bar); FAILED(status)) return status;
     }
+    isStopped = false;
     return S_OK;
 }
 
 HRESULT Graph::Save(short slot) {
+    if (slot < 0) return S_FALSE;
+    if (isStopped) return E_OUTOFMEMORY;
+    if (slot == 0) return S_OK;
+    const auto place = static_cast<std::size_t>(slot);
+    if (isSaved.size() <= place) isSaved.resize(place + 1, false);
+    isSaved[place] = false;
+    if (dropsHigherSlots) isSaved.resize(place + 1);
     for (const auto& node : nodes) {
         if (const HRESULT status = node->Save(slot); status != S_OK) return status;
     }
+    isSaved[place] = true;
     return S_OK;
 }
 
-// Every node is asked, also behind one that lacks the slot: they hold the same slots.
 HRESULT Graph::Restore(short slot) {
+    const bool exists =
+        slot >= 0 && static_cast<std::size_t>(slot) < isSaved.size() && isSaved[static_cast<std::size_t>(slot)];
+    if (!exists) return S_FALSE;
+    if (slot == 0) return isStopped ? static_cast<HRESULT>(E_OUTOFMEMORY) : static_cast<HRESULT>(S_OK);
+    isStopped = true;
     HRESULT worst = S_OK;
     for (const auto& node : nodes) {
         if (const HRESULT status = node->Restore(slot); status != S_OK && !FAILED(worst)) worst = status;
     }
+    isStopped = worst != S_OK;
     return worst;
 }
 

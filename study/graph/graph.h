@@ -1,6 +1,7 @@
 #pragma once
 
 #include "graph/node.h"
+#include "room.h"
 
 #include <cstdint>
 #include <map>
@@ -42,11 +43,15 @@ public:
             return texts[known->second].output;
         }
         const Place output = values.size();
-        auto node = make(output);
+        std::unique_ptr<Node> node = make(output);
         if (!node) return NoPlace;
+        // Nothing below the key's entry can fail: a node is added whole or not at all.
+        NodeText made = {rule, text, std::move(inputs), output, outputCount};
         values.resize(output + outputCount, UndefinedValue);
+        MakeRoom(texts);
+        MakeRoom(nodes);
         byKey.emplace(key, nodes.size());
-        texts.push_back({rule, text, std::move(inputs), output, outputCount});
+        texts.push_back(std::move(made));
         nodes.push_back(std::move(node));
         return output;
     }
@@ -67,9 +72,13 @@ public:
     // Tells how an operator that was added keeps snapshots.
     void NoteSlots(const std::string& keyword, bool keepsSnapshots, bool dropsHigher);
 
+    // The calls of a run let std::bad_alloc out of nodes. When one fails, the running state is lost: further ones answer
+    // E_OUTOFMEMORY until a reset or a restore succeeds.
     HRESULT Reset(const RunStart& start);
     // Takes in a bar, one value a column.
     HRESULT Step(const double* row, int bar);
+    // Copy the running state to a snapshot and back. Slot 0 is the running state itself. S_FALSE, with nothing done, for
+    // a negative slot and one that was not saved.
     HRESULT Save(short slot);
     HRESULT Restore(short slot);
     void SetPriceStep(double step);
@@ -91,6 +100,8 @@ private:
     std::map<std::string, Place> loops;        // the value of each, by what its nodes do
     std::vector<std::string> withoutSnapshots;
     bool dropsHigherSlots = false;
+    std::vector<bool> isSaved = {true};  // by slot
+    bool isStopped = false;              // the running state is lost
 };
 
 }  // namespace sarvane::study

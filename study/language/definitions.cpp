@@ -1,6 +1,7 @@
 #include "language/definitions.h"
 
 #include "language/parser.h"
+#include "room.h"
 
 #include <algorithm>
 
@@ -59,9 +60,11 @@ std::optional<Problem> Definitions::Add(const Statement& statement, std::shared_
     if (!statement.outputs.empty() && hasNothing) {
         return At(statement.nameSpan, "an output whose name does not start with \"_\" is missing", *source);
     }
+    auto added = std::make_shared<const Definition>(Definition{statement, std::move(source)});
+    MakeRoom(definitions);  // none is lost if memory runs out
     std::erase_if(definitions,
-                  [&](const auto& known) { return EqualIgnoringCase(known->statement.name, statement.name); });
-    definitions.push_back(std::make_shared<const Definition>(Definition{statement, std::move(source)}));
+                  [&](const auto& known) { return EqualIgnoringCase(known->statement.name, added->statement.name); });
+    definitions.push_back(std::move(added));
     return std::nullopt;
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace sarvane::study {
 namespace {
@@ -136,7 +137,7 @@ std::string OperatorLibrary::SetArgument(IZelmorOp& op, int index, std::string_v
     const HRESULT status = op.SetParameter(static_cast<short>(index), Utf16(text).c_str(), &error);
     const std::string message = Take(error);
     if (status == S_OK) return {};
-    if (status == E_OUTOFMEMORY) return "out of memory";
+    if (status == E_OUTOFMEMORY) throw std::bad_alloc();
     return message.empty() ? "refused with status " + StatusText(status) : message;
 }
 

@@ -72,6 +72,7 @@ public:
     Outcome<ComPtr<IZelmorOp>> Create(const OperatorClass& operatorClass, const OperatorSettings& settings) const;
 
     // Hands over the text of argument `index` in UTF-8. The message of an operator that refuses it, else empty.
+    // Throws std::bad_alloc.
     std::string SetArgument(IZelmorOp& op, int index, std::string_view text) const;
 
     // A text that an operator handed out, in UTF-8; the original is freed. Null is empty.

@@ -20,9 +20,9 @@ const std::vector<std::string> Expressions = {"Sim(Close, 3)",         "MedOp(Cl
 
 using Values = std::vector<std::uint64_t>;
 
-Values Present(const Study& study) {
+Values Present(const std::vector<Result>& results) {
     Values values;
-    for (const Result& result : study.Results()) values.push_back(std::bit_cast<std::uint64_t>(*result.value));
+    for (const Result& result : results) values.push_back(std::bit_cast<std::uint64_t>(*result.value));
     return values;
 }
 
@@ -59,7 +59,7 @@ public:
         Check(shown.size() == live->Bars().BarCount(), "every bar is shown");
         for (std::size_t bar = 0; bar < shown.size(); ++bar) {
             study.Step(bar);
-            Check(shown[bar] == Present(study), "what is shown is what a run over the bars gives");
+            Check(shown[bar] == Present(study.Results()), "what is shown is what a run over the bars gives");
         }
         live->Finish();
     }
@@ -70,7 +70,7 @@ private:
             library, header, Expressions, true, RunSettings(), distance,
             [&](std::size_t bar) {
                 shown.resize(std::max(shown.size(), bar + 1));
-                shown[bar] = Present(live->Expressions());
+                shown[bar] = Present(live->Results());
             },
             slots);
     }

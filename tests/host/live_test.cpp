@@ -17,9 +17,9 @@ const std::vector<std::string> Studies = {
 
 using Values = std::vector<std::uint64_t>;
 
-Values Present(const Study& study) {
+Values Present(const std::vector<Result>& results) {
     Values values;
-    for (const Result& result : study.Results()) values.push_back(std::bit_cast<std::uint64_t>(*result.value));
+    for (const Result& result : results) values.push_back(std::bit_cast<std::uint64_t>(*result.value));
     return values;
 }
 
@@ -33,8 +33,8 @@ TEST(Live, ShowsWhatARunOverTheBarsGives) {
         Live live(library, {"bars", "date", {"open", "high", "low", "close"}}, Studies, true, {}, distance,
                   [&](std::size_t bar) {
                       shown.resize(std::max(shown.size(), bar + 1));
-                      EXPECT_NE(shown[bar], Present(running->Expressions())) << "shown without a change";
-                      shown[bar] = Present(running->Expressions());
+                      EXPECT_NE(shown[bar], Present(running->Results())) << "shown without a change";
+                      shown[bar] = Present(running->Results());
                   });
         running = &live;
         std::mt19937 random(7);
@@ -53,7 +53,7 @@ TEST(Live, ShowsWhatARunOverTheBarsGives) {
         ASSERT_EQ(shown.size(), live.Bars().BarCount());
         for (std::size_t bar = 0; bar < shown.size(); ++bar) {
             study.Step(bar);
-            EXPECT_EQ(shown[bar], Present(study)) << "bar " << bar << ", a snapshot every " << distance;
+            EXPECT_EQ(shown[bar], Present(study.Results())) << "bar " << bar << ", a snapshot every " << distance;
         }
         EXPECT_EQ(live.Finish().find("snapshots") != std::string::npos, distance > 0);
     }
@@ -68,8 +68,8 @@ TEST(Live, TakesOverWhatDiffersInAnotherSeries) {
         const Live* running = nullptr;
         Live live(library, header, Studies, true, {}, distance, [&](std::size_t bar) {
             const std::string date(running->Bars().Date(bar));
-            EXPECT_NE(latest[date], Present(running->Expressions())) << "shown without a change";
-            latest[date] = Present(running->Expressions());
+            EXPECT_NE(latest[date], Present(running->Results())) << "shown without a change";
+            latest[date] = Present(running->Results());
         });
         running = &live;
         std::mt19937 random(3);
@@ -122,7 +122,7 @@ TEST(Live, TakesOverWhatDiffersInAnotherSeries) {
             study.Reset();
             for (std::size_t bar = 0; bar < live.Bars().BarCount(); ++bar) {
                 study.Step(bar);
-                EXPECT_EQ(latest[std::string(live.Bars().Date(bar))], Present(study))
+                EXPECT_EQ(latest[std::string(live.Bars().Date(bar))], Present(study.Results()))
                     << "round " << round << ", bar " << bar << ", a snapshot every " << distance;
             }
         }
@@ -146,7 +146,7 @@ TEST(Live, KeepsEveryOtherSnapshotWhenSlotsRunOut) {
             study.Add("AMAOp(Close, 10, 2, 30)");
             study.Reset();
             for (std::size_t step = 0; step < 60; ++step) study.Step(step);
-            EXPECT_EQ(Present(live.Expressions()), Present(study)) << slots << " slots, bar " << bar;
+            EXPECT_EQ(Present(live.Results()), Present(study.Results())) << slots << " slots, bar " << bar;
         }
         EXPECT_NE(live.Finish().find(slots == 2 ? ", every 24 bars" : ", every 12 bars"), std::string::npos) << slots;
     }
@@ -162,7 +162,7 @@ protected:
         Live live(library, {"bars", "date", {"open", "high", "low", "close"}}, {expression}, false, {}, 2,
                   [&](std::size_t bar) {
                       changes.push_back(
-                          fmt::format("{} {}", running->Bars().Date(bar), *running->Expressions().Results()[0].value));
+                          fmt::format("{} {}", running->Bars().Date(bar), *running->Results()[0].value));
                   });
         running = &live;
         for (const auto& [date, close] : rows) live.Take({date, {close, close + 1, close - 1, close}});
