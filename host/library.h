@@ -12,8 +12,10 @@ namespace sarvane::study {
 // run out.
 class Library {
 public:
-    // Without a path, the operator library that lies beside the program or in the system's library folders.
-    explicit Library(const std::filesystem::path& file = {});
+    // Without a path, the operator library that lies beside the program or in the system's library folders. `definitions`
+    // are files of studies, which add to the standard ones.
+    explicit Library(const std::filesystem::path& file = {},
+                     const std::vector<std::filesystem::path>& definitions = {});
 
     const std::shared_ptr<const StudyLibrary>& Studies() const { return studies; }
     // Ordered by keyword.

@@ -10,6 +10,7 @@
 #include "platform/system.h"
 #include "progress.h"
 #include "replay.h"
+#include "study_description.h"
 #include "table.h"
 
 #include <CLI/CLI.hpp>
@@ -27,6 +28,7 @@ namespace {
 
 struct Options {
     std::string library;
+    std::vector<std::string> definitions;
     bool json = false;
     bool markdown = false;
     std::string keyword;
@@ -51,17 +53,34 @@ std::string JsonText(const nlohmann::json& json) {
     return json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n';
 }
 
+Library LoadLibrary(const Options& options) {
+    std::vector<std::filesystem::path> files;
+    for (const std::string& file : options.definitions) files.push_back(PathOf(file));
+    return Library(PathOf(options.library), files);
+}
+
 void List(const Options& options) {
-    const Library library(PathOf(options.library));
+    const Library library = LoadLibrary(options);
     Print(options.json ? JsonText(ListJson(library)) : ListText(library));
 }
 
 void DescribeOne(const Options& options) {
-    const Library library(PathOf(options.library));
+    const Library library = LoadLibrary(options);
     const OperatorSettings& operators = options.settings.operators;
+    if (const Definition* const study = library.Studies()->Studies().Find(options.keyword)) {
+        if (options.markdown) return Print(DescribeMarkdown(*study));
+        return Print(options.json ? JsonText(DescribeJson(library, *study, options.arguments, operators))
+                                  : DescribeText(library, *study, options.arguments, operators));
+    }
     if (options.markdown) return Print(DescribeMarkdown(library.FindOrFail(options.keyword)));
     Print(options.json ? JsonText(DescribeJson(library, options.keyword, options.arguments, operators))
                        : DescribeText(library, options.keyword, options.arguments, operators));
+}
+
+void ListStudies(const Options& options) {
+    const Library library = LoadLibrary(options);
+    if (options.markdown) return Print(StudiesMarkdown(library));
+    Print(options.json ? JsonText(StudiesJson(library)) : StudiesText(library));
 }
 
 BarFile ReadBars(const Options& options) {
@@ -92,7 +111,7 @@ void FinishTable(const CsvTable& file, OutputFile& output, const std::string& na
 }
 
 void Run(const Options& options) {
-    const Library library(PathOf(options.library));
+    const Library library = LoadLibrary(options);
     const BarFile bars = ReadBars(options);
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, options.allOutputs);
@@ -123,14 +142,14 @@ void Run(const Options& options) {
 }
 
 void RunLive(const Options& options) {
-    const Library library(PathOf(options.library));
+    const Library library = LoadLibrary(options);
     RefuseAsStandardOutput(PathOf(options.barFile));
     RunLive(library, options.barFile, options.expressions, options.allOutputs, options.settings,
             options.snapshotDistance, !options.noFollow);
 }
 
 void ReplayAll(const Options& options) {
-    const Library library(PathOf(options.library));
+    const Library library = LoadLibrary(options);
     const BarFile bars = ReadBars(options);
     std::size_t different = 0;
     for (const std::string& expression : options.expressions) {
@@ -171,6 +190,11 @@ void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
     command.add_option("--digits", settings.digits, "of precision of the averages that round: 4 to 15");
 }
 
+void AddDefinitions(CLI::App& command, Options& options) {
+    command.add_option("--define", options.definitions, "a file of studies for expressions to use; can be repeated")
+        ->allow_extra_args(false);
+}
+
 void AddRunSettings(CLI::App& command, Options& options) {
     command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->required();
     command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
@@ -178,6 +202,7 @@ void AddRunSettings(CLI::App& command, Options& options) {
     command.add_option("--price-step", options.settings.priceStep, "the step that stops are rounded to, above 0")
         ->check(AboveZero());
     AddOperatorSettings(command, options.settings.operators);
+    AddDefinitions(command, options);
 }
 
 void AddReadSettings(CLI::App& command, ReadSettings& settings) {
@@ -186,7 +211,7 @@ void AddReadSettings(CLI::App& command, ReadSettings& settings) {
 }
 
 void DrawOne(const Options& options) {
-    const Library library(PathOf(options.library));
+    const Library library = LoadLibrary(options);
     const BarFile bars = ReadBars(options);
     Study study(library, bars, options.settings);
     for (const std::string& expression : options.expressions) study.Add(expression, true);
@@ -216,9 +241,18 @@ int Main(int argc, char** argv) {
     list->add_flag("--json", options.json, "for programs");
     list->callback([&] { List(options); });
 
-    CLI::App* const describe = app.add_subcommand("describe", "what an operator says of itself with given arguments");
-    describe->add_option("keyword", options.keyword, "as in `study list`")->required();
-    describe->add_option("arguments", options.arguments, "from argument 1 on; '' leaves one at its default");
+    CLI::App* const studies = app.add_subcommand("studies", "all studies that are defined on the operators");
+    auto* const studiesJson = studies->add_flag("--json", options.json, "for programs");
+    studies->add_flag("--markdown", options.markdown, "all about them, for documents")->excludes(studiesJson);
+    AddDefinitions(*studies, options);
+    studies->callback([&] { ListStudies(options); });
+
+    CLI::App* const describe =
+        app.add_subcommand("describe", "what an operator or a study says of itself with given arguments");
+    describe->add_option("keyword", options.keyword, "as in `study list` or `study studies`")->required();
+    describe->add_option("arguments", options.arguments,
+                         "of an operator from argument 1 on, of a study those with a default; '' leaves one as it is");
+    AddDefinitions(*describe, options);
     auto* const json = describe->add_flag("--json", options.json, "for programs");
     describe->add_flag("--markdown", options.markdown, "only its arguments, as a table for documents")->excludes(json);
     AddOperatorSettings(*describe, options.settings.operators);

@@ -14,16 +14,10 @@ namespace {
 
 using Kind = Expression::Kind;
 
-Problem Fault(const Span& place, std::string message, const Source& source) {
-    return {place.begin, place.end - place.begin, std::move(message), {}, source.name};
-}
-
 // Reads `name = ...` again as the expression that it looks like.
 std::optional<Problem> RestoreExpression(Statement& statement, const Source& source) {
     Outcome<Expression> whole = ParseExpression(source.text, statement.span);
-    if (!whole)
-        return Fault({whole.Fault().offset, whole.Fault().offset + whole.Fault().length}, whole.Fault().message,
-                     source);
+    if (!whole) return ProblemIn(whole.Fault(), source);
     statement.name.clear();
     statement.body = std::move(*whole);
     return std::nullopt;
@@ -102,13 +96,9 @@ std::optional<Problem> Compiler::AddText(const std::string& text, const CompileS
     const auto source =
         std::make_shared<const Source>(Source{number == 1 ? "" : "expression " + std::to_string(number), text});
     Outcome<Script> script = ParseScript(text);
-    if (!script) {
-        Problem problem = script.Fault();
-        problem.source = source->name;
-        return problem;
-    }
+    if (!script) return ProblemIn(script.Fault(), *source);
     std::vector<Statement>& statements = script->statements;
-    if (statements.empty()) return Fault({0, text.size()}, "this expression is empty", *source);
+    if (statements.empty()) return ProblemAt({0, text.size()}, "this expression is empty", *source);
     Statement last = std::move(statements.back());
     statements.pop_back();
     for (const Statement& statement : statements) {
@@ -137,8 +127,8 @@ bool Compiler::IsComparison(const Statement& statement) const {
 
 std::optional<Problem> Compiler::Name(const Statement& statement, const std::shared_ptr<const Source>& source) {
     if (!statement.isFunction && binder.FindColumn(statement.name)) {
-        return Fault(statement.nameSpan, "\"" + statement.name + "\" is a column of the data and can't be a name",
-                     *source);
+        return ProblemAt(statement.nameSpan, "\"" + statement.name + "\" is a column of the data and can't be a name",
+                         *source);
     }
     return names.Add(statement, source);
 }
@@ -156,7 +146,7 @@ std::optional<Problem> Compiler::AddResults(Operand operand, const std::string& 
                              output.drawing});
         }
     } else {
-        if (operand.value == NoPlace) return Fault(statement.span, "the data has no column \"close\"", source);
+        if (operand.value == NoPlace) return ProblemAt(statement.span, "the data has no column \"close\"", source);
         added.push_back({title, operand.value, number, "", operand.text, "", operand.lookback, operand.isLabel,
                          operand.inPriceUnits, operand.unitKind, operand.drawing});
     }

@@ -86,6 +86,15 @@ std::string ArgumentNumber(double number) {
                                                                         : NumberText(number);
 }
 
+// A value that is used in many places would make formulas too long to be of use, and to be stored.
+void CutText(std::string& text) {
+    constexpr std::size_t Longest = 4000;
+    if (text.size() <= Longest) return;
+    std::size_t end = Longest;
+    while ((static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;  // not inside a character
+    text.replace(end, text.npos, "...");
+}
+
 Operand Plain(Place place, std::string text) {
     Operand operand;
     operand.text = std::move(text);
@@ -203,6 +212,10 @@ Outcome<Operand> Binder::Bind(const Expression& part, const Scope& scope) {
         return Fault(part, scope, "expected a value");
     }();
     --depth;
+    if (bound) {
+        CutText(bound->text);
+        for (NamedOutput& output : bound->outputs) CutText(output.text);
+    }
     return bound;
 }
 
@@ -601,7 +614,10 @@ Outcome<Operand> Binder::BindDefinition(const Definition& definition, const Expr
     Outcome<Operand> bound =
         statement.outputs.empty() ? BindWhole(statement.body, inner) : BindOutputs(definition, inner);
     open.pop_back();
-    return bound;
+    if (bound || bound.Fault().source == scope.source->name) return bound;
+    Problem problem = bound.Fault();  // in another text: say what led there
+    problem.message += ", in " + statement.name;
+    return problem;
 }
 
 // A study with several outputs. The first one is its plain value.
@@ -851,6 +867,12 @@ std::string Binder::ParameterText(const Expression& part, const Scope& scope) {
 
 Outcome<int> Binder::WholeNumber(const Expression& part, const Scope& scope, int least, std::string_view what) {
     constexpr int Most = 1 << 27;
+    if (part.kind == Kind::Word && !part.isQuoted) {  // a parameter: what is wrong with it lies in the call
+        const auto known = scope.parameters.find(Lower(part.name));
+        if (known != scope.parameters.end() && known->second.expression) {
+            return WholeNumber(*known->second.expression, *known->second.scope, least, what);
+        }
+    }
     const auto number = ConstantOf(part, scope);
     if (!number || *number != std::floor(*number) || *number < least || *number > Most) {
         return Fault(part, scope,
@@ -863,8 +885,9 @@ Outcome<int> Binder::WholeNumber(const Expression& part, const Scope& scope, int
 
 Problem Binder::Fault(const Expression& part, const Scope& scope, std::string message,
                       std::vector<std::string> nearest) const {
-    return {part.span.begin, part.span.end - part.span.begin, std::move(message), std::move(nearest),
-            scope.source ? scope.source->name : std::string()};
+    Problem problem = ProblemAt(part.span, std::move(message), *scope.source);
+    problem.nearest = std::move(nearest);
+    return problem;
 }
 
 Problem Binder::Placed(const Problem& fault, const Expression& part, const Scope& scope) const {
@@ -874,7 +897,7 @@ Problem Binder::Placed(const Problem& fault, const Expression& part, const Scope
 Problem Binder::UnknownName(const Expression& part, const Scope& scope, std::string_view what, bool isCall) const {
     std::vector<std::string> known;
     for (const auto& definition : definitions.All()) {
-        if (definition->statement.isFunction == isCall) known.push_back(definition->statement.name);
+        known.push_back(definition->statement.name);
     }
     if (isCall) {
         for (const OperatorClass& operatorClass : library.Classes()) known.push_back(operatorClass.keyword);

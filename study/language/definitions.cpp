@@ -8,16 +8,13 @@
 namespace sarvane::study {
 namespace {
 
-Problem At(const Span& place, std::string message, const Source& source) {
-    return {place.begin, place.end - place.begin, std::move(message), {}, source.name};
-}
-
 // The first name that comes twice in a list, null if none does.
 template <class Named, class PlaceOf>
 std::optional<Problem> FindRepeated(const std::vector<Named>& list, PlaceOf placeOf, const Source& source) {
     for (auto a = list.begin(); a != list.end(); ++a) {
         for (auto b = list.begin(); b != a; ++b) {
-            if (EqualIgnoringCase(a->name, b->name)) return At(placeOf(*a), "there are two of this name", source);
+            if (EqualIgnoringCase(a->name, b->name))
+                return ProblemAt(placeOf(*a), "there are two of this name", source);
         }
     }
     return std::nullopt;
@@ -25,14 +22,20 @@ std::optional<Problem> FindRepeated(const std::vector<Named>& list, PlaceOf plac
 
 }  // namespace
 
+Problem ProblemAt(const Span& place, std::string message, const Source& source) {
+    return ProblemIn({.offset = place.begin, .length = place.end - place.begin, .message = std::move(message)}, source);
+}
+
+Problem ProblemIn(Problem problem, const Source& source) {
+    problem.source = source.name;
+    problem.text = source.text;
+    return problem;
+}
+
 std::optional<Problem> Definitions::Add(std::string_view text, std::string_view sourceName) {
     const auto source = std::make_shared<const Source>(Source{std::string(sourceName), std::string(text)});
     Outcome<Script> script = ParseScript(text);
-    if (!script) {
-        Problem problem = script.Fault();
-        problem.source = source->name;
-        return problem;
-    }
+    if (!script) return ProblemIn(script.Fault(), *source);
     const auto before = definitions;
     for (const Statement& statement : script->statements) {
         if (auto problem = Add(statement, source)) {
@@ -44,9 +47,9 @@ std::optional<Problem> Definitions::Add(std::string_view text, std::string_view 
 }
 
 std::optional<Problem> Definitions::Add(const Statement& statement, std::shared_ptr<const Source> source) {
-    if (statement.name.empty()) return At(statement.span, "expected a definition: `name = expression`", *source);
+    if (statement.name.empty()) return ProblemAt(statement.span, "expected a definition: `name = expression`", *source);
     if (std::string reason = refusal(statement.name); !reason.empty()) {
-        return At(statement.nameSpan, std::move(reason), *source);
+        return ProblemAt(statement.nameSpan, std::move(reason), *source);
     }
     if (auto twice = FindRepeated(
             statement.parameters, [](const auto& named) { return named.span; }, *source)) {
@@ -58,7 +61,7 @@ std::optional<Problem> Definitions::Add(const Statement& statement, std::shared_
     }
     const bool hasNothing = std::ranges::all_of(statement.outputs, &IsIntermediate, &Statement::name);
     if (!statement.outputs.empty() && hasNothing) {
-        return At(statement.nameSpan, "an output whose name does not start with \"_\" is missing", *source);
+        return ProblemAt(statement.nameSpan, "an output whose name does not start with \"_\" is missing", *source);
     }
     auto added = std::make_shared<const Definition>(Definition{statement, std::move(source)});
     MakeRoom(definitions);  // none is lost if memory runs out

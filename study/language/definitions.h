@@ -18,6 +18,11 @@ struct Source {
     std::string text;
 };
 
+// What is wrong at a place of a source.
+Problem ProblemAt(const Span& place, std::string message, const Source& source);
+// The same problem, now that it is known in which source it lies.
+Problem ProblemIn(Problem problem, const Source& source);
+
 // A name that stands for an expression, or for a function with parameters.
 struct Definition {
     Statement statement;

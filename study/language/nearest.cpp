@@ -32,8 +32,9 @@ std::vector<std::string> NearestWords(std::string_view word, const std::vector<s
     std::vector<std::pair<std::size_t, std::string>> ranked;
     for (const std::string& candidate : known) {
         if (word.size() > LongestWord || candidate.size() > LongestWord) continue;
-        const std::size_t distance = EditDistance(word, candidate);
-        if (distance <= 1 + candidate.size() / 3) ranked.emplace_back(distance, candidate);
+        const bool isCutShort = word.size() > 2 && EqualIgnoringCase(word, candidate.substr(0, word.size()));
+        const std::size_t distance = isCutShort ? 1 : EditDistance(word, candidate);
+        if (distance <= 1 + candidate.size() / 4) ranked.emplace_back(distance, candidate);
     }
     std::ranges::stable_sort(ranked, {}, [](const auto& entry) { return entry.first; });
     std::vector<std::string> nearest;

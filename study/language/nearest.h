@@ -6,7 +6,8 @@
 
 namespace sarvane::study {
 
-// Those of the known words that look most like `word`, at most three, the best first. Letter case does not matter.
+// Those of the known words that look most like `word` or begin with it, at most three, the best first. Letter case does
+// not matter.
 std::vector<std::string> NearestWords(std::string_view word, const std::vector<std::string>& known);
 
 }  // namespace sarvane::study

@@ -33,7 +33,8 @@ public:
         SkipSeparators();
         while (!HasFailed() && at < text.size()) {
             script.statements.push_back(ParseStatement());
-            if (!HasFailed() && !SkipSeparators() && at < text.size()) FailHere("expected an operation or the end");
+            if (!HasFailed() && !SkipSeparators() && at < text.size())
+                FailBehindWord("expected an operation or the end");
         }
         if (HasFailed()) return fault;
         return script;
@@ -44,7 +45,7 @@ public:
         at = place.begin;
         Expression expression = ParseExpression();
         SkipGaps();
-        if (!HasFailed() && at < text.size()) FailHere("expected an operation or the end");
+        if (!HasFailed() && at < text.size()) FailBehindWord("expected an operation or the end");
         if (HasFailed()) return fault;
         return expression;
     }
@@ -387,7 +388,7 @@ private:
     }
 
     void Expect(std::string_view sign) {
-        if (!HasFailed() && !Take(sign)) FailHere("expected '" + std::string(sign) + "'");
+        if (!HasFailed() && !Take(sign)) FailBehindWord("expected '" + std::string(sign) + "'");
     }
 
     // ---- Blanks, line ends and comments
@@ -442,6 +443,22 @@ private:
     Expression FailHere(std::string message) {
         SkipBlanks();
         return Fail({at, std::min(at + 1, text.size())}, std::move(message));
+    }
+    // Where a word follows a word, both may be the name of a column.
+    Expression FailBehindWord(std::string message) {
+        SkipBlanks();
+        std::size_t begin = last, end = at;
+        while (begin > 0 && ContinuesWord(text[begin - 1])) --begin;
+        while (end < text.size() && (ContinuesWord(text[end]) || text[end] == ' ')) ++end;
+        while (end > at && text[end - 1] == ' ') --end;
+        const bool isName = begin < last && StartsWord(text[begin]) && at > last && end > at &&
+                            text.substr(last, at - last).find_first_not_of(' ') == text.npos;
+        if (isName) {
+            message.append("; a column whose name has a blank stands in quotes: '")
+                .append(text.substr(begin, end - begin))
+                .append("'");
+        }
+        return FailHere(std::move(message));
     }
 
     std::string_view text;

@@ -17,6 +17,7 @@ struct Problem {
     std::string message;                    // for people, without a full stop
     std::vector<std::string> nearest = {};  // known words that look like an unknown one, best first
     std::string source = {};                // name of the text, such as a file of definitions; empty for an expression
+    std::string text = {};                  // all of it
     bool isOutOfMemory = false;
 };
 

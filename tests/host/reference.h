@@ -1,6 +1,6 @@
 #pragma once
 
-// What the tests read in docs/operators.md.
+// What the tests read in docs/, most of it in docs/operators.md.
 
 #include <fstream>
 #include <regex>
@@ -14,12 +14,14 @@ inline std::vector<std::smatch> Matches(const std::string& text, const std::rege
     return {std::sregex_iterator(text.begin(), text.end(), pattern), std::sregex_iterator()};
 }
 
+inline std::string Document(const std::string& name) {
+    std::ostringstream content;
+    content << std::ifstream(PROJECT_FOLDER "/docs/" + name).rdbuf();
+    return content.str();
+}
+
 inline const std::string& Reference() {
-    static const std::string text = [] {
-        std::ostringstream content;
-        content << std::ifstream(PROJECT_FOLDER "/docs/operators.md").rdbuf();
-        return content.str();
-    }();
+    static const std::string text = Document("operators.md");
     return text;
 }
 

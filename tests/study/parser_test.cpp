@@ -99,6 +99,8 @@ TEST(Parser, NamesThePlaceOfAFault) {
         {"(1", 2, "expected ')'"},
         {"1)", 1, "expected an operation"},
         {"5 5", 2, "expected an operation"},
+        {"Sim(Adj  Close , 5)", 9, "expected ')'; a column whose name has a blank stands in quotes: 'Adj  Close'"},
+        {"1 + Adj Close", 8, "a column whose name has a blank stands in quotes: 'Adj Close'"},
         {"5x", 1, "expected an operation behind the number"},
         {"a.5", 2, "expected the name of an output"},
         {"a + * b", 4, "expected a value"},
