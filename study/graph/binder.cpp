@@ -332,10 +332,12 @@ Outcome<Operand> Binder::BindSign(const Expression& part, std::string_view sign,
         if (!operatorClass) return Fault(part, scope, "the operator library has no " + std::string(keyword));
         Outcome<ComPtr<IZelmorOp>> op = library.Create(*operatorClass, scope.settings);
         if (!op) return Placed(op.Fault(), part, scope);
-        return AddOperator(*operatorClass, std::string(keyword), std::move(*op), part, scope,
-                           [&](std::size_t argument) {
-                               return Outcome<const Operand*>(argument == 0 ? &a : argument == 1 ? &b : nullptr);
-                           });
+        return AddOperator(
+            *operatorClass, std::string(keyword), std::move(*op), part, scope,
+            [&](std::size_t argument) {
+                return Outcome<const Operand*>(argument == 0 ? &a : argument == 1 ? &b : nullptr);
+            },
+            [&] { return a.text + " " + std::string(sign) + " " + b.text; });
     }
     const BinaryFunction rule = FindBinary(sign);
     if (a.constant && b.constant) {
@@ -674,16 +676,30 @@ Outcome<Operand> Binder::BindOperator(const OperatorClass& operatorClass, const 
             .append(text);
     }
     std::map<std::size_t, Operand> bound;
-    return AddOperator(operatorClass, std::move(key), std::move(*op), call, scope,
-                       [&](std::size_t argument) -> Outcome<const Operand*> {
-                           if (argument >= names.size() || !sorted->given[argument]) {
-                               return Outcome<const Operand*>(static_cast<const Operand*>(nullptr));
-                           }
-                           if (const auto known = bound.find(argument); known != bound.end()) return &known->second;
-                           Outcome<Operand> operand = Bind(*sorted->given[argument], scope);
-                           if (!operand) return operand.Fault();
-                           return &bound.emplace(argument, std::move(*operand)).first->second;
-                       });
+    const auto operandOf = [&](std::size_t argument) -> Outcome<const Operand*> {
+        if (argument >= names.size() || !sorted->given[argument]) {
+            return Outcome<const Operand*>(static_cast<const Operand*>(nullptr));
+        }
+        if (const auto known = bound.find(argument); known != bound.end()) return &known->second;
+        Outcome<Operand> operand = Bind(*sorted->given[argument], scope);
+        if (!operand) return operand.Fault();
+        return &bound.emplace(argument, std::move(*operand)).first->second;
+    };
+    const auto written = [&] {
+        std::string text = operatorClass.keyword + "(";
+        std::size_t last = names.size();
+        while (last > 0 && !sorted->given[last - 1]) --last;
+        for (std::size_t i = 0; i < last; ++i) {
+            if (i > 0) text += ", ";
+            if (const auto known = bound.find(i); known != bound.end()) {
+                text += known->second.text;
+            } else if (sorted->given[i]) {
+                text += ParameterText(*sorted->given[i], scope);
+            }
+        }
+        return text + ")";
+    };
+    return AddOperator(operatorClass, std::move(key), std::move(*op), call, scope, operandOf, written);
 }
 
 // An operator takes a text that it can't use for an unset parameter, and says nothing.
@@ -713,10 +729,10 @@ void Binder::WarnOfArgument(const OperatorClass& operatorClass, std::size_t inde
 }
 
 // Connects each input of an operator to what feeds it. `operandOf` gives the operand of an argument, null for one that is
-// missing.
-template <class OperandOf>
+// missing, and `written` the text of the call for an operator whose formula says less.
+template <class OperandOf, class Written>
 Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::string key, ComPtr<IZelmorOp> op,
-                                     const Expression& part, const Scope& scope, OperandOf operandOf) {
+                                     const Expression& part, const Scope& scope, OperandOf operandOf, Written written) {
     TextSlot text = nullptr;
     const auto taken = [&](HRESULT status) { return library.Take(SUCCEEDED(status) ? text : nullptr); };
     std::vector<Place> sources;
@@ -775,8 +791,8 @@ Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::st
     uint lookback = 0;
     op->GetLookback(&lookback, nullptr);
     const std::string formula = taken(op->GetFormula(&text, nullptr));
-    const std::string written = scope.source->text.substr(part.span.begin, part.span.end - part.span.begin);
-    result.text = FilledFormula(formula, curves).value_or(written);
+    std::optional<std::string> filled = FilledFormula(formula, curves);
+    result.text = filled ? std::move(*filled) : written();
     result.depth += 1;
     result.lookback += lookback;
 

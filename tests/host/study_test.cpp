@@ -186,7 +186,7 @@ TEST_F(StudyTest, SaysWhatIsDrawnInTheWordsOfItsOperators) {
         {"volume", "volume", false},
         {"Sim(Sim(Close,2),3)", "Sim( Sim( close, 2), 3)", true},
         {"Sim(Volume, 2)", "Sim( volume, 2)", false},
-        {"Sim(Close,  Volume)", "Sim(Close,  Volume)", true},  // the operator's formula has no place for the second
+        {"Sim(Close,  Volume)", "Sim(close, volume)", true},  // the operator's formula has no place for the second
         {"Correl(Close, Volume, 3)", "Correl( close, volume, 3)", false},
         {"Bar + Volume", "(Bar+volume)", true},
         {"(Bar / 2).high", "(Bar/2).high", false},
