@@ -3,6 +3,7 @@
 #include "chart.h"
 #include "console.h"
 #include "description.h"
+#include "explain.h"
 #include "failure.h"
 #include "follow.h"
 #include "output_file.h"
@@ -31,6 +32,7 @@ struct Options {
     std::vector<std::string> definitions;
     bool json = false;
     bool markdown = false;
+    bool plan = false;
     std::string keyword;
     std::vector<std::string> arguments;
     std::string barFile;
@@ -88,6 +90,14 @@ BarFile ReadBars(const Options& options) {
     settings.tell = Tell;
     RefuseAsStandardOutput(PathOf(options.barFile));
     return BarFile(PathOf(options.barFile), settings);
+}
+
+void Explain(const Options& options) {
+    const Library library = LoadLibrary(options);
+    const std::vector<std::string> columns = options.barFile.empty()
+                                                 ? std::vector<std::string>{"open", "high", "low", "close", "volume"}
+                                                 : ReadBars(options).Columns();
+    Print(ExplainText(library, columns, options.expressions, options.settings.operators, options.plan));
 }
 
 // Null without a path. Of what the command reads, or writes besides, nothing may be written over.
@@ -257,6 +267,14 @@ int Main(int argc, char** argv) {
     describe->add_flag("--markdown", options.markdown, "only its arguments, as a table for documents")->excludes(json);
     AddOperatorSettings(*describe, options.settings.operators);
     describe->callback([&] { DescribeOne(options); });
+
+    CLI::App* const explain = app.add_subcommand("explain", "what expressions stand for, in their operators' words");
+    explain->add_option("expressions", options.expressions, "such as \"RSI(Close, 14)\"")->required();
+    explain->add_flag("--plan", options.plan, "the nodes that calculate them; equal parts are one node");
+    explain->add_option("--bars", options.barFile, "a file of bars whose columns they may use");
+    AddOperatorSettings(*explain, options.settings.operators);
+    AddDefinitions(*explain, options);
+    explain->callback([&] { Explain(options); });
 
     CLI::App* const run = app.add_subcommand("run", "run expressions over a file of bars");
     AddRunSettings(*run, options);
