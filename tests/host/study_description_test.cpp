@@ -49,5 +49,15 @@ TEST(StudyDescription, ReadsFilesOfDefinitions) {
     EXPECT_EQ(RunStudy("studies --define no_such.study").text, "study: no_such.study: No such file or directory\n");
 }
 
+TEST(StudyDescription, ExplainsByNodes) {
+    const std::string text = RunStudy("explain --plan \"a = EMA(Close, 12)\" \"a - EMA(close, 12)[1]\"").text;
+    EXPECT_NE(text.find("formula   (Exp(close, 12.000) - Exp(close, 12.000)[1])\n  node      #3\n"), std::string::npos)
+        << text;
+    EXPECT_NE(
+        text.find("\n1     3  close   Exp(close, 12.000)\n2     1  #1      Exp(close, 12.000)[1]\n3     1  #1, #2  "),
+        std::string::npos)
+        << text;
+}
+
 }  // namespace
 }  // namespace sarvane::study
