@@ -128,7 +128,8 @@ TEST(Reference, TellsTheDefaults) {
 
 TEST(Reference, ShowsWhatStudyPrints) {
     std::filesystem::current_path(PROJECT_FOLDER);
-    for (const auto& block : Matches(Reference(), std::regex("```console\n\\$ study ([^\n]*)\n([^`]*)```")))
+    const std::string documents = Reference() + Document("expressions.md");
+    for (const auto& block : Matches(documents, std::regex("```console\n\\$ study ([^\n]*)\n([^`]*)```")))
         EXPECT_EQ(RunStudy(block[1]).text, block[2]) << block[1];
     for (const Entry& entry : Entries())
         EXPECT_NE(entry.text.find("```console\n$ study run data/"), std::string::npos) << entry.keyword;
