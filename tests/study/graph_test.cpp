@@ -10,6 +10,7 @@ TEST(Graph, HoldsEqualPartsOnce) {
         {{"Close > Sim(Close, 20)", "Sim(close,20)", "Sim(Close, period = 20)"}, 2},
         {{"a = Close[2] + 1", "a * 2", "Close[2] + 1"}, 3},
         {{"f(x) = prev(x) + Close[1] * x", "f(2)", "f(2)", "f(1 + 1)[1]"}, 7},
+        {{"prev(0) + Close", "prev(0) - Close", "prev(1) + Close"}, 12},
         {{"f(x) = prev(x) + x", "f(2) + f(3)"}, 9},  // last value, start, sum, keeping; and the sum of both
         {{"f(x) = prev(0) + x", "f(f(1))", "f(f(1)) * 2"}, 9},
         {{"g() = {a = prev(0) + High; b = max(a, prev(a))}", "g().a", "g().b", "g().b"}, 8},
