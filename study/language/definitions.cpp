@@ -37,8 +37,8 @@ std::optional<Problem> Definitions::Add(std::string_view text, std::string_view 
     Outcome<Script> script = ParseScript(text);
     if (!script) return ProblemIn(script.Fault(), *source);
     const auto before = definitions;
-    for (const Statement& statement : script->statements) {
-        if (auto problem = Add(statement, source)) {
+    for (Statement& statement : script->statements) {
+        if (auto problem = Add(std::move(statement), source)) {
             definitions = before;
             return problem;
         }
@@ -46,7 +46,7 @@ std::optional<Problem> Definitions::Add(std::string_view text, std::string_view 
     return std::nullopt;
 }
 
-std::optional<Problem> Definitions::Add(const Statement& statement, std::shared_ptr<const Source> source) {
+std::optional<Problem> Definitions::Add(Statement statement, std::shared_ptr<const Source> source) {
     if (statement.name.empty()) return ProblemAt(statement.span, "expected a definition: `name = expression`", *source);
     if (std::string reason = refusal(statement.name); !reason.empty()) {
         return ProblemAt(statement.nameSpan, std::move(reason), *source);
@@ -63,7 +63,7 @@ std::optional<Problem> Definitions::Add(const Statement& statement, std::shared_
     if (!statement.outputs.empty() && hasNothing) {
         return ProblemAt(statement.nameSpan, "an output whose name does not start with \"_\" is missing", *source);
     }
-    auto added = std::make_shared<const Definition>(Definition{statement, std::move(source)});
+    auto added = std::make_shared<const Definition>(Definition{std::move(statement), std::move(source)});
     MakeRoom(definitions);  // none is lost if memory runs out
     std::erase_if(definitions,
                   [&](const auto& known) { return EqualIgnoringCase(known->statement.name, added->statement.name); });

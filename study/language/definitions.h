@@ -43,7 +43,7 @@ public:
     // Adds all statements of a text, or none of them if there is a problem. Each must have a name.
     std::optional<Problem> Add(std::string_view text, std::string_view sourceName);
     // Adds one statement of a text that has been read already.
-    std::optional<Problem> Add(const Statement& statement, std::shared_ptr<const Source> source);
+    std::optional<Problem> Add(Statement statement, std::shared_ptr<const Source> source);
 
     // In any letter case. Null if there is none.
     const Definition* Find(std::string_view name) const;
