@@ -5,6 +5,7 @@
 #include "columns.h"
 #include "compilation.h"
 #include "compiled_operator.h"
+#include "language/documentation.h"
 #include "platform/guarded_call.h"
 #include "sarvane/chart_label.h"
 #include "series_stream.h"
@@ -18,6 +19,21 @@ using namespace sarvane::study;
 
 struct SarvaneLibrary {
     std::shared_ptr<StudyLibrary> studies;
+    // By definition. The texts that callers get to see lie here.
+    struct Described {
+        std::shared_ptr<const Definition> definition;
+        Documentation about;
+    };
+    std::vector<Described> definitions = {};
+
+    void Describe() {
+        std::vector<Described> all;
+        for (auto& definition : studies->Studies().All()) {
+            Documentation about = DocumentationOf(definition->statement, definition->source->text);
+            all.push_back({std::move(definition), std::move(about)});
+        }
+        definitions = std::move(all);
+    }
 };
 
 // Expressions that can be added to and run; or those of a series, which can only be asked.
@@ -50,6 +66,7 @@ struct OwnedProblem : SarvaneProblem {
         length = held.length;
         message = held.message.c_str();
         source = held.source.c_str();
+        text = held.text.c_str();
         nearest = words.data();
         nearestCount = words.size();
     }
@@ -169,7 +186,7 @@ SarvaneStatus SarvaneOpenLibrary(const char* operatorLibrary, SarvaneLibrary** l
     return Answer([&] {
         auto loaded = StudyLibrary::Load(operatorLibrary ? operatorLibrary : "");
         if (!loaded) return Refuse(loaded.Fault(), SARVANE_NO_LIBRARY, problem);
-        *library = new SarvaneLibrary{std::move(*loaded)};
+        *library = new SarvaneLibrary{.studies = std::move(*loaded)};
         return SARVANE_OK;
     });
 }
@@ -181,8 +198,11 @@ SarvaneStatus SarvaneDefine(SarvaneLibrary* library, const char* definitions, co
     Clear(problem);
     if (!library || !definitions || !name) return SARVANE_WRONG_ARGUMENT;
     return Answer([&] {
-        auto fault = library->studies->Define(definitions, name);
-        return fault ? Refuse(std::move(*fault), SARVANE_WRONG_TEXT, problem) : SARVANE_OK;
+        if (auto fault = library->studies->Define(definitions, name)) {
+            return Refuse(std::move(*fault), SARVANE_WRONG_TEXT, problem);
+        }
+        if (!library->definitions.empty()) library->Describe();
+        return SARVANE_OK;
     });
 }
 
@@ -221,6 +241,44 @@ SarvaneStatus SarvaneGetOutputInfo(const SarvaneLibrary* library, size_t op, siz
     if (!found || output >= found->outputs.size() || !info) return SARVANE_WRONG_ARGUMENT;
     const OutputInfo& described = found->outputs[output];
     *info = {described.name.c_str(), described.meaning.c_str(), static_cast<SarvaneDrawing>(described.drawing)};
+    return SARVANE_OK;
+}
+
+SarvaneStatus SarvaneListDefinitions(SarvaneLibrary* library, size_t* count) {
+    if (!library || !count) return SARVANE_WRONG_ARGUMENT;
+    return Answer([&] {
+        library->Describe();
+        *count = library->definitions.size();
+        return SARVANE_OK;
+    });
+}
+
+SarvaneStatus SarvaneGetDefinitionInfo(const SarvaneLibrary* library, size_t definition, SarvaneDefinitionInfo* info) {
+    if (!library || definition >= library->definitions.size() || !info) return SARVANE_WRONG_ARGUMENT;
+    const auto& [found, about] = library->definitions[definition];
+    *info = {found->statement.name.c_str(), about.sentence.c_str(), about.group.c_str(),
+             about.source.c_str(),          about.choice.c_str(),   about.definition.c_str(),
+             found->source->name.c_str(),   about.arguments.size(), about.outputs.size()};
+    return SARVANE_OK;
+}
+
+SarvaneStatus SarvaneGetDefinitionArgument(const SarvaneLibrary* library, size_t definition, size_t argument,
+                                           SarvaneArgumentInfo* info) {
+    if (!library || definition >= library->definitions.size() || !info) return SARVANE_WRONG_ARGUMENT;
+    const Documentation& about = library->definitions[definition].about;
+    if (argument >= about.arguments.size()) return SARVANE_WRONG_ARGUMENT;
+    const auto& [name, standard, meaning] = about.arguments[argument];
+    constexpr double Most = std::numeric_limits<double>::infinity();
+    *info = {name.c_str(), meaning.c_str(), standard.c_str(), -Most, Most, SARVANE_CURVE, !standard.empty(), 1, 0};
+    return SARVANE_OK;
+}
+
+SarvaneStatus SarvaneGetDefinitionOutput(const SarvaneLibrary* library, size_t definition, size_t output,
+                                         SarvaneWordInfo* info) {
+    if (!library || definition >= library->definitions.size() || !info) return SARVANE_WRONG_ARGUMENT;
+    const Documentation& about = library->definitions[definition].about;
+    if (output >= about.outputs.size()) return SARVANE_WRONG_ARGUMENT;
+    *info = {about.outputs[output].name.c_str(), about.outputs[output].meaning.c_str()};
     return SARVANE_OK;
 }
 

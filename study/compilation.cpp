@@ -2,7 +2,6 @@
 
 #include "language/parser.h"
 #include "room.h"
-#include "standard_studies.h"
 
 #include <algorithm>
 #include <iterator>
@@ -57,7 +56,6 @@ Outcome<std::shared_ptr<StudyLibrary>> StudyLibrary::Load(const std::string& fil
     Outcome<OperatorLibrary> operators = OperatorLibrary::Load(file);
     if (!operators) return operators.Fault();
     std::shared_ptr<StudyLibrary> library(new StudyLibrary(std::move(*operators)));
-    if (auto problem = library->Define(StandardStudies, "standard.study")) return *problem;
     return library;
 }
 
@@ -113,7 +111,7 @@ std::optional<Problem> Compiler::AddText(const std::string& text, const CompileS
     Scope scope;
     scope.source = source.get();
     scope.settings = settings.operators;
-    Outcome<Operand> bound = binder.BindWhole(ValueOf(last), scope);
+    Outcome<Operand> bound = binder.BindText(ValueOf(last), scope);
     if (!bound) return bound.Fault();
     const std::string written = text.substr(last.span.begin, last.span.end - last.span.begin);
     return AddResults(std::move(*bound), last.name.empty() ? written : last.name, last, *source, settings.allOutputs);

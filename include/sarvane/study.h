@@ -14,7 +14,8 @@
  * need not outlive the call. An object keeps alive what it needs: a library may be closed while studies of it live.
  *
  * Threads. Different objects may be used by different threads at the same time; one object by one thread at a time.
- * Several threads may use one library at the same time, as long as none calls SarvaneDefine.
+ * Several threads may use one library at the same time, as long as none calls SarvaneDefine
+ * or SarvaneListDefinitions.
  *
  * Errors. A function that can fail answers a status. Where it also has a `problem`, which may be null, it puts there
  * what is wrong with a text, to be freed by SarvaneFreeProblem, or null if there is nothing to say but the status. No
@@ -63,6 +64,7 @@ typedef struct SarvaneProblem {
     const char* message; /* for people, without a full stop */
     const char*
         source; /* the text's name: "" for the first expression, "expression 2" and so on, or that of definitions */
+    const char* text;           /* the whole text that the place lies in; "" where there is none */
     const char* const* nearest; /* known words that look like an unknown one, best first */
     size_t nearestCount;
 } SarvaneProblem;
@@ -125,6 +127,7 @@ typedef struct SarvaneArgumentInfo {
     size_t wordCount; /* words that it takes, where its kind is word */
 } SarvaneArgumentInfo;
 
+/* A word and what it means. */
 typedef struct SarvaneWordInfo {
     const char* text;
     const char* meaning;
@@ -146,6 +149,32 @@ SARVANE_STUDY_API SarvaneStatus SarvaneGetWordInfo(const SarvaneLibrary* library
                                                    size_t word, SarvaneWordInfo* info);
 SARVANE_STUDY_API SarvaneStatus SarvaneGetOutputInfo(const SarvaneLibrary* library, size_t op, size_t output,
                                                      SarvaneOutputInfo* info);
+
+/* A study that is defined in the language of expressions: one of the standard studies, such as RSI, or one that
+ * SarvaneDefine added. What its comment does not say is "". */
+typedef struct SarvaneDefinitionInfo {
+    const char* name;
+    const char* sentence; /* what it is */
+    const char* group;
+    const char* source; /* where it comes from: author, title, year */
+    const char* choice; /* what was decided where the source leaves it open */
+    const char* text;   /* the definition itself */
+    const char* file;   /* that it stands in */
+    size_t argumentCount;
+    size_t outputCount; /* 0 if it has a plain value only */
+} SarvaneDefinitionInfo;
+
+/* Counts the definitions and describes them for the calls below, until the next SarvaneDefine or SarvaneListDefinitions.
+ * No other thread may use the library meanwhile. Error: SARVANE_OUT_OF_MEMORY. */
+SARVANE_STUDY_API SarvaneStatus SarvaneListDefinitions(SarvaneLibrary* library, size_t* count);
+SARVANE_STUDY_API SarvaneStatus SarvaneGetDefinitionInfo(const SarvaneLibrary* library, size_t definition,
+                                                         SarvaneDefinitionInfo* info);
+/* Name, meaning and default of an argument; all else in the structure is the same for each. */
+SARVANE_STUDY_API SarvaneStatus SarvaneGetDefinitionArgument(const SarvaneLibrary* library, size_t definition,
+                                                             size_t argument, SarvaneArgumentInfo* info);
+/* Name and meaning of an output. */
+SARVANE_STUDY_API SarvaneStatus SarvaneGetDefinitionOutput(const SarvaneLibrary* library, size_t definition,
+                                                           size_t output, SarvaneWordInfo* info);
 
 /* ---- Studies: expressions compiled over columns of data ---- */
 

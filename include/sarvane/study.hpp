@@ -30,6 +30,7 @@ public:
         offset = problem->offset;
         length = problem->length;
         source = problem->source;
+        text = problem->text;
         nearest.assign(problem->nearest, problem->nearest + problem->nearestCount);
     }
 
@@ -37,6 +38,7 @@ public:
     std::size_t offset = 0;            // of the faulty part, in bytes from the start of the text
     std::size_t length = 0;            // in bytes
     std::string source;                // the text's name; empty for the first expression of a study
+    std::string text;                  // the whole text that the place lies in
     std::vector<std::string> nearest;  // known words that look like an unknown one, best first
 };
 
@@ -113,6 +115,24 @@ public:
     SarvaneOutputInfo Output(std::size_t op, std::size_t output) const {
         return study_detail::Filled<SarvaneOutputInfo>(
             [&](auto* info) { return SarvaneGetOutputInfo(handle.get(), op, output, info); });
+    }
+
+    // Counts the studies that are defined, and describes them for the calls below.
+    std::size_t ListDefinitions() {
+        return study_detail::Filled<std::size_t>(
+            [&](auto* count) { return SarvaneListDefinitions(handle.get(), count); });
+    }
+    SarvaneDefinitionInfo Definition(std::size_t definition) const {
+        return study_detail::Filled<SarvaneDefinitionInfo>(
+            [&](auto* info) { return SarvaneGetDefinitionInfo(handle.get(), definition, info); });
+    }
+    SarvaneArgumentInfo DefinitionArgument(std::size_t definition, std::size_t argument) const {
+        return study_detail::Filled<SarvaneArgumentInfo>(
+            [&](auto* info) { return SarvaneGetDefinitionArgument(handle.get(), definition, argument, info); });
+    }
+    SarvaneWordInfo DefinitionOutput(std::size_t definition, std::size_t output) const {
+        return study_detail::Filled<SarvaneWordInfo>(
+            [&](auto* info) { return SarvaneGetDefinitionOutput(handle.get(), definition, output, info); });
     }
 
     // One expression as an operator.

@@ -175,6 +175,13 @@ struct Binder::CallArguments {
 
 // ---- Any part
 
+// A text before this one may have been left in the middle, if memory ran out.
+Outcome<Operand> Binder::BindText(const Expression& expression, const Scope& scope) {
+    open.clear();
+    depth = 0;
+    return BindWhole(expression, scope);
+}
+
 // A value that is made of its own last value is a plain one.
 Outcome<Operand> Binder::BindWhole(const Expression& expression, const Scope& scope) {
     const bool couldLoop = std::exchange(scope.mayLoop, true);

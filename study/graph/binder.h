@@ -68,7 +68,7 @@ public:
         : library(operators), definitions(names), columns(columnNames), graph(target) {}
 
     // What a whole expression stands for. `scope` says where its names lead and what operators are told.
-    Outcome<Operand> BindWhole(const Expression& expression, const Scope& scope);
+    Outcome<Operand> BindText(const Expression& expression, const Scope& scope);
 
     std::optional<std::size_t> FindColumn(std::string_view name) const;
     // What is no error and yet worth a word: arguments that their operator does not take as they stand.
@@ -76,6 +76,8 @@ public:
 
 private:
     struct CallArguments;
+
+    Outcome<Operand> BindWhole(const Expression& expression, const Scope& scope);
 
     Outcome<Operand> Bind(const Expression& part, const Scope& scope);
     Outcome<Operand> BindWord(const Expression& word, const Scope& scope);

@@ -2,8 +2,10 @@
 
 #include "language/parser.h"
 #include "room.h"
+#include "standard_studies.h"
 
 #include <algorithm>
+#include <span>
 
 namespace sarvane::study {
 namespace {
@@ -18,6 +20,12 @@ std::optional<Problem> FindRepeated(const std::vector<Named>& list, PlaceOf plac
         }
     }
     return std::nullopt;
+}
+
+const Definition* FindIn(std::span<const std::shared_ptr<const Definition>> list, std::string_view name) {
+    const auto found =
+        std::ranges::find_if(list, [&](const auto& known) { return EqualIgnoringCase(known->statement.name, name); });
+    return found == list.end() ? nullptr : found->get();
 }
 
 }  // namespace
@@ -72,9 +80,26 @@ std::optional<Problem> Definitions::Add(Statement statement, std::shared_ptr<con
 }
 
 const Definition* Definitions::Find(std::string_view name) const {
-    const auto found = std::ranges::find_if(
-        definitions, [&](const auto& known) { return EqualIgnoringCase(known->statement.name, name); });
-    return found == definitions.end() ? nullptr : found->get();
+    if (const Definition* const added = FindIn(definitions, name)) return added;
+    return FindIn(Standard(), name);
+}
+
+Definitions::List Definitions::All() const {
+    List all;
+    for (const auto& study : Standard()) {
+        if (!FindIn(definitions, study->statement.name)) all.push_back(study);
+    }
+    all.insert(all.end(), definitions.begin(), definitions.end());
+    return all;
+}
+
+const Definitions::List& Definitions::Standard() {
+    static const List standard = [] {
+        Definitions read([](std::string_view) { return std::string(); });
+        read.Add(StandardStudies, "standard.study");
+        return read.definitions;
+    }();
+    return standard;
 }
 
 }  // namespace sarvane::study

@@ -32,7 +32,9 @@ struct Definition {
 // An output whose name starts with "_" is a step on the way to others: it can't be seen from outside.
 inline bool IsIntermediate(std::string_view output) { return output.starts_with('_'); }
 
-// The names that expressions may use. Those of a later text take the place of earlier ones with the same name.
+// The names that expressions may use: those of the standard studies, and what is added. Names of a later text take the
+// place of earlier ones. The standard studies are read when somebody asks for a name that was not added, and only once in
+// a process.
 class Definitions {
 public:
     // Why a name may not be defined, or an empty text if it may.
@@ -47,12 +49,16 @@ public:
 
     // In any letter case. Null if there is none.
     const Definition* Find(std::string_view name) const;
-    // In the order in which they were added.
-    const std::vector<std::shared_ptr<const Definition>>& All() const { return definitions; }
+    // The standard studies come first, then what was added, in its order.
+    std::vector<std::shared_ptr<const Definition>> All() const;
 
 private:
+    using List = std::vector<std::shared_ptr<const Definition>>;
+
+    static const List& Standard();
+
     Refusal refusal;
-    std::vector<std::shared_ptr<const Definition>> definitions;
+    List definitions;  // that were added
 };
 
 }  // namespace sarvane::study

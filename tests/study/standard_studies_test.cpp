@@ -473,7 +473,7 @@ protected:
 
     const BarFile bars{BAR_FILE};
     const Library library;
-    const std::vector<std::shared_ptr<const Definition>>& all = library.Studies()->Studies().All();
+    const std::vector<std::shared_ptr<const Definition>> all = library.Studies()->Studies().All();
 };
 
 TEST_F(StandardStudies, AreWhatTheirDefinitionsSay) {
