@@ -28,7 +28,7 @@ public:
     }
 
 protected:
-    using Cells = std::unique_ptr<Element[]>;
+    using Cells = std::shared_ptr<Element[]>;
 
     // The smallest power of two that is not below `slots`, from 2 to 2^28.
     static int PowerOfTwoFor(long long slots) {
@@ -37,7 +37,7 @@ protected:
     }
     // The cells are not initialised: a large buffer takes memory only as far as it is used.
     static Cells MakeCells(int slots) {
-        return std::make_unique_for_overwrite<Element[]>(static_cast<std::size_t>(slots));
+        return std::make_shared_for_overwrite<Element[]>(static_cast<std::size_t>(slots));
     }
 
     int Wrap(int slot) const { return static_cast<int>(static_cast<std::uint32_t>(slot) & mask); }
