@@ -42,6 +42,14 @@ TYPED_TEST(Windows, MatchDeques) {
                 ASSERT_EQ(&windows[n][i], &windows[n].Newest(windows[n].Size() - 1 - i)) << step;
             }
             ASSERT_EQ(held, expected[n]) << step;
+            if constexpr (requires { windows[n].OldestFirst(0, [](double) {}); }) {
+                const int skipped = step % 3 % (windows[n].Size() + 1), count = windows[n].Size() - skipped;
+                std::deque<double> oldestFirst, newestFirst;  // without the ends that are skipped
+                windows[n].OldestFirst(count, [&](double value) { oldestFirst.push_back(value); }, skipped);
+                windows[n].NewestFirst(count, [&](double value) { newestFirst.push_front(value); }, skipped);
+                ASSERT_EQ(oldestFirst, std::deque(held.begin() + skipped, held.end())) << step;
+                ASSERT_EQ(newestFirst, std::deque(held.begin(), held.end() - skipped)) << step;
+            }
         }
     }
 }
