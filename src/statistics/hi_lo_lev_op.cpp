@@ -9,13 +9,13 @@ enum Output { Level, Distance };
 bool HasKey(const LevelBar& bar) { return !IsUndefined(bar.key); }
 
 // Missing keys and NaNs have no order.
-bool HasOrder(const LevelBar& bar) { return HasKey(bar) && bar.key == bar.key; }
+constexpr auto HasOrder = [](const LevelBar& bar) { return HasKey(bar) && bar.key == bar.key; };
 
 // A missing key is never better than a key, and any later bar is better than one whose key is missing.
 template <class Extreme>
-bool IsBeyond(const LevelBar& bar, const LevelBar& best) {
+constexpr auto IsBeyond = [](const LevelBar& bar, const LevelBar& best) {
     return (Extreme::IsBeyond(bar.key, best.key) && HasKey(bar)) || !HasKey(best);
-}
+};
 
 }  // namespace
 
