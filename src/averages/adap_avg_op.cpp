@@ -20,10 +20,15 @@ double SmoothingFactor(double period) {
 // any change in the window the average stays where it is.
 void Adapt(AdapAvgState& live, int window, double fast, double slow) {
     const HistoryRing& history = live.history;
-    double volatility = 0.0;
-    for (int bars = 1; bars < window; ++bars) volatility += std::abs(history.Newest(bars) - history.Newest(bars - 1));
-    if (!(volatility > 1e-100)) return;
     const double newest = history.Newest();
+    double volatility = 0.0;
+    double later = newest;
+    const auto addChange = [&](double value) {
+        volatility += std::abs(value - later);
+        later = value;
+    };
+    history.NewestFirst(window - 1, addChange, 1);
+    if (!(volatility > 1e-100)) return;
     const double efficiency = std::abs(newest - history.Newest(window - 1)) / volatility;
     const double factor = efficiency * (fast - slow) + slow;
     live.average = factor * factor * (newest - live.average) + live.average;

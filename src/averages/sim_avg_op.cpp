@@ -32,7 +32,7 @@ double DropOldest(HistoryRing& window, double sum) {
     const double rest = sum - oldest;
     if (!IsInaccurate(rest, oldest)) return rest;
     double fresh = 0.0;
-    for (int i = 0; i < window.Size(); ++i) fresh += window[i];
+    window.OldestFirst(window.Size(), [&](double value) { fresh += value; });
     return fresh;
 }
 
@@ -55,7 +55,7 @@ double MeanOfNewest(HistoryRing& history, double value, int depth, int wanted) {
     PushReplacing(history, value, depth);
     if (wanted < 1 || wanted > history.Size()) return UndefinedValue;
     double sum = 0.0;
-    for (int bars = 0; bars < wanted; ++bars) sum += history.Newest(bars);
+    history.NewestFirst(wanted, [&](double earlier) { sum += earlier; });
     return sum / wanted;
 }
 

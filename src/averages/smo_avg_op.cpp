@@ -70,7 +70,7 @@ double CSmoAvgOp::StepByCurve(SmoAvgState& live, double value, int wanted) const
     if (wanted < 1) return UndefinedValue;
     if (!starts) return live.average = Moved(live.average, value, wanted);
     if (live.history.Size() < wanted) return UndefinedValue;
-    for (int bars = 0; bars < wanted; ++bars) live.sum += live.history.Newest(bars);
+    live.history.NewestFirst(wanted, [&](double earlier) { live.sum += earlier; });
     return live.average = live.sum / wanted;
 }
 

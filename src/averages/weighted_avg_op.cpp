@@ -10,11 +10,12 @@ enum Argument : short { Curve, Period };
 // It is 0 for no period.
 double WeightedMean(const HistoryRing& history, int period) {
     double total = 0.0;
-    uint sum = 0;
-    for (int weight = period; weight >= 1; --weight) {
-        total += weight * history.Newest(period - weight);
-        sum += static_cast<uint>(weight);
-    }
+    double weight = period;
+    history.NewestFirst(period, [&](double value) {
+        total += weight * value;
+        weight -= 1.0;
+    });
+    const auto sum = static_cast<uint>(static_cast<long long>(period) * (period + 1LL) / 2);
     return total / static_cast<int>(sum);
 }
 

@@ -39,64 +39,56 @@ private:
     using Window = RingWindow<Element>;
     using Window::buffer, Window::capacity, Window::head, Window::tail;
 
-    // A buffer and the one or two rings that use it. A ring alone may be in either place of `owners`.
-    struct ShareBlock {
-        BasicHistoryRing* owners[2] = {};
-        BasicHistoryRing* writer = nullptr;  // of two owners, the one that may push; null until one of them does
-        typename Window::Cells cells;
-    };
-
     // Two slots more than elements: one slot of a ring always stays free, and the other lets a window of this many
     // elements push before it pops.
     static int CapacityFor(long long elements) { return Window::PowerOfTwoFor(elements + 2); }
 
-    // The other ring that uses this buffer, or null.
-    BasicHistoryRing* Sharer() const { return share->owners[1 - place]; }
-
+    BasicHistoryRing& CopyOther(const BasicHistoryRing& source);
     void StartOver(int slots) noexcept;
     void UseNewBuffer(int slots);
-    void LeaveBuffer();
+    void LeaveBuffer() noexcept;
     void Detach();
-    void GrowAndPush(Element element, BasicHistoryRing* sharer);
-    void MoveWindow(Element* newBuffer, int slots, int newHead);
+    void GrowAndPush(Element element);
+    void MoveWindow(const BasicHistoryRing& larger, int newHead);
 
-    std::shared_ptr<ShareBlock> share;
-    int place = 0;  // index of this ring in `owners`
+    typename Window::Cells cells;        // the buffer
+    BasicHistoryRing* sharer = nullptr;  // the other ring that uses the buffer
+    bool sharerWrites = false;           // the sharer has pushed since the buffer is shared, so this ring may not
 };
 
 using HistoryRing = BasicHistoryRing<double>;
 
 template <class Element>
 inline void BasicHistoryRing<Element>::Push(Element element) {
-    BasicHistoryRing* sharer = Sharer();
-    if (sharer && share->writer != this) {
-        if (share->writer == sharer) {
-            Detach();
-            sharer = nullptr;
-        } else {
-            share->writer = this;
-        }
-    }
+    if (sharer) sharerWrites ? Detach() : void(sharer->sharerWrites = true);
     const int next = this->Wrap(tail + 1);
-    if (next == head || (sharer && next == sharer->head)) return GrowAndPush(element, sharer);
+    if (next == head || (sharer && next == sharer->head)) return GrowAndPush(element);
     buffer[tail] = element;
     tail = next;
 }
 
+// A snapshot that a host takes on every bar already shares the buffer, and so does the ring that is restored from it.
 template <class Element>
-BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHistoryRing& source) {
+inline BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHistoryRing& source) {
+    if (sharer != &source) return CopyOther(source);
+    head = source.head;
+    tail = source.tail;
+    return *this;
+}
+
+// Becomes a copy of a ring that doesn't share its buffer with this one yet.
+template <class Element>
+BasicHistoryRing<Element>& BasicHistoryRing<Element>::CopyOther(const BasicHistoryRing& source) {
     if (this == &source) return *this;
-    const bool alreadyShared = share == source.share;
-    const bool mustCopy = !alreadyShared && source.Sharer();  // the source's buffer has two owners
+    const bool mustCopy = source.sharer;  // its buffer has two owners
     if (mustCopy) {
-        UseNewBuffer(source.capacity);
-    } else if (!alreadyShared) {
+        if (sharer || capacity != source.capacity) UseNewBuffer(source.capacity);
+    } else {
         LeaveBuffer();
-        share = source.share;
-        place = 1 - source.place;
-        share->owners[place] = this;
-        share->writer = nullptr;
+        cells = source.cells;
         this->Use(source.buffer, source.capacity);
+        sharer = const_cast<BasicHistoryRing*>(&source);  // each of the two knows the other
+        sharer->sharer = this;
     }
     head = source.head;
     tail = source.tail;
@@ -106,7 +98,7 @@ BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const BasicHisto
 
 template <class Element>
 void BasicHistoryRing<Element>::Clear() noexcept {
-    if (Sharer()) return StartOver(CapacityFor(this->Size()));
+    if (sharer) return StartOver(CapacityFor(this->Size()));
     head = tail = 0;
 }
 
@@ -115,7 +107,7 @@ void BasicHistoryRing<Element>::Clear() noexcept {
 template <class Element>
 void BasicHistoryRing<Element>::StartOver(int slots) noexcept {
     try {
-        UseNewBuffer(slots);
+        if (sharer || capacity != slots) UseNewBuffer(slots);
         head = tail = 0;
     } catch (const std::bad_alloc&) {
         head = tail;
@@ -125,30 +117,28 @@ void BasicHistoryRing<Element>::StartOver(int slots) noexcept {
 // Leaves the present buffer for a new one that this ring has to itself. `head` and `tail` stay.
 template <class Element>
 void BasicHistoryRing<Element>::UseNewBuffer(int slots) {
-    auto block = std::make_shared<ShareBlock>();
-    block->cells = Window::MakeCells(slots);
-    block->owners[0] = this;
+    typename Window::Cells fresh = Window::MakeCells(slots);
     LeaveBuffer();
-    share = std::move(block);
-    place = 0;
-    this->Use(share->cells.get(), slots);
+    cells = std::move(fresh);
+    this->Use(cells.get(), slots);
 }
 
-// The buffer is freed with its last owner. An owner that remains is alone and needs no writer.
+// The buffer is freed with its last owner. An owner that remains is alone and may push.
 template <class Element>
-void BasicHistoryRing<Element>::LeaveBuffer() {
-    if (!share) return;
-    share->owners[place] = nullptr;
-    share->writer = nullptr;
-    share.reset();
+void BasicHistoryRing<Element>::LeaveBuffer() noexcept {
+    if (!sharer) return;
+    sharer->sharer = nullptr;
+    sharer->sharerWrites = false;
+    sharer = nullptr;
+    sharerWrites = false;
 }
 
 // Leaves the shared buffer to the other ring and takes a copy of the own window along.
 template <class Element>
 void BasicHistoryRing<Element>::Detach() {
-    const std::shared_ptr<ShareBlock> old = share;
+    const typename Window::Cells old = cells;
     UseNewBuffer(capacity);
-    this->CopyWindow(old->cells.get());
+    this->CopyWindow(old.get());
 }
 
 // No free slot is left: the slot behind `tail` is a head, of this ring or of its sharer. Moves both rings to a larger
@@ -159,23 +149,24 @@ void BasicHistoryRing<Element>::Detach() {
 //                                                  |- - - - - this ring's window - - - - -|
 //     new buffer, from slot 0 on           the same elements, then free slots
 template <class Element>
-void BasicHistoryRing<Element>::GrowAndPush(Element element, BasicHistoryRing* sharer) {
+void BasicHistoryRing<Element>::GrowAndPush(Element element) {
     const int size = this->Size();
     const int olderHead = this->Wrap(tail + 1) == head ? head : sharer->head;
     const int sharersNewHead = sharer ? this->Wrap(sharer->head - olderHead) : 0;
-    share->cells = this->Enlarge(olderHead);
+    cells = this->Enlarge(olderHead);
     head = tail - size;
-    if (sharer) sharer->MoveWindow(buffer, capacity, sharersNewHead);
+    if (sharer) sharer->MoveWindow(*this, sharersNewHead);
     buffer[tail++] = element;
 }
 
-// Sees the same window in another buffer, in which it starts at `newHead` and doesn't wrap.
+// Sees the same window in the larger buffer of its sharer, in which it starts at `newHead` and doesn't wrap.
 template <class Element>
-void BasicHistoryRing<Element>::MoveWindow(Element* newBuffer, int slots, int newHead) {
+void BasicHistoryRing<Element>::MoveWindow(const BasicHistoryRing& larger, int newHead) {
     const int size = this->Size();
     head = newHead;
     tail = newHead + size;
-    this->Use(newBuffer, slots);
+    cells = larger.cells;
+    this->Use(larger.buffer, larger.capacity);
 }
 
 extern template class BasicHistoryRing<double>;

@@ -22,13 +22,32 @@ public:
     // The element `bars` places before the newest.
     const Element& Newest(int bars = 0) const { return buffer[Wrap(tail - 1 - bars)]; }
 
+    // Calls `use` with each of the newest `count` elements, from the newest to the oldest; the `skipped` newest ones are
+    // left out, and don't count. There must be so many. The elements lie in two blocks of the buffer at most, so no index
+    // is wrapped.
+    template <class Use>
+    void NewestFirst(int count, Use use, int skipped = 0) const {
+        const int end = Wrap(tail - skipped);
+        const int before = std::min(count, end);  // in the block that ends there
+        Backwards(buffer + end, before, use);
+        Backwards(buffer + capacity, count - before, use);
+    }
+    // The same with the oldest `count` elements, from the oldest to the newest. Here the oldest ones can be skipped.
+    template <class Use>
+    void OldestFirst(int count, Use use, int skipped = 0) const {
+        const int begin = Wrap(head + skipped);
+        const int behind = std::min(count, capacity - begin);  // in the block that starts there
+        Forwards(buffer + begin, behind, use);
+        Forwards(buffer, count - behind, use);
+    }
+
     // Removes the oldest element, if there is one.
     void PopFront() {
         if (head != tail) head = Wrap(head + 1);
     }
 
 protected:
-    using Cells = std::unique_ptr<Element[]>;
+    using Cells = std::shared_ptr<Element[]>;
 
     // The smallest power of two that is not below `slots`, from 2 to 2^28.
     static int PowerOfTwoFor(long long slots) {
@@ -37,7 +56,7 @@ protected:
     }
     // The cells are not initialised: a large buffer takes memory only as far as it is used.
     static Cells MakeCells(int slots) {
-        return std::make_unique_for_overwrite<Element[]>(static_cast<std::size_t>(slots));
+        return std::make_shared_for_overwrite<Element[]>(static_cast<std::size_t>(slots));
     }
 
     int Wrap(int slot) const { return static_cast<int>(static_cast<std::uint32_t>(slot) & mask); }
@@ -73,6 +92,17 @@ protected:
         tail = static_cast<int>(end - cells.get());
         Use(cells.get(), larger);
         return cells;
+    }
+
+    template <class Use>
+    static void Backwards(const Element* end, int count, Use& use) {
+#pragma GCC unroll 4
+        for (const Element* element = end - count; end != element;) use(*--end);
+    }
+    template <class Use>
+    static void Forwards(const Element* begin, int count, Use& use) {
+#pragma GCC unroll 4
+        for (const Element* const end = begin + count; begin != end;) use(*begin++);
     }
 
     int head = 0;  // slot of the oldest element

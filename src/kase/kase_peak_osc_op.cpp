@@ -14,16 +14,17 @@ enum Output : short { Oscillator, OuterBand, OuterTurn, InnerBand, InnerTurn, Hi
 
 constexpr double FixedThreshold = 100.0;
 
-// The greater of `longest` and ln(upper / lower) / sqrt(lag): how far price rose within `lag` bars. It did not rise for a
-// missing price, for prices of opposite signs and for a `lower` near zero, whose quotient is undefined or not above 1.0.
-double LongerRun(double longest, GuardedValue upper, GuardedValue lower, int lag) {
-    const GuardedValue quotient = upper / lower;
-    if (!(quotient > 1.0)) return longest;
-    const double root = std::sqrt(lag);
+// The greater of `longest` and ln(upper / lower) / root, where `root` is that of a lag: how far price rose within the
+// lag. It did not rise for a missing price, for prices of opposite signs and for a `lower` near zero, whose quotient is
+// undefined or not above 1.0.
+double LongerRun(double longest, GuardedValue upper, GuardedValue lower, double root) {
     // log(q) <= q - 1, and all three are rounded to the nearest double, which keeps an order: the run is at most
-    // (q - 1) / root. Where that is no longer than `longest`, the logarithm need not be known.
-    if ((quotient.value - 1.0) / root <= longest) return longest;
-    return Greater(longest, Logarithm(quotient.value) / root);
+    // (q - 1) / root. Where that is no longer than `longest`, the logarithm need not be known. The factor makes up for
+    // the rounding of the two products, so that no longer run is missed.
+    constexpr double JustBelowOne = 1.0 - 0x1p-50;
+    if (!(upper.value / lower.value - 1.0 > longest * (root * JustBelowOne))) return longest;
+    const GuardedValue quotient = upper / lower;
+    return quotient > 1.0 ? Greater(longest, Logarithm(quotient.value) / root) : longest;
 }
 
 // A threshold is shown on the oscillator's side of zero, and below zero for an oscillator of exactly 0.0.
@@ -150,9 +151,11 @@ PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close
 // The greatest runs over all lags. The arrays reach back to the longest lag. Lags below 1 give no run.
 PriceRuns CKasePeakOscOp::LongestRuns(const KasePeakOscState& live) const {
     PriceRuns longest = {0.0, 0.0};
+    const double high = live.highs.Newest(), low = live.lows.Newest();
     for (int lag = std::max(std::min(lagFrom, lagTo), 1); lag <= LongestLag(); ++lag) {
-        longest.up = LongerRun(longest.up, live.highs.Newest(), live.lows.Newest(lag), lag);
-        longest.down = LongerRun(longest.down, live.highs.Newest(lag), live.lows.Newest(), lag);
+        const double root = std::sqrt(lag);
+        longest.up = LongerRun(longest.up, high, live.lows.Newest(lag), root);
+        longest.down = LongerRun(longest.down, live.highs.Newest(lag), low, root);
     }
     return longest;
 }

@@ -33,11 +33,12 @@ double CCGOscOp::CentreOfGravity(HistoryRing& window, double value) const {
     if (window.Size() != period) return UndefinedValue;
     double weighted = 0.0;
     double sum = 0.0;
-    for (int position = 1; position <= period; ++position) {
-        const double x = window.Newest(position - 1);
+    double position = 0.0;
+    window.NewestFirst(period, [&](double x) {
+        position += 1.0;
         sum += x;
         weighted += position * x;
-    }
+    });
     if (weighted == 0.0) return 0.0;
     return sum == 0.0 ? UndefinedValue : -weighted / sum;
 }

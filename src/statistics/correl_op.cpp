@@ -85,7 +85,7 @@ double CCorrelOp::FromNewestPairs(BasicHistoryRing<CorrelPair>& window, CorrelPa
     if (window.Size() >= depth) window.PopFront();
     if (wanted < 1 || wanted > window.Size()) return UndefinedValue;
     CorrelSums sums;
-    for (int bars = 0; bars < wanted; ++bars) sums.Add(window.Newest(bars));
+    window.NewestFirst(wanted, [&](const CorrelPair& earlier) { sums.Add(earlier); });
     return Correlation(sums, wanted);
 }
 

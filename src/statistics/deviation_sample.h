@@ -41,7 +41,8 @@ private:
     template <class Term>
     double Sum(Term term) const {
         double sum = 0.0;
-        for (int i = 0; i < count; ++i) sum += term(newestFirst ? window.Newest(i) : window[i]);
+        const auto add = [&](double value) { sum += term(value); };
+        newestFirst ? window.NewestFirst(count, add) : window.OldestFirst(count, add);
         return sum;
     }
     template <class Term>

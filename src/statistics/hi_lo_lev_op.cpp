@@ -6,6 +6,17 @@ namespace {
 enum Argument : short { Value, Key, Period, KeepGaps };
 enum Output { Level, Distance };
 
+bool HasKey(const LevelBar& bar) { return !IsUndefined(bar.key); }
+
+// Missing keys and NaNs have no order.
+constexpr auto HasOrder = [](const LevelBar& bar) { return HasKey(bar) && bar.key == bar.key; };
+
+// A missing key is never better than a key, and any later bar is better than one whose key is missing.
+template <class Extreme>
+constexpr auto IsBeyond = [](const LevelBar& bar, const LevelBar& best) {
+    return (Extreme::IsBeyond(bar.key, best.key) && HasKey(bar)) || !HasKey(best);
+};
+
 }  // namespace
 
 template <class Extreme>
@@ -16,6 +27,7 @@ STDMETHODIMP CLevOp<Extreme>::SetParameter(short index, const char16_t* value, T
     case Period:
         period = PositiveOrUnset(number);
         states.Live().window.Reconfigure(WindowRoom(period, depth));
+        states.Live().extreme.Forget();
         break;
     case KeepGaps: keepGaps = number != 0; break;
     }
@@ -27,6 +39,7 @@ STDMETHODIMP CLevOp<Extreme>::Reset(int count, const double* seed) {
     LevelState& live = states.Live();
     live.previous = {.key = NthSeed(Key, count, seed), .value = NthSeed(Value, count, seed)};
     live.window.Clear();
+    live.extreme.Forget();
     return S_OK;
 }
 
@@ -43,26 +56,21 @@ STDMETHODIMP CLevOp<Extreme>::Calculate(int, const double* in, int, double* out)
     PushWithin(live.window, bar, ValueOr(period, depth));
     const int size = live.window.Size();
     const int wanted = IsUnset(period) ? TruncateToInt(in[Period]) : period;
+    live.previous = bar;
     // A constant period gives results from a window of exactly that many bars. A snapshot that was taken before the
     // period was made shorter holds more, and gives none.
-    if (IsUnset(period) ? wanted >= 1 && wanted <= size : wanted == size) FindExtreme(live.window, wanted, out);
-    live.previous = bar;
-    return S_OK;
-}
-
-// Searches the newest `wanted` bars, oldest first. A missing key is never better than a key, and any later key, missing
-// or not, is better than a missing one. The distance of a bar whose key is missing is an output only if gaps are kept.
-template <class Extreme>
-void CLevOp<Extreme>::FindExtreme(const BasicHistoryRing<LevelBar>& window, int wanted, double* out) const {
-    double best = UndefinedValue;
-    for (int bars = wanted - 1; bars >= 0; --bars) {
-        const auto [key, value] = window.Newest(bars);
-        const bool missing = IsUndefined(key);
-        if (!IsUndefined(best) && (missing || !Extreme::IsBeyond(key, best))) continue;
-        best = key;
-        out[Level] = value;
-        if (!missing || keepGaps) out[Distance] = bars;
+    if (IsUnset(period) ? wanted < 1 || wanted > size : wanted != size) {
+        live.extreme.Forget();
+        return S_OK;
     }
+    if (IsUnset(period)) live.extreme.Forget();
+    const int bars = IsUnset(period) ? ExtremePlace::Search(live.window, wanted, IsBeyond<Extreme>)
+                                     : live.extreme.Follow(live.window, IsBeyond<Extreme>, HasOrder);
+    const LevelBar& found = live.window.Newest(bars);
+    out[Level] = found.value;
+    // The distance of a bar whose key is missing is an output only if gaps are kept.
+    if (HasKey(found) || keepGaps) out[Distance] = bars;
+    return S_OK;
 }
 
 template class CLevOp<HighestKey>;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/described.h"
+#include "frame/extreme_place.h"
 #include "frame/history_ring.h"
 
 namespace sarvane {
@@ -14,6 +15,7 @@ struct LevelBar {
 struct LevelState {
     LevelBar previous = {UndefinedValue, UndefinedValue};  // last bar that was used
     BasicHistoryRing<LevelBar> window;
+    ExtremePlace extreme;  // in `window`, while the period is constant
 };
 
 // HiLevel( value, key, period, keepGaps) and LoLevel( ...) look for the bar on which the key curve was highest or
@@ -50,8 +52,6 @@ public:
     virtual STDMETHODIMP GetKeepsGaps(uint* flag) { return Answer(flag, keepGaps); }
 
 private:
-    void FindExtreme(const BasicHistoryRing<LevelBar>& window, int wanted, double* out) const;
-
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
     bool keepGaps = false;

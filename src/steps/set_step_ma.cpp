@@ -2,7 +2,7 @@
 
 #include "frame/numbers.h"
 
-#include <algorithm>
+#include <functional>
 #include <limits>
 
 namespace sarvane {
@@ -30,6 +30,7 @@ int CSetStepMA::Reset() {
     live.last = live.value = UndefinedValue;
     live.sum = 0.0;
     live.window.Clear();
+    live.extreme.Forget();
     return 1;
 }
 
@@ -46,6 +47,8 @@ double CSetStepMA::Step(double value) {
         if (usesSum) live.sum -= live.window[0];
         live.window.PopFront();
     }
+    // The kind can change between two bars, and a snapshot may be of another kind.
+    if (live.window.Size() != count || live.extremeKind != kind) live.extreme.Forget();
     const double result = Result(live, value);
     live.last = value;
     return result;
@@ -66,11 +69,18 @@ double CSetStepMA::Result(StepMARecord& live, double value) const {
         const double before = IsUndefined(live.value) ? value : live.value;
         return live.value = (value - before) * ratio + before;
     }
-    case StepLowest: return full ? *std::min_element(live.window.begin(), live.window.end()) : UndefinedValue;
-    case StepHighest: return full ? *std::max_element(live.window.begin(), live.window.end()) : UndefinedValue;
+    case StepLowest: return full ? Extreme(live, std::less<>()) : UndefinedValue;
+    case StepHighest: return full ? Extreme(live, std::greater<>()) : UndefinedValue;
     case StepSum: live.sum += value; return full ? live.sum : UndefinedValue;
     default: return UndefinedValue;
     }
+}
+
+template <class Beyond>
+double CSetStepMA::Extreme(StepMARecord& live, Beyond isBeyond) const {
+    live.extremeKind = kind;
+    const auto hasOrder = [](double input) { return input == input; };
+    return live.window.Newest(live.extreme.Follow(live.window, isBeyond, hasOrder));
 }
 
 int CSetStepMA::GetLookback() const {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "frame/sliding_array.h"
+#include "frame/extreme_place.h"
+#include "frame/history_ring.h"
 #include "frame/state_store.h"
 #include "sarvane/values.h"
 
@@ -20,7 +21,9 @@ struct StepMARecord {
     double last = UndefinedValue;   // last input that was used
     double sum = 0.0;               // running sum of `window`
     double value = UndefinedValue;  // current average of StepSmo and StepExp
-    SlidingArray<double> window;    // inputs, oldest first
+    HistoryRing window;             // inputs, oldest first
+    ExtremePlace extreme;           // in `window`, of the kind that follows
+    int extremeKind = -1;           // StepLowest or StepHighest
 };
 
 // A running average, extreme or sum of one value a bar. Compound operators are built from these: they hold them by
@@ -48,6 +51,8 @@ public:
 
 private:
     double Result(StepMARecord& live, double value) const;
+    template <class Beyond>
+    double Extreme(StepMARecord& live, Beyond isBeyond) const;
 
     int kind = -1;  // a StepKind; until it is configured the length is 1.0, where a step returns its input
     double length = 1.0;

@@ -1,8 +1,11 @@
+#include "frame/extreme_place.h"
 #include "frame/history_ring.h"
 #include "frame/plain_ring.h"
 #include "frame/sliding_array.h"
 
+#include <cmath>
 #include <deque>
+#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -42,6 +45,14 @@ TYPED_TEST(Windows, MatchDeques) {
                 ASSERT_EQ(&windows[n][i], &windows[n].Newest(windows[n].Size() - 1 - i)) << step;
             }
             ASSERT_EQ(held, expected[n]) << step;
+            if constexpr (requires { windows[n].OldestFirst(0, [](double) {}); }) {
+                const int skipped = step % 3 % (windows[n].Size() + 1), count = windows[n].Size() - skipped;
+                std::deque<double> oldestFirst, newestFirst;  // without the ends that are skipped
+                windows[n].OldestFirst(count, [&](double value) { oldestFirst.push_back(value); }, skipped);
+                windows[n].NewestFirst(count, [&](double value) { newestFirst.push_front(value); }, skipped);
+                ASSERT_EQ(oldestFirst, std::deque(held.begin() + skipped, held.end())) << step;
+                ASSERT_EQ(newestFirst, std::deque(held.begin(), held.end() - skipped)) << step;
+            }
         }
     }
 }
@@ -60,6 +71,26 @@ TYPED_TEST(Windows, AreHeldToALength) {
     EXPECT_TRUE(isHeld(longer, 2, 3));
     PushReplacing(longer = full, 4.0, 2);
     EXPECT_TRUE(isHeld(longer, 1, 4)) << "a longer window loses none";
+}
+
+// Windows that grow, slide and start over, whose elements are often equal and now and then NaNs.
+TEST(ExtremePlace, IsThatOfASearch) {
+    std::mt19937 random(1);
+    HistoryRing window;
+    ExtremePlace place;
+    for (int step = 0; step < 50000; ++step) {
+        const auto action = random() % 64;
+        PushWithin(window, random() % 8 ? static_cast<double>(random() % 20) : NAN, action < 40 ? 12 : 13);
+        if (action == 63) {
+            window.PopFront();
+            place.Forget();
+            if (window.Size() == 0) continue;
+        }
+        int expected = 0;  // index of the extreme
+        for (int i = 1; i < window.Size(); ++i) expected = window[i] > window[expected] ? i : expected;
+        const auto hasOrder = [](double element) { return !std::isnan(element); };
+        ASSERT_EQ(place.Follow(window, std::greater<>(), hasOrder), window.Size() - 1 - expected) << step;
+    }
 }
 
 }  // namespace
