@@ -610,7 +610,15 @@ Outcome<Operand> Binder::BindDefinition(const Definition& definition, const Expr
         for (std::size_t i = 0; i < names.size(); ++i) {
             const FormalParameter& parameter = statement.parameters[i];
             if (sorted->given[i]) {
-                inner.parameters[Lower(parameter.name)] = {sorted->given[i], &scope};
+                const Expression& given = *sorted->given[i];
+                if (given.kind == Kind::Number && !parameter.standard && open.empty()) {
+                    const std::string number = NumberText(given.number);
+                    warnings.push_back(Fault(given, scope,
+                                             "`" + parameter.name + "` of " + statement.name + " is " + number +
+                                                 " on every bar; did you mean " + statement.name + "(Close, " + number +
+                                                 ")?"));
+                }
+                inner.parameters[Lower(parameter.name)] = {&given, &scope};
             } else if (parameter.standard) {
                 inner.parameters[Lower(parameter.name)] = {&*parameter.standard, &inner, true};
             } else {

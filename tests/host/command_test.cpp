@@ -147,6 +147,7 @@ TEST(Command, SaysWhyAColumnHasNoValue) {
         {"\"Sim(Close, 6000)\"",
          "study: Sim(Close, 6000) has no value: it needs 6000 bars of history, and there are 5105\n"},
         {"\"CGOscOp(Close)\"", "study: CGOscOp: `period` is missing; without it there is no result\n"},
+        {"\"RSI(14)\"", "study: `x` of RSI is 14 on every bar; did you mean RSI(Close, 14)?\n"},
         {"\"Close / 0\"", "study: Close / 0 has no value on any bar\n"},
     };
     for (const auto& [expression, warning] : cases) {
