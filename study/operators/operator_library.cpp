@@ -74,7 +74,8 @@ OperatorClass OperatorLibrary::Described(const GUID& id, IZelmorClassInfo& info)
         for (short word = 0; word < words; ++word) {
             TextSlot meaning = nullptr;
             if (FAILED(info.GetWord(n, word, &text, &meaning))) continue;
-            argument.words.push_back({Take(text), Take(meaning)});
+            const HandedText ownedMeaning = Own(meaning);
+            argument.words.push_back({Take(text), Utf8(ownedMeaning.get())});
         }
     }
     info.GetOutputCount(&count);
@@ -142,10 +143,8 @@ std::string OperatorLibrary::SetArgument(IZelmorOp& op, int index, std::string_v
 }
 
 std::string OperatorLibrary::Take(TextSlot text) const {
-    if (!text) return {};
-    std::string taken = Utf8(text);
-    module.Free(text);
-    return taken;
+    const HandedText owned = Own(text);
+    return owned ? Utf8(owned.get()) : std::string();
 }
 
 }  // namespace sarvane::study

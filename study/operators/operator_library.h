@@ -4,6 +4,7 @@
 #include "sarvane/class_info.h"
 #include "sarvane/com_ptr.h"
 
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -75,12 +76,19 @@ public:
     // Throws std::bad_alloc.
     std::string SetArgument(IZelmorOp& op, int index, std::string_view text) const;
 
-    // A text that an operator handed out, in UTF-8; the original is freed. Null is empty.
+    // A text that an operator handed out, in UTF-8; the original is freed, also if memory runs out. Null is empty.
     std::string Take(TextSlot text) const;
     // A text in UTF-8 for a host, who frees it as one of an operator's. Null when there is no memory left.
     TextSlot Hand(std::string_view text) const;
 
 private:
+    struct Free {
+        const OperatorModule* module;
+        void operator()(TextSlot text) const { module->Free(text); }
+    };
+    using HandedText = std::unique_ptr<char16_t, Free>;
+    HandedText Own(TextSlot text) const { return HandedText(text, Free{&module}); }
+
     explicit OperatorLibrary(const OperatorModule& loaded) : module(loaded) {}
     OperatorClass Described(const GUID& id, IZelmorClassInfo& info) const;
     std::optional<Problem> LearnSlots(OperatorClass& operatorClass) const;

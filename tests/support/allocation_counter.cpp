@@ -31,6 +31,13 @@ void* operator new(std::size_t bytes) {
     }
     throw std::bad_alloc();
 }
+// For room that the standard library can do without.
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    void* const memory = sarvane::test::IsAllocationToFail() ? nullptr : std::malloc(bytes ? bytes : 1);
+    allocations += memory != nullptr;
+    return memory;
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept { Free(memory); }
 void operator delete(void* memory) noexcept { Free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { Free(memory); }
 
