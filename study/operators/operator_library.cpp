@@ -75,7 +75,7 @@ OperatorClass OperatorLibrary::Described(const GUID& id, IZelmorClassInfo& info)
             TextSlot meaning = nullptr;
             if (FAILED(info.GetWord(n, word, &text, &meaning))) continue;
             const HandedText ownedMeaning = Own(meaning);
-            argument.words.push_back({Take(text), Utf8(ownedMeaning.get())});
+            argument.words.push_back({Take(text), ownedMeaning ? Utf8(ownedMeaning.get()) : std::string()});
         }
     }
     info.GetOutputCount(&count);
