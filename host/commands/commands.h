@@ -1,0 +1,19 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+// The commands of the program, one a file. Each function adds its command with all options to `app`; parsing a command
+// line runs it. `library` is read when it runs: the file of the operator library, or nothing for the one nearby.
+namespace sarvane::study {
+
+void AddList(CLI::App& app, const std::string& library);
+void AddStudies(CLI::App& app, const std::string& library);
+void AddDescribe(CLI::App& app, const std::string& library);
+void AddExplain(CLI::App& app, const std::string& library);
+void AddRun(CLI::App& app, const std::string& library);
+void AddLive(CLI::App& app, const std::string& library);
+void AddReplay(CLI::App& app, const std::string& library);
+void AddChart(CLI::App& app, const std::string& library);
+
+}  // namespace sarvane::study

@@ -1,0 +1,44 @@
+#include "commands/commands.h"
+#include "commands/options.h"
+#include "follow.h"
+#include "output_file.h"
+#include "path.h"
+
+namespace sarvane::study {
+namespace {
+
+struct LiveOptions {
+    StudyOptions study;
+    bool allOutputs = false;
+    std::size_t snapshotDistance = 0;
+    bool noFollow = false;
+};
+
+void FollowFile(const LiveOptions& options) {
+    const StudyOptions& study = options.study;
+    const Library library = study.library.Load();
+    RefuseAsStandardOutput(PathOf(study.barFile));
+    RunLive(library, study.barFile, study.expressions, options.allOutputs, study.run, options.snapshotDistance,
+            !options.noFollow);
+}
+
+}  // namespace
+
+void AddLive(CLI::App& app, const std::string& library) {
+    CLI::App& command = *app.add_subcommand(
+        "live", "follow a growing file of bars and ticks, or standard input for '-', and print each change");
+    command.footer(
+        "A line with the time of the last bar changes that bar, one with the time of an older bar corrects it, and\n"
+        "one with a later time opens the next bar. A line that can't be read is reported and left out. A file that\n"
+        "is replaced or written anew is read again, and what differs is shown.");
+    const auto options = std::make_shared<LiveOptions>(StudyOptions{LibraryOptions{library}});
+    AddStudy(command, options->study);
+    command.add_flag("--all-outputs", options->allOutputs, "a column for each output of an expression");
+    command.add_option("--snapshots", options->snapshotDistance,
+                       "keep a snapshot every N bars, from which corrections of older bars go on")
+        ->check(WholeNumber(0));
+    command.add_flag("--no-follow", options->noFollow, "stop at the end of the file");
+    command.callback([options] { FollowFile(*options); });
+}
+
+}  // namespace sarvane::study

@@ -1,0 +1,106 @@
+#include "commands/options.h"
+
+#include "console.h"
+#include "output_file.h"
+#include "path.h"
+
+#include <charconv>
+#include <cmath>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace sarvane::study {
+namespace {
+
+// Nothing, unless the whole text is a number.
+template <class Number>
+std::optional<Number> NumberIn(const std::string& text) {
+    Number number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+}  // namespace
+
+Library LibraryOptions::Load() const {
+    std::vector<std::filesystem::path> files;
+    for (const std::string& definition : definitions) files.push_back(PathOf(definition));
+    return Library(PathOf(file), files);
+}
+
+BarFile StudyOptions::ReadBars() const {
+    ReadSettings settings = reading;
+    settings.tell = Tell;
+    RefuseAsStandardOutput(PathOf(barFile));
+    return BarFile(PathOf(barFile), settings);
+}
+
+void StudyOptions::AddTo(Study& study, bool allOutputs) const {
+    for (const std::string& expression : expressions) study.Add(expression, allOutputs);
+    TellAll(study.Warnings());
+}
+
+std::vector<std::filesystem::path> StudyOptions::FilesRead() const {
+    std::vector<std::filesystem::path> files = {PathOf(barFile)};
+    if (!library.file.empty()) files.push_back(PathOf(library.file));
+    for (const std::string& definition : library.definitions) files.push_back(PathOf(definition));
+    return files;
+}
+
+void AddDefinitions(CLI::App& command, LibraryOptions& options) {
+    command.add_option("--define", options.definitions, "a file of studies for expressions to use; can be repeated")
+        ->allow_extra_args(false);
+}
+
+void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
+    command.add_option("--history", settings.history, "bars that operators keep where no argument says how many")
+        ->check(WholeNumber(1))
+        ->capture_default_str();
+    command.add_option("--digits", settings.digits, "of precision of the averages that round: 4 to 15");
+}
+
+void AddStudy(CLI::App& command, StudyOptions& options) {
+    command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->required();
+    command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
+    command.add_flag("--hold", options.run.hold, "bar arithmetic repeats missing inputs");
+    command.add_option("--price-step", options.run.priceStep, "the step that stops are rounded to, above 0")
+        ->check(AboveZero());
+    AddOperatorSettings(command, options.run.operators);
+    AddDefinitions(command, options.library);
+}
+
+void AddReading(CLI::App& command, ReadSettings& settings) {
+    command.add_flag("--skip-bad", settings.leaveOutBad, "report lines that can't be read, and leave them out");
+    command.add_flag("--sort", settings.sort, "put lines in the order of their times");
+}
+
+// CLI11's own check would show the largest number as the upper bound.
+CLI::Validator WholeNumber(long long least, long long most) {
+    const bool isBounded = most != std::numeric_limits<long long>::max();
+    const auto check = [least, most, isBounded](const std::string& text) {
+        const auto number = NumberIn<long long>(text);
+        if (number && *number >= least && *number <= most) return std::string();
+        return fmt::format("{} is no whole number from {} {}", text, least,
+                           isBounded ? fmt::format("to {}", most) : std::string("on"));
+    };
+    return {check, ""};
+}
+
+CLI::Validator AboveZero() {
+    const auto check = [](const std::string& text) {
+        const auto number = NumberIn<double>(text);
+        return number && *number > 0.0 && std::isfinite(*number) ? "" : fmt::format("{} is no number above 0", text);
+    };
+    return {check, ""};
+}
+
+void TellAll(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) Tell(line);
+}
+
+std::string JsonText(const nlohmann::json& json) {
+    return json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace sarvane::study

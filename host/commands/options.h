@@ -1,0 +1,52 @@
+#pragma once
+
+#include "study.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <limits>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+// What several commands share: groups of options, and how their values are checked and used.
+namespace sarvane::study {
+
+// The operator library and the files that add studies to it.
+struct LibraryOptions {
+    const std::string& file;  // empty for the library beside this program
+    std::vector<std::string> definitions = {};
+
+    Library Load() const;
+};
+
+// A file of bars, the expressions that run over it, and how they run.
+struct StudyOptions {
+    LibraryOptions library;
+    std::string barFile = {};
+    std::vector<std::string> expressions = {};
+    ReadSettings reading = {};
+    RunSettings run = {};
+
+    BarFile ReadBars() const;
+    // Adds the expressions to `study` and tells the user what is odd about them.
+    void AddTo(Study& study, bool allOutputs) const;
+    // What a command that reads these must not write over.
+    std::vector<std::filesystem::path> FilesRead() const;
+};
+
+void AddDefinitions(CLI::App& command, LibraryOptions& options);
+void AddOperatorSettings(CLI::App& command, OperatorSettings& settings);
+void AddStudy(CLI::App& command, StudyOptions& options);
+void AddReading(CLI::App& command, ReadSettings& settings);
+
+// For options that take a whole number.
+CLI::Validator WholeNumber(long long least, long long most = std::numeric_limits<long long>::max());
+// For options that take a number above 0.
+CLI::Validator AboveZero();
+
+void TellAll(const std::vector<std::string>& lines);
+// In ASCII: what `Print` would escape is escaped as JSON has it.
+std::string JsonText(const nlohmann::json& json);
+
+}  // namespace sarvane::study
