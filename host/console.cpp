@@ -27,8 +27,9 @@ bool MustBeEscaped(boost::locale::utf::code_point c) {
            within(0x2028u, 0x202Eu) || within(0x2066u, 0x2069u);
 }
 
-std::string Escaped(std::string_view text, bool keepLineEnds) {
-    const auto isHarmless = [&](char c) { return IsPlain(c) || (keepLineEnds && c == '\n'); };
+// `kept` are control characters that stay.
+std::string Escaped(std::string_view text, std::string_view kept) {
+    const auto isHarmless = [&](char c) { return IsPlain(c) || kept.find(c) != std::string_view::npos; };
     if (std::ranges::all_of(text, isHarmless)) return std::string(text);
     std::string escaped;
     const char* const end = text.data() + text.size();
@@ -71,13 +72,18 @@ void WritePending() noexcept {
 
 }  // namespace
 
-std::string Shown(std::string_view text) { return Escaped(text, false); }
+std::string Shown(std::string_view text) { return Escaped(text, ""); }
 
-void Print(std::string_view lines) {
+void Print(std::string_view lines) { PrintShown(Escaped(lines, "\n")); }
+
+void PrintData(std::string_view lines) {
+    IsTerminal(StandardOutput()) ? PrintShown(Escaped(lines, "\n\t")) : PrintShown(lines);
+}
+
+void PrintShown(std::string_view lines) {
     static const bool atOnce = IsTerminal(StandardOutput());
-    const std::string shown = Escaped(lines, true);
-    if (pending.size() + shown.size() > LongestWrite) FlushOutput();
-    pending += shown;
+    if (pending.size() + lines.size() > LongestWrite) FlushOutput();
+    pending += lines;
     if (atOnce) FlushOutput();
 }
 
@@ -91,7 +97,7 @@ bool OutputReaderIsGone() { return outputError == EPIPE; }
 void PrintError(std::string_view lines) noexcept {
     WritePending();
     try {
-        Write(StandardError(), Escaped(lines, true), false);
+        Write(StandardError(), Escaped(lines, "\n"), false);
     } catch (const std::bad_alloc&) {
         Write(StandardError(), "study: out of memory\n", false);
     }

@@ -4,7 +4,6 @@
 #include "failure.h"
 #include "growing_file.h"
 #include "live.h"
-#include "table.h"
 
 #include <fmt/ranges.h>
 #include <memory>
@@ -37,7 +36,8 @@ class Following {
 public:
     using MakeLive = std::function<std::unique_ptr<Live>(const BarHeader&, Live::Show, TimeReader)>;
 
-    Following(const std::string& file, bool follow, MakeLive makeLive) : source(file, follow, Tell), make(makeLive) {
+    Following(const std::string& file, bool follow, TableOutput& output, MakeLive makeLive)
+        : source(file, follow, Tell), table(output), make(makeLive) {
         Begin();
     }
 
@@ -56,12 +56,13 @@ private:
     void LeaveOut(const std::string& fault);
 
     GrowingFile source;
+    TableOutput& table;
     MakeLive make;
     std::optional<RowReader> reader;
     std::optional<RowCollector> content;  // while it is gathered
     bool isForeign = false;               // the content can't go on the bars so far
     std::unique_ptr<Live> live;
-    std::optional<ScreenTable> table;
+    bool hasHeading = false;
     std::size_t leftOut = 0;
     bool gapsAreTold = false;
     std::set<std::string> told;
@@ -78,11 +79,12 @@ void Following::Run() {
         if (!isForeign) reader->Add(text);
         TakeLines();
         if (isEnd || state == GrowingFile::State::CaughtUp) TakeContent();
-        FlushOutput();
-        if (OutputReaderIsGone()) return;
+        table.Flush();
+        if (!table.IsWanted()) return;
     }
     if (!live && Interrupted()) return;
     if (!live) Fail("{}: the file is empty", source.Name());
+    table.Finish();
     std::string report = live->Finish();
     if (leftOut > 0) report += fmt::format("left out   {} lines\n", leftOut);
     PrintError(report);
@@ -176,7 +178,7 @@ void Following::Start(TimeReader times) {
     const bool isFirst = !live;
     live = make(
         reader->Header(), [this](std::size_t bar) { Show(bar); }, std::move(times));
-    table.reset();
+    hasHeading = false;
     for (const std::string& keyword : live->Compiled().graph.WithoutSnapshots()) {
         if (!isFirst) break;
         Tell(keyword +
@@ -186,8 +188,9 @@ void Following::Start(TimeReader times) {
 }
 
 void Following::Show(std::size_t bar) {
-    if (!table) table.emplace(live->Bars(), live->Results());
-    table->WriteBar(live->Bars().Date(bar), live->Results());
+    if (!hasHeading) table.Begin(live->Bars(), live->Results());
+    hasHeading = true;
+    table.WriteBar(live->Bars().Date(bar), live->Results());
 }
 
 void Following::TellOnce(const std::string& notice) {
@@ -201,13 +204,13 @@ void Following::LeaveOut(const std::string& fault) {
 
 }  // namespace
 
-void RunLive(const Library& library, const std::string& file, const std::vector<std::string>& expressions,
-             bool allOutputs, const RunSettings& settings, std::size_t distance, bool follow) {
-    Following following(file, follow, [&](const BarHeader& header, Live::Show show, TimeReader times) {
-        return std::make_unique<Live>(library, header, expressions, allOutputs, settings, distance, std::move(show),
-                                      SeriesSettings().mostSnapshots, std::move(times));
-    });
-    following.Run();
+void RunLive(const Library& library, const FollowSettings& settings, TableOutput& table) {
+    const auto make = [&](const BarHeader& header, Live::Show show, TimeReader times) {
+        return std::make_unique<Live>(library, header, settings.expressions, settings.allOutputs, settings.run,
+                                      settings.snapshotDistance, std::move(show), SeriesSettings().mostSnapshots,
+                                      std::move(times));
+    };
+    Following(settings.file, settings.follow, table, make).Run();
 }
 
 }  // namespace sarvane::study

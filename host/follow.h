@@ -1,17 +1,25 @@
 #pragma once
 
 #include "study.h"
+#include "table/table_output.h"
 
 #include <string>
 #include <vector>
 
 namespace sarvane::study {
 
-// Runs expressions over a file of bars, or standard input for "-", prints each change, and reports at the end on
-// standard error. A line that can't be taken is told there and left out. A regular file is read to its end before its
-// first bar is shown, and followed as it grows or is written anew, until a signal ends the program, unless `follow` is
-// false.
-void RunLive(const Library& library, const std::string& file, const std::vector<std::string>& expressions,
-             bool allOutputs, const RunSettings& settings, std::size_t distance, bool follow);
+struct FollowSettings {
+    std::string file;  // "-" for standard input
+    std::vector<std::string> expressions;
+    bool allOutputs = false;
+    RunSettings run = {};
+    std::size_t snapshotDistance = 0;
+    bool follow = true;  // beyond the present end of a file
+};
+
+// Runs expressions over a file of bars, writes each change to `table`, and reports at the end on standard error. A line
+// that can't be taken is told there and left out. A regular file is read to its end before its first bar is shown, and
+// followed as it grows or is written anew, until a signal ends the program.
+void RunLive(const Library& library, const FollowSettings& settings, TableOutput& table);
 
 }  // namespace sarvane::study

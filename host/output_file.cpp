@@ -47,7 +47,8 @@ void RefuseAsStandardOutput(const fs::path& input) {
         Fail("standard output goes to {}, which is read", TextOf(input));
 }
 
-OutputFile::OutputFile(const fs::path& path, const std::vector<fs::path>& others) : name(TextOf(path)), target(path) {
+OutputFile::OutputFile(const fs::path& path, const std::vector<fs::path>& others, Kind kind)
+    : name(TextOf(path)), target(path) {
     const auto present = StateOf(path);
     for (const fs::path& other : others) {
         if (AreSameFile(path, other)) Fail("{}: not written, because it is the same file as {}", name, TextOf(other));
@@ -63,6 +64,8 @@ OutputFile::OutputFile(const fs::path& path, const std::vector<fs::path>& others
         descriptor = dup(isStandardOutput ? StandardOutput() : StandardError());
     } else if (present && !present->isRegular) {
         descriptor = OpenToWrite(path);
+    } else if (kind == Kind::Growing) {
+        descriptor = OpenAnew(path);
     } else {
         target = FileBehind(path);
         descriptor = CreateBeside(target, temporary);

@@ -11,12 +11,15 @@ namespace sarvane::study {
 // end. Until then, and after any failure, a file that was there before is as it was.
 //
 // A link leads to the file that is replaced. What is no regular file, such as a pipe, and what a standard stream goes to
-// is written directly.
+// is written directly. So is a file that others follow while it grows: it loses what it held before.
 class OutputFile {
 public:
+    enum class Kind { Replaced, Growing };
+
     // Fails if the path can't be written, or if it is one of `others`, by whatever name: files that are read, or that are
     // written besides.
-    OutputFile(const std::filesystem::path& path, const std::vector<std::filesystem::path>& others);
+    OutputFile(const std::filesystem::path& path, const std::vector<std::filesystem::path>& others,
+               Kind kind = Kind::Replaced);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -25,11 +28,12 @@ public:
     bool IsStandardOutput() const { return isStandardOutput; }
 
     void Write(std::string_view text);
+    // Hands all text so far to the system.
+    void Flush();
     // All is written.
     void Close();
 
 private:
-    void Flush();
     [[noreturn]] void FailWithError() const;
 
     std::string name;

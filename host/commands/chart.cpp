@@ -59,7 +59,7 @@ void AddChart(CLI::App& app, const std::string& library) {
         ->capture_default_str();
     command.add_option("--last", options->chart.last, "show the last N bars at first")->check(WholeNumber(1));
     command.add_option("--theme", options->chart.theme, "colours: auto, light or dark")
-        ->check(CLI::IsMember({"auto", "light", "dark"}));
+        ->check(OneOf({"auto", "light", "dark"}));
     command.callback([options] { Draw(*options); });
 }
 

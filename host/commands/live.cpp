@@ -9,8 +9,8 @@ namespace {
 
 struct LiveOptions {
     StudyOptions study;
-    bool allOutputs = false;
-    std::size_t snapshotDistance = 0;
+    TableOptions table = {};
+    FollowSettings following = {};
     bool noFollow = false;
 };
 
@@ -18,8 +18,13 @@ void FollowFile(const LiveOptions& options) {
     const StudyOptions& study = options.study;
     const Library library = study.library.Load();
     RefuseAsStandardOutput(PathOf(study.barFile));
-    RunLive(library, study.barFile, study.expressions, options.allOutputs, study.run, options.snapshotDistance,
-            !options.noFollow);
+    FollowSettings settings = options.following;
+    settings.file = study.barFile;
+    settings.expressions = study.expressions;
+    settings.run = study.run;
+    settings.follow = !options.noFollow;
+    TableOutput table(options.table, study.FilesRead(), true);
+    RunLive(library, settings, table);
 }
 
 }  // namespace
@@ -33,8 +38,9 @@ void AddLive(CLI::App& app, const std::string& library) {
         "is replaced or written anew is read again, and what differs is shown.");
     const auto options = std::make_shared<LiveOptions>(StudyOptions{LibraryOptions{library}});
     AddStudy(command, options->study);
-    command.add_flag("--all-outputs", options->allOutputs, "a column for each output of an expression");
-    command.add_option("--snapshots", options->snapshotDistance,
+    AddTable(command, options->table);
+    command.add_flag("--all-outputs", options->following.allOutputs, "a column for each output of an expression");
+    command.add_option("--snapshots", options->following.snapshotDistance,
                        "keep a snapshot every N bars, from which corrections of older bars go on")
         ->check(WholeNumber(0));
     command.add_flag("--no-follow", options->noFollow, "stop at the end of the file");

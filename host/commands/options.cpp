@@ -1,12 +1,15 @@
 #include "commands/options.h"
 
 #include "console.h"
+#include "failure.h"
 #include "output_file.h"
 #include "path.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <map>
 #include <nlohmann/json.hpp>
 
 namespace sarvane::study {
@@ -75,6 +78,25 @@ void AddReading(CLI::App& command, ReadSettings& settings) {
     command.add_flag("--sort", settings.sort, "put lines in the order of their times");
 }
 
+void AddTable(CLI::App& command, TableOptions& options) {
+    static const std::map<std::string, TableFormat> formats = {{"table", TableFormat::Screen},
+                                                               {"csv", TableFormat::Csv},
+                                                               {"tsv", TableFormat::Tsv},
+                                                               {"json", TableFormat::Json},
+                                                               {"ndjson", TableFormat::Ndjson}};
+    command
+        .add_option_function<std::string>(
+            "--format", [&options](const std::string& name) { options.format = formats.at(name); },
+            "table, csv, tsv, json or ndjson: of the file if there is one, else of standard output")
+        ->check(OneOf({"table", "csv", "tsv", "json", "ndjson"}));
+    command.add_option("-o,--output", options.file,
+                       "write the table to this file with all digits, as csv or what its ending says; '-' is standard "
+                       "output, else the table is shown there, too");
+    command.add_option("--na", options.missing, "what stands for a gap: '-' in a table, nothing in csv and tsv");
+    command.add_option("--precision", options.precision, "decimals of numbers: those of the bars in a table, else all")
+        ->check(WholeNumber(0, 17));
+}
+
 // CLI11's own check would show the largest number as the upper bound.
 CLI::Validator WholeNumber(long long least, long long most) {
     const bool isBounded = most != std::numeric_limits<long long>::max();
@@ -93,6 +115,14 @@ CLI::Validator AboveZero() {
         return number && *number > 0.0 && std::isfinite(*number) ? "" : fmt::format("{} is no number above 0", text);
     };
     return {check, ""};
+}
+
+CLI::Validator OneOf(const std::vector<std::string>& words) {
+    const auto check = [words](const std::string& text) {
+        if (std::ranges::find(words, text) != words.end()) return std::string();
+        return fmt::format("{} is none of {}", Quoted(text), fmt::join(words, ", "));
+    };
+    return {check, "", "one of"};
 }
 
 void TellAll(const std::vector<std::string>& lines) {

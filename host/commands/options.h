@@ -1,6 +1,7 @@
 #pragma once
 
 #include "study.h"
+#include "table/table_output.h"
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -39,11 +40,14 @@ void AddDefinitions(CLI::App& command, LibraryOptions& options);
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings);
 void AddStudy(CLI::App& command, StudyOptions& options);
 void AddReading(CLI::App& command, ReadSettings& settings);
+void AddTable(CLI::App& command, TableOptions& options);
 
 // For options that take a whole number.
 CLI::Validator WholeNumber(long long least, long long most = std::numeric_limits<long long>::max());
 // For options that take a number above 0.
 CLI::Validator AboveZero();
+// For options that take one of these words.
+CLI::Validator OneOf(const std::vector<std::string>& words);
 
 void TellAll(const std::vector<std::string>& lines);
 // In ASCII: what `Print` would escape is escaped as JSON has it.

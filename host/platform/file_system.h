@@ -32,6 +32,8 @@ std::int64_t FileClock();
 
 // Opens what takes bytes without being replaced, such as a pipe.
 int OpenToWrite(const std::filesystem::path& path);
+// Opens a file that others may read while it is written, without what it held.
+int OpenAnew(const std::filesystem::path& path);
 
 // A file that is to replace `target` or to become it, with a new name in the same folder. Such a file is removed if the
 // program is ended by an interrupt or a like signal before it is closed.

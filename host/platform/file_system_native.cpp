@@ -118,6 +118,8 @@ std::int64_t FileClock() {
 
 int OpenToWrite(const fs::path& path) { return open(path.c_str(), O_WRONLY | O_CLOEXEC); }
 
+int OpenAnew(const fs::path& path) { return open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666); }
+
 int CreateBeside(const fs::path& target, fs::path& created) {
     const SignalDelay untilItIsKnown;
     std::string name = target.string() + ".XXXXXX";

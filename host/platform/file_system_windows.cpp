@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <io.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 namespace sarvane::study {
@@ -78,6 +79,10 @@ std::int64_t FileClock() {
 }
 
 int OpenToWrite(const fs::path& path) { return _wopen(path.c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT); }
+
+int OpenAnew(const fs::path& path) {
+    return _wopen(path.c_str(), _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+}
 
 int CreateBeside(const fs::path& target, fs::path& created) {
     for (DWORD i = GetTickCount();; ++i) {

@@ -23,6 +23,12 @@ int StandardError();
 
 bool IsTerminal(int descriptor);
 
+// Characters in a line of the terminal that standard output goes to; 0 if it is none.
+std::size_t TerminalWidth();
+
+// Whether that terminal shows colours, and the user has nothing against them (NO_COLOR).
+bool ShowsColours();
+
 // Waits until there is something to read, an end or an error included. False when the time is over.
 bool WaitForText(int descriptor, int milliseconds);
 

@@ -13,6 +13,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <string_view>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -62,6 +63,16 @@ int StandardOutput() { return STDOUT_FILENO; }
 int StandardError() { return STDERR_FILENO; }
 
 bool IsTerminal(int descriptor) { return isatty(descriptor) != 0; }
+
+std::size_t TerminalWidth() {
+    winsize size = {};
+    return isatty(STDOUT_FILENO) && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+bool ShowsColours() {
+    const char *const refused = std::getenv("NO_COLOR"), *const terminal = std::getenv("TERM");
+    return isatty(STDOUT_FILENO) && (!refused || !*refused) && terminal && std::string_view(terminal) != "dumb";
+}
 
 bool WaitForText(int descriptor, int milliseconds) {
     pollfd waiting = {descriptor, POLLIN, 0};

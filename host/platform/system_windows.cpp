@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <io.h>
@@ -83,6 +84,20 @@ int StandardOutput() { return 1; }
 int StandardError() { return 2; }
 
 bool IsTerminal(int descriptor) { return _isatty(descriptor) != 0; }
+
+std::size_t TerminalWidth() {
+    CONSOLE_SCREEN_BUFFER_INFO screen = {};
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen)) return 0;
+    return static_cast<std::size_t>(screen.srWindow.Right - screen.srWindow.Left) + 1;
+}
+
+bool ShowsColours() {
+    const HANDLE terminal = GetStdHandle(STD_OUTPUT_HANDLE);
+    const char* const refused = std::getenv("NO_COLOR");
+    DWORD mode = 0;
+    return (!refused || !*refused) && GetConsoleMode(terminal, &mode) &&
+           SetConsoleMode(terminal, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
 
 // Pipes can't be waited for, only looked at. Files always have something, if only their end.
 bool WaitForText(int descriptor, int milliseconds) {

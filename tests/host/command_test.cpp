@@ -4,6 +4,7 @@
 #include "run_study.h"
 #include "temporary_file.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -55,7 +56,7 @@ TEST(Command, FollowsBarsOnStandardInput) {
     const ProgramRun live = RunStudy("live - \"Sim(Close, 2)\" --snapshots 1", lines.Path().string());
     EXPECT_EQ(live.status, 0);
     EXPECT_TRUE(live.text.starts_with("date      Sim(Close, 2)\n"
-                                      "2020-1-1\n"
+                                      "2020-1-1              -\n"
                                       "2020-1-2              2\n"
                                       "study: standard input:4:2: \"x\" is no number (close); left out\n"
                                       "2020-1-2              3\n"
@@ -73,7 +74,7 @@ TEST(Command, ReadsAFileInOneWay) {
     const TemporaryFile bars("date,close\n01/03/2020,5\n20200103,4\n2020-1-2,x\n2020-01-02,nan\n2020-01-01,1\n"),
         csv("");
     const std::string path = bars.Path().string(), table = "2020-01-01             1\n"
-                                                           "2020-01-02\n"
+                                                           "2020-01-02             -\n"
                                                            "20200103               5\n";
     const std::string run = RunStudy("run " + path + " \"Close * 1\" --skip-bad -o " + csv.Path().string()).text;
     EXPECT_TRUE(run.ends_with("date           Close * 1\n" + table)) << run;
@@ -106,6 +107,34 @@ TEST(Command, WritesGapsForWhatIsNoFiniteNumber) {
     EXPECT_NE(run.text.find("         inf "), std::string::npos) << run.text;
     EXPECT_NE(run.text.find(": values that are infinite or no number, written as gaps: 1\n"), std::string::npos);
     EXPECT_EQ(csv.Content(), "date,\"Close * 10\",Close,\"close (2)\"\n2020-01-01,,1e+308,1e+308\n");
+}
+
+TEST(Command, WritesTablesInAllFormats) {
+    const TemporaryFile bars("date,close\n2020-01-01,1e-5\n2020-01-02,x\n2020-01-03,1234.5\n");
+    const std::string path = bars.Path().string(), json = path + ".json";
+    const std::string start = "run " + path + " --skip-bad \"Close[1]\" Close ";
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "date            Close[1]         Close\n"
+             "2020-01-01             -       0.00001\n"
+             "2020-01-03       0.00001    1234.50000\n"},
+        {"--na x --precision 1", "date            Close[1]         Close\n"
+                                 "2020-01-01             x           0.0\n"
+                                 "2020-01-03           0.0        1234.5\n"},
+        {"--format csv", "date,Close[1],Close\n2020-01-01,,1e-05\n2020-01-03,1e-05,1234.5\n"},
+        {"-o - --na NA", "date,Close[1],Close\n2020-01-01,NA,1e-05\n2020-01-03,1e-05,1234.5\n"},
+        {"--format tsv", "date\tClose[1]\tClose\n2020-01-01\t\t1e-05\n2020-01-03\t1e-05\t1234.5\n"},
+        {"--format ndjson --precision 0", "{\"date\": \"2020-01-01\", \"Close[1]\": null, \"Close\": 0}\n"
+                                          "{\"date\": \"2020-01-03\", \"Close[1]\": 0, \"Close\": 1234}\n"},
+        {"--format json --last 0", "[]\n"},
+        {"--format json --last 1", "[\n{\"date\": \"2020-01-03\", \"Close[1]\": 1e-05, \"Close\": 1234.5}\n]\n"},
+    };
+    for (const auto& [options, table] : cases) {
+        const std::string text = RunStudy(start + options).text;
+        EXPECT_TRUE(text.ends_with('\n' + std::string(table))) << options << '\n' << text;
+    }
+    RunStudy("live " + path + " Close --no-follow -o " + json);
+    EXPECT_EQ(nlohmann::json::parse(std::ifstream(json))[1]["Close"], 1234.5) << "as the file's ending says";
+    std::filesystem::remove(json);
 }
 
 TEST(Command, ReplaysBars) {

@@ -1,0 +1,54 @@
+#include "table/json_table.h"
+
+#include "sarvane/chart_label.h"
+#include "table/number_text.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+namespace sarvane::study {
+namespace {
+
+std::string JsonString(std::string_view text) {
+    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+}  // namespace
+
+JsonTable::JsonTable(const TableSettings& settings, Write writeLines, const BarFile& bars,
+                     std::span<const Result> results)
+    : write(std::move(writeLines)), isArray(settings.format == TableFormat::Json), precision(settings.precision) {
+    keys.push_back('{' + JsonString(bars.DateTitle()) + ": ");
+    for (const std::string& title : UniqueTitles(bars, results)) keys.push_back(", " + JsonString(title) + ": ");
+}
+
+void JsonTable::WriteBar(std::string_view date, std::span<const Result> results) {
+    fmt::memory_buffer line;
+    // The line end goes ahead of the next bar, behind a comma, in an array that has one.
+    if (isArray) line.append(std::string_view(isFirst ? "[\n" : ",\n"));
+    isFirst = false;
+    line.append(keys[0]);
+    line.append(JsonString(date));
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        const double value = *results[i].value;
+        line.append(keys[i + 1]);
+        const std::optional<std::string> label = results[i].isLabel ? LabelText(value) : std::nullopt;
+        if (label && !label->empty()) {
+            line.append(JsonString(*label));
+        } else if (!results[i].isLabel && std::isfinite(value) && !IsUndefined(value)) {
+            AppendNumber(line, value, precision);
+        } else {
+            notFinite += !results[i].isLabel && !IsUndefined(value);
+            line.append(std::string_view("null"));
+        }
+    }
+    line.push_back('}');
+    if (!isArray) line.push_back('\n');
+    write({line.data(), line.size()});
+}
+
+void JsonTable::Finish() {
+    if (isArray) write(isFirst ? "[]\n" : "\n]\n");
+}
+
+}  // namespace sarvane::study
