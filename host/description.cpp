@@ -23,18 +23,6 @@ std::string FieldOf(std::string barType) {
     return barType;
 }
 
-std::string_view KindName(ArgumentKind kind) {
-    switch (kind) {
-    case ArgumentKind::Curve: return "curve";
-    case ArgumentKind::Bar: return "bar";
-    case ArgumentKind::Count: return "count";
-    case ArgumentKind::Number: return "number";
-    case ArgumentKind::Switch: return "switch";
-    case ArgumentKind::Word: return "word";
-    }
-    return "";
-}
-
 std::string_view DrawingName(DrawnAs drawing) {
     switch (drawing) {
     case DrawnAs::Line: return "line";
@@ -138,9 +126,12 @@ std::pair<const OperatorClass&, Description> DescribeWith(const Library& library
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i].empty()) continue;
         const ArgumentInfo& argument = operatorClass.arguments[i + 1];
-        std::string error = library.SetArgument(*op.Get(), static_cast<int>(i) + 1, arguments[i]);
-        if (error.empty() && !MayBe(argument, arguments[i])) error = "must be a " + ArgumentRange(argument);
-        if (!error.empty()) Fail("{}: `{}`, {}: {}", operatorClass.keyword, argument.name, Quoted(arguments[i]), error);
+        const std::string error =
+            library.SetArgument(*op.Get(), operatorClass, static_cast<int>(i) + 1, arguments[i]);
+        if (!error.empty()) Fail("{}: {}", operatorClass.keyword, error);
+        if (!MayBe(argument, arguments[i]))
+            Fail("{}: `{}` must be a {}, but is {}", operatorClass.keyword, argument.name, argument.Range(),
+                 Quoted(arguments[i]));
     }
     return {operatorClass, Describe(library, *op.Get())};
 }
@@ -150,7 +141,7 @@ std::string ArgumentLines(const OperatorClass& operatorClass) {
     std::vector<std::array<std::string, 3>> cells;
     std::array<std::size_t, 3> widths = {};
     for (const ArgumentInfo& argument : operatorClass.arguments) {
-        cells.push_back({argument.name, ArgumentRange(argument), ArgumentDefault(argument)});
+        cells.push_back({argument.name, argument.Range(), ArgumentDefault(argument)});
         for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], cells.back()[i].size());
     }
     std::string lines;
@@ -221,14 +212,6 @@ Description Describe(const Library& library, IZelmorOp& op) {
     return described;
 }
 
-std::string ArgumentRange(const ArgumentInfo& argument) {
-    std::string range(KindName(argument.kind));
-    if (std::isfinite(argument.least)) range += fmt::format(" from {}", argument.least);
-    if (std::isfinite(argument.greatest)) range += fmt::format(" to {}", argument.greatest);
-    if (argument.canBeBound) range += ", or a curve";
-    return range;
-}
-
 std::string ArgumentDefault(const ArgumentInfo& argument) {
     const bool isInput = argument.kind == ArgumentKind::Curve || argument.kind == ArgumentKind::Bar;
     if (!argument.standard.empty()) return "default " + argument.standard;
@@ -280,7 +263,7 @@ std::string DescribeMarkdown(const OperatorClass& operatorClass) {
             argument.standard.empty() ? ArgumentDefault(argument) : fmt::format("`{}`", argument.standard);
         const std::string words = argument.words.empty() ? "" : ": " + MarkdownWords(argument.words);
         table += fmt::format("| {} {} | {}{}| {} | {}{} |\n", n, argument.name, standard, standard.empty() ? "" : " ",
-                             ArgumentRange(argument), argument.meaning, words);
+                             argument.Range(), argument.meaning, words);
     }
     return table;
 }

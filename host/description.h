@@ -34,8 +34,6 @@ struct Description {
 
 Description Describe(const Library& library, IZelmorOp& op);
 
-// What an argument of an operator may be, such as "count from 1, or a curve".
-std::string ArgumentRange(const ArgumentInfo& argument);
 // What stands for an argument that is left out: its default, or "needed" or "none".
 std::string ArgumentDefault(const ArgumentInfo& argument);
 

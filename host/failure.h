@@ -13,6 +13,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// What was asked for was done, and the answer is no.
+class FailedCheck : public Failure {
+public:
+    using Failure::Failure;
+};
+
 template <class... Arguments>
 [[noreturn]] void Fail(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
     throw Failure(fmt::format(format, std::forward<Arguments>(arguments)...));

@@ -54,8 +54,9 @@ ComPtr<IZelmorOp> Library::Create(const OperatorClass& operatorClass, const Oper
     return std::move(*op);
 }
 
-std::string Library::SetArgument(IZelmorOp& op, int index, std::string_view text) const {
-    return studies->Operators().SetArgument(op, index, text);
+std::string Library::SetArgument(IZelmorOp& op, const OperatorClass& operatorClass, int index,
+                                 std::string_view text) const {
+    return studies->Operators().SetArgument(op, operatorClass, index, text);
 }
 
 void FailWith(const Problem& problem, std::string_view text) {

@@ -24,8 +24,8 @@ public:
     const OperatorClass& FindOrFail(std::string_view keyword) const;
     // An operator that has been handed its settings.
     ComPtr<IZelmorOp> Create(const OperatorClass& operatorClass, const OperatorSettings& settings = {}) const;
-    // Hands over the text of an argument. An operator that refuses it gives a message, else there is none.
-    std::string SetArgument(IZelmorOp& op, int index, std::string_view text) const;
+    // Hands over the text of an argument. Where the operator refuses it: why. Empty if all is well.
+    std::string SetArgument(IZelmorOp& op, const OperatorClass& operatorClass, int index, std::string_view text) const;
     // Turns a text that an operator handed out into UTF-8 and frees it. Null is empty.
     std::string Take(TextSlot text) const { return studies->Operators().Take(text); }
 

@@ -1,50 +1,77 @@
 // study: runs expressions over files of bars, through the binary interface of the operator library.
 
 #include "commands/commands.h"
+#include "commands/usage.h"
 #include "console.h"
+#include "failure.h"
+#include "path.h"
 #include "platform/system.h"
+#include "version.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <new>
-#include <sstream>
 
 namespace sarvane::study {
 namespace {
 
+enum ExitStatus : int {
+    Done = 0,
+    BadData = 1,  // a file, an expression, or what a system call says
+    BadUsage = 2,
+    CheckFailed = 3,
+    ReaderGone = 141,  // what a shell shows of a program that its broken pipe has ended
+};
+
 int Main(int argc, char** argv) {
     PrepareStreams();
     std::string library;
+    bool showVersion = false;
     CLI::App app("Runs technical-analysis expressions over files of bars.", "study");
-    app.require_subcommand(1);
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.require_subcommand(0, 1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
-    app.add_option("--library", library, "the operator library, if not the one beside this program");
-    for (const auto add : {AddList, AddStudies, AddDescribe, AddExplain, AddRun, AddLive, AddReplay, AddChart})
+    app.add_option("--library", library, "the operator library, if not the one beside this program")
+        ->type_name("FILE");
+    app.add_flag("--version", showVersion, "version, commit, build and operators");
+    for (const auto add :
+         {AddRun, AddLive, AddScan, AddReplay, AddChart, AddExplain, AddList, AddStudies, AddDescribe, AddHelp})
         add(app, library);
+    app.footer("Exit status: 0 done, 1 bad data or expressions, 2 bad usage, 3 a failed check.\n"
+               "`study help COMMAND` shows the options of a command.");
+    std::vector<std::string> words(argv + 1, argv + argc);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {  // or a wish for help
-        std::ostringstream lines, errorLines;
-        const int status = app.exit(error, lines, errorLines);
-        Print(lines.str());
-        FlushOutput();
-        PrintError(errorLines.str());
-        return status;
+        RefuseMistakenOptions(app, words);
+        std::ranges::reverse(words);  // as it is parsed
+        app.parse(words);
+        if (showVersion)
+            Print(VersionText(PathOf(library)));
+        else if (app.get_subcommands().empty())
+            throw CLI::RequiredError("A command");
+    } catch (const CLI::CallForHelp&) {
+        const auto chosen = app.get_subcommands();
+        Print(chosen.empty() ? app.help() : chosen.front()->help("study"));
+    } catch (const CLI::ParseError& error) {
+        PrintError(UsageMessage(app, error));
+        return BadUsage;
     }
     FlushOutput();
-    constexpr int ReaderGone = 141;  // what a shell shows of a program that its broken pipe has ended
-    return OutputReaderIsGone() ? ReaderGone : EXIT_SUCCESS;
+    return OutputReaderIsGone() ? ReaderGone : Done;
 }
 
 }  // namespace
 }  // namespace sarvane::study
 
 int main(int argc, char** argv) {
+    using namespace sarvane::study;
     try {
-        return sarvane::study::Main(argc, argv);
+        return Main(argc, argv);
     } catch (const std::bad_alloc&) {
-        sarvane::study::PrintError("study: out of memory\n");
+        PrintError("study: out of memory\n");
+    } catch (const FailedCheck& failure) {
+        Tell(failure.what());
+        return CheckFailed;
     } catch (const std::exception& error) {  // a Failure, or such as an operator's window that is too long to be made
-        sarvane::study::Tell(error.what());
+        Tell(error.what());
     }
-    return EXIT_FAILURE;
+    return BadData;
 }

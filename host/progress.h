@@ -21,10 +21,11 @@ public:
         if (++calls % CallsPerLook == 0) Look(done);
     }
 
+    // For steps that take longer than looking at the clock.
+    void Look(double done);
+
 private:
     static constexpr unsigned CallsPerLook = 1024;  // the clock costs more than most steps
-
-    void Look(double done);
 
     std::string label;
     double total;

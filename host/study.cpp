@@ -43,13 +43,14 @@ void Study::Reset() {
     Graph& graph = compiler.Compiled().graph;
     if (settings.priceStep) graph.SetPriceStep(*settings.priceStep);
     const int lastBar = settings.live ? 0 : static_cast<int>(bars.BarCount()) - 1;
-    Checked(graph.Reset({lastBar, settings.hold}));
+    if (FAILED(Checked(graph.Reset({lastBar, settings.hold})))) Fail("an operator can't start");
     hasValue.assign(results.size(), false);
 }
 
 void Study::Step(std::size_t bar) {
     for (std::size_t column = 0; column < row.size(); ++column) row[column] = bars.Value(column, bar);
-    Checked(compiler.Compiled().graph.Step(row.data(), settings.live ? 0 : static_cast<int>(bar)));
+    const HRESULT status = compiler.Compiled().graph.Step(row.data(), settings.live ? 0 : static_cast<int>(bar));
+    if (FAILED(Checked(status))) Fail("an operator can't calculate the bar of {}", bars.Date(bar));
     for (std::size_t i = 0; i < results.size(); ++i) {
         if (!IsUndefined(*results[i].value)) hasValue[i] = true;
     }

@@ -16,9 +16,10 @@ struct RunSettings {
     bool live = false;  // each bar is the last one of the series when it comes
 };
 
-// A column of the table that a run gives.
+// A column of a table, such as that of a run.
 struct Result : ResultColumn {
     const double* value = nullptr;  // on the bar of the last step
+    const std::string* text = nullptr;  // in the place of a number
 };
 
 // Expressions over a file of bars, run bar by bar.

@@ -52,13 +52,16 @@ void AddChart(CLI::App& app, const std::string& library) {
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
     command.get_option("expressions")->required(false);
-    command.add_option("-o,--output", options->page, "the page");
-    command.add_option("--png", options->picture, "a picture of the page, painted by an installed Chromium");
+    command.add_option("-o,--output", options->page, "the page")->type_name("FILE");
+    command.add_option("--png", options->picture, "a picture of the page, painted by an installed Chromium")
+        ->type_name("FILE");
     command.add_option("--width", options->pictureWidth, "of the picture, in pixels")
+        ->type_name("PIXELS")
         ->check(WholeNumber(500, 10000))
         ->capture_default_str();
-    command.add_option("--last", options->chart.last, "show the last N bars at first")->check(WholeNumber(1));
+    command.add_option("--last", options->chart.last, "show the last N bars at first")->type_name("N")->check(WholeNumber(1));
     command.add_option("--theme", options->chart.theme, "colours: auto, light or dark")
+        ->type_name("THEME")
         ->check(OneOf({"auto", "light", "dark"}));
     command.callback([options] { Draw(*options); });
 }

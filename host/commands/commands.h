@@ -7,12 +7,14 @@
 // line runs it. `library` is read when it runs: the file of the operator library, or nothing for the one nearby.
 namespace sarvane::study {
 
+void AddHelp(CLI::App& app, const std::string& library);
 void AddList(CLI::App& app, const std::string& library);
 void AddStudies(CLI::App& app, const std::string& library);
 void AddDescribe(CLI::App& app, const std::string& library);
 void AddExplain(CLI::App& app, const std::string& library);
 void AddRun(CLI::App& app, const std::string& library);
 void AddLive(CLI::App& app, const std::string& library);
+void AddScan(CLI::App& app, const std::string& library);
 void AddReplay(CLI::App& app, const std::string& library);
 void AddChart(CLI::App& app, const std::string& library);
 

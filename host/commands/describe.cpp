@@ -35,7 +35,9 @@ void AddDescribe(CLI::App& app, const std::string& library) {
     CLI::App& command =
         *app.add_subcommand("describe", "what an operator or a study says of itself with given arguments");
     const auto options = std::make_shared<DescribeOptions>(LibraryOptions{library});
-    command.add_option("keyword", options->keyword, "as in `study list` or `study studies`")->required();
+    command.add_option("keyword", options->keyword, "as in `study list` or `study studies`")
+        ->type_name("KEYWORD")
+        ->required();
     command.add_option("arguments", options->arguments,
                        "of an operator from argument 1 on, of a study those with a default; '' leaves one as it is");
     CLI::Option* const json = command.add_flag("--json", options->json, "for programs");

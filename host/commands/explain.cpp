@@ -27,9 +27,11 @@ void AddExplain(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand("explain", "what expressions stand for, in their operators' words");
     const auto options = std::make_shared<ExplainOptions>(StudyOptions{LibraryOptions{library}});
     StudyOptions& study = options->study;
-    command.add_option("expressions", study.expressions, "such as \"RSI(Close, 14)\"")->required();
+    command.add_option("expressions", study.expressions, "such as \"RSI(Close, 14)\"")
+        ->type_name("EXPRESSION")
+        ->required();
     command.add_flag("--plan", options->plan, "the nodes that calculate them; equal parts are one node");
-    command.add_option("--bars", study.barFile, "a file of bars whose columns they may use");
+    command.add_option("--bars", study.barFile, "a file of bars whose columns they may use")->type_name("FILE");
     AddOperatorSettings(command, study.run.operators);
     AddDefinitions(command, study.library);
     command.callback([options] { Explain(*options); });

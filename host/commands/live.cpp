@@ -23,7 +23,7 @@ void FollowFile(const LiveOptions& options) {
     settings.expressions = study.expressions;
     settings.run = study.run;
     settings.follow = !options.noFollow;
-    TableOutput table(options.table, study.FilesRead(), true);
+    TableOutput table(options.table, study.FilesRead(), TableOutput::Kind::GrowingBars);
     RunLive(library, settings, table);
 }
 
@@ -42,6 +42,7 @@ void AddLive(CLI::App& app, const std::string& library) {
     command.add_flag("--all-outputs", options->following.allOutputs, "a column for each output of an expression");
     command.add_option("--snapshots", options->following.snapshotDistance,
                        "keep a snapshot every N bars, from which corrections of older bars go on")
+        ->type_name("N")
         ->check(WholeNumber(0));
     command.add_flag("--no-follow", options->noFollow, "stop at the end of the file");
     command.callback([options] { FollowFile(*options); });

@@ -53,23 +53,32 @@ std::vector<std::filesystem::path> StudyOptions::FilesRead() const {
 
 void AddDefinitions(CLI::App& command, LibraryOptions& options) {
     command.add_option("--define", options.definitions, "a file of studies for expressions to use; can be repeated")
+        ->type_name("FILE")
         ->allow_extra_args(false);
 }
 
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings) {
     command.add_option("--history", settings.history, "bars that operators keep where no argument says how many")
-        ->check(WholeNumber(1))
+        ->type_name("N")
+        ->check(WholeNumber(1, std::numeric_limits<int>::max()))
         ->capture_default_str();
-    command.add_option("--digits", settings.digits, "of precision of the averages that round: 4 to 15");
+    command.add_option("--digits", settings.digits, "of precision of the averages that round: 4 to 15")
+        ->type_name("N")
+        ->check(WholeNumber(4, 15));
+}
+
+void AddRunSettings(CLI::App& command, RunSettings& settings) {
+    command.add_flag("--hold", settings.hold, "bar arithmetic repeats missing inputs");
+    command.add_option("--price-step", settings.priceStep, "the step that stops are rounded to, above 0")
+        ->type_name("STEP")
+        ->check(AboveZero());
+    AddOperatorSettings(command, settings.operators);
 }
 
 void AddStudy(CLI::App& command, StudyOptions& options) {
-    command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->required();
-    command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->required();
-    command.add_flag("--hold", options.run.hold, "bar arithmetic repeats missing inputs");
-    command.add_option("--price-step", options.run.priceStep, "the step that stops are rounded to, above 0")
-        ->check(AboveZero());
-    AddOperatorSettings(command, options.run.operators);
+    command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->type_name("FILE")->required();
+    command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->type_name("EXPRESSION")->required();
+    AddRunSettings(command, options.run);
     AddDefinitions(command, options.library);
 }
 
@@ -88,12 +97,15 @@ void AddTable(CLI::App& command, TableOptions& options) {
         .add_option_function<std::string>(
             "--format", [&options](const std::string& name) { options.format = formats.at(name); },
             "table, csv, tsv, json or ndjson: of the file if there is one, else of standard output")
+        ->type_name("FORMAT")
         ->check(OneOf({"table", "csv", "tsv", "json", "ndjson"}));
     command.add_option("-o,--output", options.file,
                        "write the table to this file with all digits, as csv or what its ending says; '-' is standard "
-                       "output, else the table is shown there, too");
-    command.add_option("--na", options.missing, "what stands for a gap: '-' in a table, nothing in csv and tsv");
+                       "output, else the table is shown there, too")
+        ->type_name("FILE");
+    command.add_option("--na", options.missing, "what stands for a gap: '-' in a table, nothing in csv and tsv")->type_name("TEXT");
     command.add_option("--precision", options.precision, "decimals of numbers: those of the bars in a table, else all")
+        ->type_name("N")
         ->check(WholeNumber(0, 17));
 }
 

@@ -38,6 +38,7 @@ struct StudyOptions {
 
 void AddDefinitions(CLI::App& command, LibraryOptions& options);
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings);
+void AddRunSettings(CLI::App& command, RunSettings& settings);
 void AddStudy(CLI::App& command, StudyOptions& options);
 void AddReading(CLI::App& command, ReadSettings& settings);
 void AddTable(CLI::App& command, TableOptions& options);

@@ -23,7 +23,8 @@ void ReplayAll(const ReplayOptions& options) {
         Print(ReplayText(expression, bars, result));
         different += result.differingBars > 0;
     }
-    if (different > 0) Fail("{} of {} expressions differ from a run", different, study.expressions.size());
+    if (different > 0)
+        throw FailedCheck(fmt::format("{} of {} expressions differ from a run", different, study.expressions.size()));
 }
 
 }  // namespace
@@ -35,6 +36,7 @@ void AddReplay(CLI::App& app, const std::string& library) {
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
     command.add_option("--ticks", options->ticks, "a bar, from its open over high and low to its close")
+        ->type_name("N")
         ->check(WholeNumber(1, 1000000))
         ->capture_default_str();
     command.callback([options] { ReplayAll(*options); });

@@ -20,7 +20,7 @@ void Run(const RunOptions& options) {
 
     const std::size_t count = bars.BarCount();
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
-    TableOutput table(options.table, options.study.FilesRead(), false);
+    TableOutput table(options.table, options.study.FilesRead(), TableOutput::Kind::Bars);
     table.Begin(bars, study.Results());
     Progress progress("calculating", static_cast<double>(count));
     study.Reset();
@@ -45,7 +45,7 @@ void AddRun(CLI::App& app, const std::string& library) {
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
     AddTable(command, options->table);
-    command.add_option("--last", options->last, "show only the last N bars")->check(WholeNumber(0));
+    command.add_option("--last", options->last, "show only the last N bars")->type_name("N")->check(WholeNumber(0));
     command.add_flag("--all-outputs", options->allOutputs, "a column for each output of an expression");
     command.callback([options] { Run(*options); });
 }

@@ -1,7 +1,6 @@
 #include "table/delimited_table.h"
 
 #include "csv.h"
-#include "sarvane/chart_label.h"
 #include "table/number_text.h"
 
 #include <cmath>
@@ -23,9 +22,8 @@ void DelimitedTable::WriteBar(std::string_view date, std::span<const Result> res
     line.append(Cell(std::string(date)));
     for (const Result& result : results) {
         line.push_back(delimiter);
-        if (result.isLabel) {
-            const std::string text = LabelText(*result.value).value_or("");
-            line.append(text.empty() ? missing : Cell(text));
+        if (const auto text = TextOf(result)) {
+            line.append(text->empty() ? missing : Cell(*text));
         } else if (std::isfinite(*result.value) && !IsUndefined(*result.value)) {
             AppendNumber(line, *result.value, precision);
         } else {

@@ -1,6 +1,5 @@
 #include "table/json_table.h"
 
-#include "sarvane/chart_label.h"
 #include "table/number_text.h"
 
 #include <cmath>
@@ -30,15 +29,15 @@ void JsonTable::WriteBar(std::string_view date, std::span<const Result> results)
     line.append(keys[0]);
     line.append(JsonString(date));
     for (std::size_t i = 0; i < results.size(); ++i) {
-        const double value = *results[i].value;
         line.append(keys[i + 1]);
-        const std::optional<std::string> label = results[i].isLabel ? LabelText(value) : std::nullopt;
-        if (label && !label->empty()) {
-            line.append(JsonString(*label));
-        } else if (!results[i].isLabel && std::isfinite(value) && !IsUndefined(value)) {
+        const auto text = TextOf(results[i]);
+        const double value = text ? UndefinedValue : *results[i].value;
+        if (text && !text->empty()) {
+            line.append(JsonString(*text));
+        } else if (std::isfinite(value) && !IsUndefined(value)) {
             AppendNumber(line, value, precision);
         } else {
-            notFinite += !results[i].isLabel && !IsUndefined(value);
+            notFinite += !IsUndefined(value);
             line.append(std::string_view("null"));
         }
     }

@@ -1,7 +1,6 @@
 #include "table/screen_table.h"
 
 #include "console.h"
-#include "sarvane/chart_label.h"
 #include "table/number_text.h"
 
 #include <algorithm>
@@ -68,15 +67,18 @@ ScreenTable::ScreenTable(const TableSettings& how, Write writeLines, const BarFi
                          std::span<const Result> results)
     : settings(how), write(std::move(writeLines)), dateTitle(Shown(bars.DateTitle())), dateWidth(Width(dateTitle)),
       barDecimals(DecimalsOf(bars)) {
-    if (settings.atOnce) barDecimals = std::max(barDecimals, DecimalsOfUnknownBars);
+    if (settings.atOnce || bars.BarCount() == 0) barDecimals = std::max(barDecimals, DecimalsOfUnknownBars);
     for (std::size_t bar = 0; bar < bars.BarCount(); ++bar)
         dateWidth = std::max(dateWidth, Width(Shown(bars.Date(bar))));
-    for (const Result& result : results) columns.push_back({Shown(result.title), {}, result.isLabel});
+    for (const Result& result : results) columns.push_back({Shown(result.title), {}});
 }
 
 void ScreenTable::WriteBar(std::string_view date, std::span<const Result> results) {
-    Line line{std::string(date), {}};
-    for (const Result& result : results) line.values.push_back(*result.value);
+    Line line{std::string(date), {}, {}};
+    for (const Result& result : results) {
+        line.texts.push_back(TextOf(result));
+        line.values.push_back(line.texts.back() ? UndefinedValue : *result.value);
+    }
     if (hasBegun) return WriteLine(line);
     waiting.push_back(std::move(line));
     if (settings.atOnce || waiting.size() == MostWaiting) Begin();
@@ -107,7 +109,7 @@ void ScreenTable::Begin() {
 // A column has as many decimals as its values need, no more than the bars have, and four digits at least of its largest
 // value. It gets further ones when they are needed.
 void ScreenTable::MakeRoomFor(Column& column, double value) const {
-    if (settings.precision || column.isLabel || IsUndefined(value) || !std::isfinite(value)) return;
+    if (settings.precision || IsUndefined(value) || !std::isfinite(value)) return;
     column.largest = std::max(column.largest, std::abs(value));
     const int ofFourDigits =
         column.largest > 0.0 ? std::min(3 - static_cast<int>(std::floor(std::log10(column.largest))), MostDecimals) : 0;
@@ -120,7 +122,7 @@ void ScreenTable::CutTitles() {
     std::size_t longest = NarrowestColumn;
     for (std::size_t i = 0; i < columns.size(); ++i) {
         std::size_t width = 1;
-        for (const Line& line : waiting) width = std::max(width, Width(CellText(columns[i], line.values[i])));
+        for (const Line& line : waiting) width = std::max(width, Width(CellText(columns[i], line, i)));
         ofValues.push_back(width);
         longest = std::max(longest, Width(columns[i].title));
     }
@@ -174,8 +176,8 @@ void ScreenTable::WriteLine(const Line& line) {
         Column& column = columns[i];
         const double value = line.values[i];
         MakeRoomFor(column, value);
-        const std::string cell = AlignedRight(CellText(column, value), column.width);
-        const bool isNumber = !column.isLabel && !IsUndefined(value);
+        const std::string cell = AlignedRight(CellText(column, line, i), column.width);
+        const bool isNumber = !IsUndefined(value);
         const bool isColoured =
             settings.colour && isNumber && !IsUndefined(column.before) && (value > column.before || value < column.before);
         text += Gap;
@@ -188,21 +190,19 @@ void ScreenTable::WriteLine(const Line& line) {
     write(text.substr(0, text.find_last_not_of(' ') + 1) + '\n');
 }
 
-std::string ScreenTable::CellText(const Column& column, double value) const {
-    const auto missing = [&] { return Shown(settings.missing.value_or("-")); };
-    if (column.isLabel) {
-        const std::string label = LabelText(value).value_or("");
-        return label.empty() ? missing() : Shown(label);
-    }
-    if (IsUndefined(value)) return missing();
+std::string ScreenTable::CellText(const Column& column, const Line& line, std::size_t place) const {
+    const std::string text = line.texts[place].value_or("");
+    const double value = line.values[place];
+    if (!text.empty()) return Shown(text);
+    if (IsUndefined(value)) return Shown(settings.missing.value_or("-"));
     constexpr double Largest = 1e12;
     const double size = std::abs(value);
     const bool isRoundedAway = size > 0.0 && size < 0.5 * std::pow(10.0, -column.decimals);
     if (!settings.precision && size >= Largest) return fmt::format("{:.10g}", value);
     if (!settings.precision && isRoundedAway) return fmt::format("{:.3g}", value);
-    fmt::memory_buffer text;
-    AppendNumber(text, value, settings.precision.value_or(column.decimals));
-    return {text.data(), text.size()};
+    fmt::memory_buffer number;
+    AppendNumber(number, value, settings.precision.value_or(column.decimals));
+    return {number.data(), number.size()};
 }
 
 }  // namespace sarvane::study

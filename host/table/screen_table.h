@@ -18,7 +18,6 @@ private:
     struct Column {
         std::string title;
         std::string shownTitle;  // in the heading, cut if it has to be
-        bool isLabel;
         std::size_t width = 0;
         int decimals = 0;
         double largest = 0.0;            // of the values' sizes
@@ -26,7 +25,8 @@ private:
     };
     struct Line {
         std::string date;
-        std::vector<double> values;
+        std::vector<double> values;                     // undefined for texts
+        std::vector<std::optional<std::string>> texts;  // of labels and texts
     };
 
     void Begin();
@@ -34,7 +34,7 @@ private:
     void CutTitles();
     void WriteLegend();
     void WriteLine(const Line& line);
-    std::string CellText(const Column& column, double value) const;
+    std::string CellText(const Column& column, const Line& line, std::size_t place) const;
 
     TableSettings settings;
     Write write;

@@ -1,5 +1,6 @@
 #include "table/table.h"
 
+#include "sarvane/chart_label.h"
 #include "table/delimited_table.h"
 #include "table/json_table.h"
 #include "table/screen_table.h"
@@ -17,6 +18,11 @@ std::unique_ptr<Table> MakeTable(const TableSettings& settings, Table::Write wri
     case TableFormat::Ndjson: return std::make_unique<JsonTable>(settings, std::move(write), bars, results);
     default: return std::make_unique<ScreenTable>(settings, std::move(write), bars, results);
     }
+}
+
+std::optional<std::string> TextOf(const Result& result) {
+    if (result.text) return *result.text;
+    return result.isLabel ? std::optional(LabelText(*result.value).value_or("")) : std::nullopt;
 }
 
 std::vector<std::string> UniqueTitles(const BarFile& bars, std::span<const Result> results) {

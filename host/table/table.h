@@ -44,6 +44,9 @@ protected:
 std::unique_ptr<Table> MakeTable(const TableSettings& settings, Table::Write write, const BarFile& bars,
                                  std::span<const Result> results);
 
+// What stands in the cell of a label or a text, which may be empty. Nothing for a number.
+std::optional<std::string> TextOf(const Result& result);
+
 // The titles of results. One that stands there already, in whatever letter case, gets a number: "Close (2)". So a file of
 // them can be read as one of bars.
 std::vector<std::string> UniqueTitles(const BarFile& bars, std::span<const Result> results);

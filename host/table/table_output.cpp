@@ -19,7 +19,8 @@ TableFormat FormatOf(const std::string& name) {
 
 }  // namespace
 
-TableOutput::TableOutput(const TableOptions& options, const std::vector<std::filesystem::path>& others, bool growing) {
+TableOutput::TableOutput(const TableOptions& options, const std::vector<std::filesystem::path>& others, Kind kind) {
+    const bool growing = kind == Kind::GrowingBars;
     TableSettings settings = {.missing = options.missing, .precision = options.precision, .atOnce = growing};
     const bool toFile = !options.file.empty() && options.file != "-";
     if (toFile) {
@@ -32,7 +33,7 @@ TableOutput::TableOutput(const TableOptions& options, const std::vector<std::fil
     const TableFormat usual = options.file == "-" ? TableFormat::Csv : TableFormat::Screen;
     settings.format = toFile ? TableFormat::Screen : options.format.value_or(usual);
     settings.width = TerminalWidth();
-    settings.colour = ShowsColours();
+    settings.colour = kind != Kind::Separate && ShowsColours();
     const auto print = settings.format != TableFormat::Screen ? PrintData : PrintShown;
     sinks.push_back({settings, print, "standard output", nullptr});
 }

@@ -20,9 +20,12 @@ struct TableOptions {
 // Where the table of a command goes: to standard output, to a file, or to both, for the eye and for programs.
 class TableOutput {
 public:
-    // Fails if the file can't be written, or is one of `others`, which are read. A `growing` table is written line by line
+    // A run's bars; bars that come and change; lines that have nothing to do with those above them.
+    enum class Kind { Bars, GrowingBars, Separate };
+
+    // Fails if the file can't be written, or is one of `others`, which are read. A growing table is written line by line
     // as the lines come.
-    TableOutput(const TableOptions& options, const std::vector<std::filesystem::path>& others, bool growing);
+    TableOutput(const TableOptions& options, const std::vector<std::filesystem::path>& others, Kind kind);
 
     // The heading. A further one, over the same results, is only for the eye.
     void Begin(const BarFile& bars, std::span<const Result> results);

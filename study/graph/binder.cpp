@@ -681,7 +681,7 @@ Outcome<Operand> Binder::BindOperator(const OperatorClass& operatorClass, const 
         WarnOfArgument(operatorClass, i, sorted->given[i], call, scope);
         if (!sorted->given[i]) continue;
         const std::string text = ParameterText(*sorted->given[i], scope);
-        const std::string refusal = library.SetArgument(*op->Get(), static_cast<int>(i), text);
+        const std::string refusal = library.SetArgument(*op->Get(), operatorClass, static_cast<int>(i), text);
         if (!refusal.empty()) return Fault(*sorted->given[i], scope, operatorClass.keyword + ": " + refusal);
         key.append(" ")
             .append(std::to_string(i))

@@ -9,17 +9,19 @@
 namespace sarvane::study {
 namespace {
 
-// Letters to insert, remove or change until `a` is `b`.
+// Letters to insert, remove or change, and neighbours to swap, until `a` is `b`.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
+    const auto same = [&](std::size_t i, std::size_t j) { return EqualIgnoringCase(a.substr(i, 1), b.substr(j, 1)); };
+    std::vector<std::size_t> beforeLast(b.size() + 1), last(b.size() + 1), row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
+        std::swap(beforeLast, last);
+        std::swap(last, row);
+        row[0] = i + 1;
         for (std::size_t j = 0; j < b.size(); ++j) {
-            const bool same = EqualIgnoringCase(a.substr(i, 1), b.substr(j, 1));
-            const std::size_t changed = diagonal + (same ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+            row[j + 1] = std::min({last[j] + (same(i, j) ? 0 : 1), row[j] + 1, last[j + 1] + 1});
+            const bool areSwapped = i > 0 && j > 0 && same(i, j - 1) && same(i - 1, j);
+            if (areSwapped) row[j + 1] = std::min(row[j + 1], beforeLast[j - 1] + 1);
         }
     }
     return row.back();

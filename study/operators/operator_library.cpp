@@ -5,8 +5,11 @@
 #include "sarvane/class_ids.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <locale>
 #include <new>
+#include <sstream>
 
 namespace sarvane::study {
 namespace {
@@ -21,6 +24,28 @@ std::string StatusText(HRESULT status) {
 }
 
 }  // namespace
+
+std::string_view KindName(ArgumentKind kind) {
+    switch (kind) {
+    case ArgumentKind::Curve: return "curve";
+    case ArgumentKind::Bar: return "bar";
+    case ArgumentKind::Count: return "count";
+    case ArgumentKind::Number: return "number";
+    case ArgumentKind::Switch: return "switch";
+    case ArgumentKind::Word: return "word";
+    }
+    return "";
+}
+
+std::string ArgumentInfo::Range() const {
+    std::ostringstream range;
+    range.imbue(std::locale::classic());
+    range << KindName(kind);
+    if (std::isfinite(least)) range << " from " << least;
+    if (std::isfinite(greatest)) range << " to " << greatest;
+    if (canBeBound) range << ", or a curve";
+    return range.str();
+}
 
 std::optional<std::size_t> OperatorClass::FindArgument(std::string_view wanted) const {
     const auto found = std::ranges::find_if(
@@ -125,21 +150,29 @@ Outcome<ComPtr<IZelmorOp>> OperatorLibrary::Create(const OperatorClass& operator
     if (FAILED(status)) {
         return Problem{.message = operatorClass.keyword + " cannot be created: status " + StatusText(status)};
     }
-    std::string refusal = SetArgument(*created.Get(), HistoryIndex, std::to_string(settings.history));
+    std::string refusal = SetArgument(*created.Get(), operatorClass, HistoryIndex, std::to_string(settings.history));
     if (refusal.empty() && settings.digits) {
-        refusal = SetArgument(*created.Get(), DigitsIndex, std::to_string(*settings.digits));
+        refusal = SetArgument(*created.Get(), operatorClass, DigitsIndex, std::to_string(*settings.digits));
     }
     if (!refusal.empty()) return Problem{.message = operatorClass.keyword + ": " + refusal};
     return created;
 }
 
-std::string OperatorLibrary::SetArgument(IZelmorOp& op, int index, std::string_view text) const {
+std::string OperatorLibrary::SetArgument(IZelmorOp& op, const OperatorClass& operatorClass, int index,
+                                         std::string_view text) const {
     TextSlot error = nullptr;
     const HRESULT status = op.SetParameter(static_cast<short>(index), Utf16(text).c_str(), &error);
     const std::string message = Take(error);
     if (status == S_OK) return {};
     if (status == E_OUTOFMEMORY) throw std::bad_alloc();
-    return message.empty() ? "refused with status " + StatusText(status) : message;
+    if (!message.empty()) return message;
+    const auto place = static_cast<std::size_t>(index);
+    if (index < 0 || place >= operatorClass.arguments.size()) {
+        const std::string_view setting = index == HistoryIndex ? "the history" : "the digits";
+        return std::string(setting).append(" can't be ").append(text);
+    }
+    const ArgumentInfo& argument = operatorClass.arguments[place];
+    return "`" + argument.name + "` must be a " + argument.Range() + ", but is " + std::string(text);
 }
 
 std::string OperatorLibrary::Take(TextSlot text) const {

@@ -29,7 +29,12 @@ struct ArgumentInfo {
     bool isOptional = false;  // the operator gives results without it
     bool canBeBound = false;  // a curve may stand in its place
     std::vector<ArgumentWord> words;
+
+    // What it may be, such as "count from 1, or a curve".
+    std::string Range() const;
 };
+
+std::string_view KindName(ArgumentKind kind);
 
 struct OutputInfo {
     std::string name;
@@ -72,9 +77,9 @@ public:
     // over.
     Outcome<ComPtr<IZelmorOp>> Create(const OperatorClass& operatorClass, const OperatorSettings& settings) const;
 
-    // Hands over the text of argument `index` in UTF-8. The message of an operator that refuses it, else empty.
-    // Throws std::bad_alloc.
-    std::string SetArgument(IZelmorOp& op, int index, std::string_view text) const;
+    // Hands over the text of argument `index` in UTF-8. Where the operator refuses it: what it says, or else what the
+    // argument must be. Empty if all is well. Throws std::bad_alloc.
+    std::string SetArgument(IZelmorOp& op, const OperatorClass& operatorClass, int index, std::string_view text) const;
 
     // A text that an operator handed out, in UTF-8; the original is freed, also if memory runs out. Null is empty.
     std::string Take(TextSlot text) const;

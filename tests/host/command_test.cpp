@@ -137,6 +137,30 @@ TEST(Command, WritesTablesInAllFormats) {
     std::filesystem::remove(json);
 }
 
+TEST(Command, ScansManyFiles) {
+    const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "sarvane-scan";
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directory(folder);
+    const std::string path = folder.string();
+    for (int i = 1; i <= 9; ++i)
+        std::ofstream(path + "/S" + std::to_string(i) + ".csv") << "date,close\n2020-01-0" << i << ',' << i % 4 << '\n';
+    std::ofstream(path + "/X.csv") << "date,close\n2020-01-01,x\n";
+    const std::string scan = "scan " + path + " Close --format csv ";
+    const std::string all = RunStudy(scan + "--sort Close").text;
+    EXPECT_EQ(all, "symbol,date,Close\nS3,2020-01-03,3\nS7,2020-01-07,3\nS2,2020-01-02,2\nS6,2020-01-06,2\n"
+                   "S1,2020-01-01,1\nS5,2020-01-05,1\nS9,2020-01-09,1\nS4,2020-01-04,0\nS8,2020-01-08,0\n"
+                   "study: " + path + "/X.csv:2:2: \"x\" is no number (close)\n"
+                   "study: 1 of 10 files are left out\n");
+    for (const char* const threads : {"1", "7"})
+        EXPECT_EQ(RunStudy(scan + "--sort Close --threads " + threads).text, all) << "whatever the threads";
+    const ProgramRun some = RunStudy(scan + "--where \"Close > 1\" --sort Close --ascending --top 1");
+    EXPECT_EQ(some.status, 1);
+    EXPECT_TRUE(some.text.starts_with("symbol,date,Close\nS2,2020-01-02,2\nstudy: ")) << some.text;
+    EXPECT_NE(RunStudy("scan " + path + " \"Sim(\"").text.find(" (in 9 files, first "), std::string::npos);
+    EXPECT_EQ(RunStudy("scan no_such.csv Close").text, "study: no_such.csv: No such file or directory\n");
+    std::filesystem::remove_all(folder);
+}
+
 TEST(Command, ReplaysBars) {
     const ProgramRun equal = RunStudy("replay " + Data + " \"Sim(Close, 5)\" --ticks 2");
     EXPECT_EQ(equal.status, 0) << equal.text;
@@ -145,7 +169,7 @@ TEST(Command, ReplaysBars) {
                                        "  10210 updates: "))
         << equal.text;
     const ProgramRun different = RunStudy("replay " + Data + " Close \"TimeAvg(Close, 1, 3)\"");
-    EXPECT_EQ(different.status, 1);
+    EXPECT_EQ(different.status, 3);
     EXPECT_NE(different.text.find("study: 1 of 2 expressions differ from a run\n"), std::string::npos);
 }
 
@@ -222,13 +246,38 @@ TEST(Command, FailsInOneLine) {
         EXPECT_TRUE(outcome.text.starts_with("study: ")) << outcome.text;
         EXPECT_EQ(std::count(outcome.text.begin(), outcome.text.end(), '\n'), 1) << outcome.text;
     }
-    for (const std::string& arguments : std::vector<std::string>{
-             "run", "run " + Data + " Close --last -1", "run " + Data + " Close --last 1.5",
-             "run " + Data + " Close --history 0", "live - Close --snapshots -1", "chart " + Data + " --last 0 -o x"}) {
-        const std::string text = RunStudy(arguments).text;
-        EXPECT_NE(text.find("Run with --help"), std::string::npos) << arguments;
-        EXPECT_LT(text.size(), 150u) << text;
+}
+
+TEST(Command, SaysWhatIsWrongWithACommandLine) {
+    const std::string run = "run " + Data + " Close ";
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "which command? There are run, live, "},
+        {"rnu", "no command \"rnu\"; nearest: run ("},
+        {"help chrt", "help: command: no command \"chrt\"; nearest: chart ("},
+        {"--verion", "no option \"--verion\"; nearest: --version ("},
+        {run + "--lst 3", "run: no option \"--lst\"; nearest: --last ("},
+        {"run", "run: bars is missing ("},
+        {run + "--last", "run: --last needs a value ("},
+        {run + "--last 1 --last 2", "run: --last is given twice ("},
+        {run + "--last -1", "run: --last: -1 is no whole number from 0 on ("},
+        {run + "--history 0", "run: --history: 0 is no whole number from 1 to "},
+        {run + "--format cvs", "run: --format: \"cvs\" is none of table, csv, tsv, json, ndjson ("},
+        {run + "-open", "\"-open\" begins like an option; put -- ahead of what begins with a dash: -- \"-open\" ("},
+        {"list x", "list: \"x\" is one argument too many ("},
+        {"chart " + Data, "chart: -o or --png is missing ("},
+    };
+    for (const auto& [arguments, message] : cases) {
+        const ProgramRun outcome = RunStudy(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_TRUE(outcome.text.starts_with("study: " + message)) << outcome.text;
+        EXPECT_LT(outcome.text.size(), 150u) << "one short line";
     }
+    EXPECT_EQ(RunStudy("run " + Data + " --last 1 -- -Close").text, "date              -Close\n"
+                                                                     "2020-04-17  -2874.560059\n");
+    EXPECT_EQ(RunStudy("help run").text, RunStudy("run --help").text);
+    EXPECT_TRUE(std::regex_search(RunStudy("--version").text, std::regex("commit .*\nbuild .*\noperators +41\n")));
+    EXPECT_TRUE(RunStudy("run " + Data + " \"MedOp(Close, -5)\"")
+                    .text.ends_with("MedOp: `windowSize` must be a count from 1, but is -5\n"));
 }
 
 }  // namespace

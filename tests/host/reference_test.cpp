@@ -46,7 +46,7 @@ ComPtr<IZelmorOp> Called(const OperatorClass& operatorClass, const std::string& 
     std::istringstream arguments(call.substr(call.find('(') + 1, call.rfind(')') - call.find('(') - 1));
     std::string argument;
     for (int i = 0; std::getline(arguments >> std::ws, argument, ','); ++i) {
-        if (i > 0 && !argument.empty()) Operators().SetArgument(*op.Get(), i, argument);
+        if (i > 0 && !argument.empty()) Operators().SetArgument(*op.Get(), operatorClass, i, argument);
     }
     return op;
 }
@@ -116,9 +116,10 @@ TEST(Reference, TellsTheDefaults) {
     std::size_t count = 0;
     for (const Entry& entry : Entries()) {
         for (const auto& row : Matches(entry.text, std::regex(R"(\n\| (\d+) [^|]*\| `([^`]*)` \|)"))) {
-            const ComPtr<IZelmorOp> op = Operators().Create(Operators().FindOrFail(entry.keyword));
+            const OperatorClass& operatorClass = Operators().FindOrFail(entry.keyword);
+            const ComPtr<IZelmorOp> op = Operators().Create(operatorClass);
             const Description before = Describe(Operators(), *op.Get());
-            Operators().SetArgument(*op.Get(), std::stoi(row[1]), row[2].str());
+            Operators().SetArgument(*op.Get(), operatorClass, std::stoi(row[1]), row[2].str());
             EXPECT_TRUE(Describe(Operators(), *op.Get()) == before) << entry.keyword << " argument " << row[1];
             ++count;
         }

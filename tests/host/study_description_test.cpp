@@ -39,12 +39,12 @@ TEST(StudyDescription, ReadsFilesOfDefinitions) {
         bad("A(x) = SMA(x, 3)\n\nB(x) = A(x) + Smaa(x, 3)\n"), broken("A(x) = SMA(x, 3\nB = 1\n");
     const auto with = [](const TemporaryFile& file) { return "--define " + file.Path().string() + " "; };
     const std::string both = with(good) + with(more), run = RunStudy(LastBar + both + "Four \"4 * ATR(2)\"").text;
-    EXPECT_EQ(run.substr(run.find("2020-04-17") + 10), "   286.0812476   286.0812476\n") << run;
+    EXPECT_EQ(run.substr(run.find("2020-04-17") + 10), "    286.081248    286.081248\n") << run;
     EXPECT_NE(RunStudy("describe Twice " + both).text.find("  n  default 2  bars\n"), std::string::npos);
     EXPECT_NE(RunStudy("studies " + both).text.find("\n  Four\n"), std::string::npos);
     EXPECT_EQ(RunStudy(LastBar + with(bad) + "\"B(Close)\"").text,
               "study: " + bad.Path().string() +
-                  ":3:15: there is no operator and no study \"Smaa\", in B; nearest: SMA\n");
+                  ":3:15: there is no operator and no study \"Smaa\", in B; nearest: SMA, KAMA, Samp\n");
     EXPECT_EQ(RunStudy("studies " + with(broken)).text, "study: " + broken.Path().string() + ":2:1: expected ')'\n");
     EXPECT_EQ(RunStudy("studies --define no_such.study").text, "study: no_such.study: No such file or directory\n");
 }
