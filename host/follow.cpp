@@ -36,8 +36,9 @@ class Following {
 public:
     using MakeLive = std::function<std::unique_ptr<Live>(const BarHeader&, Live::Show, TimeReader)>;
 
-    Following(const std::string& file, bool follow, TableOutput& output, MakeLive makeLive)
-        : source(file, follow, Tell), table(output), make(makeLive) {
+    Following(const FollowSettings& settings, TableOutput& output, MakeLive makeLive)
+        : source(settings.file, settings.follow, Tell), table(output), make(makeLive),
+          alerts(settings.alerts, source.Name()) {
         Begin();
     }
 
@@ -58,6 +59,7 @@ private:
     GrowingFile source;
     TableOutput& table;
     MakeLive make;
+    Alerts alerts;
     std::optional<RowReader> reader;
     std::optional<RowCollector> content;  // while it is gathered
     bool isForeign = false;               // the content can't go on the bars so far
@@ -123,6 +125,7 @@ void Following::TakeRow() {
     } catch (const Failure& failure) {
         return LeaveOut(fmt::format("{}:{}:1: {}", source.Name(), reader->Line(), failure.what()));
     }
+    alerts.Look(*live);
     for (const std::string& notice : live->TakeNotices()) TellOnce(fmt::format("{}: {}", source.Name(), notice));
     if (gapsAreTold) return;
     GapCount gaps;
@@ -153,6 +156,7 @@ void Following::TakeContent() {
     } else {
         Start(content->Times());
         for (std::size_t i = 0; i < content->RowCount() && !Interrupted(); ++i) live->Take(content->Row(i));
+        alerts.Start(*live);
     }
     content.reset();
 }
@@ -162,6 +166,7 @@ void Following::TakeOver() {
     const std::string event = fmt::format("{}: the file {}", source.Name(), source.Reason());
     if (header.titles == live->Bars().Columns()) {
         Tell(event + ": " + DifferenceText(live->TakeOver(BarFile(header, std::move(*content)))));
+        alerts.Look(*live);
         return;
     }
     try {
@@ -172,6 +177,7 @@ void Following::TakeOver() {
     }
     Tell(event + " and has other columns: all bars are new");
     live->TakeOver(BarFile(header, std::move(*content)));
+    alerts.Start(*live);
 }
 
 void Following::Start(TimeReader times) {
@@ -208,9 +214,9 @@ void RunLive(const Library& library, const FollowSettings& settings, TableOutput
     const auto make = [&](const BarHeader& header, Live::Show show, TimeReader times) {
         return std::make_unique<Live>(library, header, settings.expressions, settings.allOutputs, settings.run,
                                       settings.snapshotDistance, std::move(show), SeriesSettings().mostSnapshots,
-                                      std::move(times));
+                                      std::move(times), settings.alerts.conditions);
     };
-    Following(settings.file, settings.follow, table, make).Run();
+    Following(settings, table, make).Run();
 }
 
 }  // namespace sarvane::study

@@ -1,5 +1,6 @@
 #include "live.h"
 
+#include "failure.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -86,16 +87,22 @@ double Durations::Quantile(double share) const {
 
 Live::Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions,
            bool allOutputs, RunSettings settings, std::size_t snapshotDistance, Show whenChanged, std::size_t slots,
-           TimeReader times)
+           TimeReader times, const std::vector<std::string>& conditions)
     : bars(header, std::move(times)), show(std::move(whenChanged)) {
     Compiler compiler(library.Studies(), bars.Columns());
     for (const std::string& expression : expressions) {
         if (const auto problem = compiler.Add(expression, {settings.operators, allOutputs}))
             FailWith(*problem, expression);
     }
+    const std::size_t shown = compiler.Compiled().results.size();
+    for (const std::string& condition : conditions) {
+        const std::size_t before = compiler.Compiled().results.size();
+        if (const auto problem = compiler.Add(condition, {settings.operators, false})) FailWith(*problem, condition);
+        if (compiler.Compiled().results.size() != before + 1) Fail("{}: a condition must have a value", condition);
+    }
     series.emplace(compiler.Finish(), SeriesSettings{snapshotDistance, slots, settings.hold, settings.priceStep});
     present.resize(Compiled().results.size());
-    for (const ResultColumn& column : Compiled().results) results.push_back({column, &present[results.size()]});
+    for (std::size_t i = 0; i < shown; ++i) results.push_back({Compiled().results[i], &present[i]});
 }
 
 void Live::Take(const BarRow& row) {
@@ -143,6 +150,15 @@ Live::Difference Live::TakeOver(BarFile other) {
         if (!wasShown || !HasSameBits(series->Results(bar), &shown[(old - first) * present.size()])) ShowBar(bar);
     }
     return difference;
+}
+
+double Live::Value(const Result& result, std::size_t bar) const {
+    return series->Results(bar)[static_cast<std::size_t>(result.value - present.data())];
+}
+
+bool Live::Holds(std::size_t condition, std::size_t bar) const {
+    const double value = series->Results(bar)[results.size() + condition];
+    return !IsUndefined(value) && !std::isnan(value) && value != 0.0;
 }
 
 void Live::ShowChanged() {

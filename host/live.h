@@ -37,9 +37,10 @@ public:
     // `show` is called for each bar whose values have changed. A snapshot stays every `distance` bars, none with 0. Once
     // these fill `slots`, two or more, every other one goes, and further ones come twice as far from each other. `times`
     // knows how dates are written if other rows have shown it.
+    // `conditions` are further expressions, which are not among the results.
     Live(const Library& library, const BarHeader& header, const std::vector<std::string>& expressions, bool allOutputs,
          RunSettings settings, std::size_t distance, Show show, std::size_t slots = SeriesSettings().mostSnapshots,
-         TimeReader times = {});
+         TimeReader times = {}, const std::vector<std::string>& conditions = {});
 
     // Fails if the row can't have a place in the series; that row is left out.
     void Take(const BarRow& row);
@@ -62,6 +63,9 @@ public:
     const Compilation& Compiled() const { return series->Compiled(); }
     // With the values of the bar that is shown.
     const std::vector<Result>& Results() const { return results; }
+    double Value(const Result& result, std::size_t bar) const;
+    // Whether a condition is neither 0 nor missing.
+    bool Holds(std::size_t condition, std::size_t bar) const;
     // Ends the run and tells in lines what it was like.
     std::string Finish();
 

@@ -35,7 +35,8 @@ void AddLive(CLI::App& app, const std::string& library) {
     command.footer(
         "A line with the time of the last bar changes that bar, one with the time of an older bar corrects it, and\n"
         "one with a later time opens the next bar. A line that can't be read is reported and left out. A file that\n"
-        "is replaced or written anew is read again, and what differs is shown.");
+        "is replaced or written anew is read again, and what differs is shown. What a file holds at first is history,\n"
+        "for which --when does nothing.");
     const auto options = std::make_shared<LiveOptions>(StudyOptions{LibraryOptions{library}});
     AddStudy(command, options->study);
     AddTable(command, options->table);
@@ -44,6 +45,27 @@ void AddLive(CLI::App& app, const std::string& library) {
                        "keep a snapshot every N bars, from which corrections of older bars go on")
         ->type_name("N")
         ->check(WholeNumber(0));
+    AlertSettings& alerts = options->following.alerts;
+    CLI::Option* const when =
+        command.add_option("--when", alerts.conditions, "tell when this holds on the newest bar, once a bar; can be repeated")
+            ->type_name("CONDITION")
+            ->allow_extra_args(false);
+    CLI::Option* const exec =
+        command
+            .add_option("--exec", alerts.command,
+                        "then start this program, with STUDY_FILE, STUDY_TIME, STUDY_CONDITION and STUDY_VALUES (JSON) "
+                        "in its environment")
+            ->type_name("PROGRAM")
+            ->needs(when);
+    command.add_flag("--shell", alerts.throughShell, "--exec is a line for the system's shell")->needs(exec);
+    command.add_flag("--notify", alerts.notify, "then notify the desktop and ring the terminal's bell")->needs(when);
+    command
+        .add_option_function<std::string>(
+            "--at", [options](const std::string& moment) { options->following.alerts.atClose = moment == "close"; },
+            "tick: as soon as the condition holds; close: at the end of the bar, with its last values")
+        ->type_name("MOMENT")
+        ->check(OneOf({"tick", "close"}))
+        ->needs(when);
     command.add_flag("--no-follow", options->noFollow, "stop at the end of the file");
     command.callback([options] { FollowFile(*options); });
 }

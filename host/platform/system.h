@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // What `study` asks of the system it runs on.
@@ -49,6 +51,17 @@ std::filesystem::path MakeTemporaryFolder();
 
 // A Chromium that is installed and the options it needs to start here; empty if there is none.
 std::vector<std::string> BrowserCommand();
+
+// Starts a program, which is looked for in the folders of PATH, or a line of the system's shell, with further variables
+// in its environment. It reads nothing, and what it prints goes to standard error. Below 0 with `errno` if it can't be
+// started, else a number for `StatusOfProgram`.
+long long StartProgram(const std::string& command, bool throughShell,
+                       const std::vector<std::pair<std::string, std::string>>& variables);
+// The exit status of a program once it has ended. Nothing while it runs, unless this is to `wait`. Asked for once.
+std::optional<int> StatusOfProgram(long long program, bool wait);
+
+// Shows a text on the user's desktop, where that can be done, and rings the bell of the terminal.
+void NotifyUser(const std::string& title, const std::string& text);
 
 // Runs a program without its output. False if it fails or takes longer than a minute.
 bool RunSilently(const std::vector<std::string>& command);

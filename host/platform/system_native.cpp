@@ -41,6 +41,56 @@ fs::path FindBrowser() {
     return {};
 }
 
+using Variables = std::vector<std::pair<std::string, std::string>>;
+
+// The environment of this program with further variables.
+std::vector<std::string> EnvironmentWith(const Variables& variables) {
+    std::vector<std::string> environment;
+    for (char** entry = environ; *entry; ++entry) {
+        const std::string_view name = std::string_view(*entry).substr(0, std::string_view(*entry).find('='));
+        if (std::ranges::find(variables, name, &Variables::value_type::first) == variables.end())
+            environment.emplace_back(*entry);
+    }
+    for (const auto& [name, value] : variables) environment.push_back(name + '=' + value);
+    return environment;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& words) {
+    std::vector<char*> pointers;
+    for (std::string& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// Starts a program that reads nothing. What it prints goes to `output`, or nowhere below 0. Its process, or -1 with
+// `errno`.
+long long Spawn(std::vector<std::string> words, const Variables& variables, int output) {
+    std::vector<std::string> environment = EnvironmentWith(variables);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+        if (output < 0)
+            posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
+        else if (stream != output)
+            posix_spawn_file_actions_adddup2(&actions, output, stream);
+    }
+    posix_spawnattr_t attributes;  // a signal that this program ignores is none that the other one does
+    posix_spawnattr_init(&attributes);
+    sigset_t usual;
+    sigemptyset(&usual);
+    sigaddset(&usual, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &usual);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    pid_t child = 0;
+    const int error = posix_spawnp(&child, words[0].c_str(), &actions, &attributes, Pointers(words).data(),
+                                   Pointers(environment).data());
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    errno = error;
+    return error == 0 ? child : -1;
+}
+
 }  // namespace
 
 // A missing stream is opened the wrong way round, so that reading or writing it fails.
@@ -107,38 +157,41 @@ std::vector<std::string> BrowserCommand() {
     return {browser.string()};
 }
 
-bool RunSilently(const std::vector<std::string>& command) {
-    std::vector<std::string> words = command;
-    std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
+long long StartProgram(const std::string& command, bool throughShell,
+                       const std::vector<std::pair<std::string, std::string>>& variables) {
+    if (throughShell) return Spawn({"/bin/sh", "-c", command}, variables, STDERR_FILENO);
+    return Spawn({command}, variables, STDERR_FILENO);
+}
 
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
-        posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
-    posix_spawnattr_t attributes;  // a signal that this program ignores is none that the other one does
-    posix_spawnattr_init(&attributes);
-    sigset_t usual;
-    sigemptyset(&usual);
-    sigaddset(&usual, SIGPIPE);
-    posix_spawnattr_setsigdefault(&attributes, &usual);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    pid_t child = 0;
-    const int error = posix_spawn(&child, arguments[0], &actions, &attributes, arguments.data(), environ);
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) return false;
+std::optional<int> StatusOfProgram(long long program, bool wait) {
+    int status = 0;
+    pid_t ended = 0;
+    do ended = waitpid(static_cast<pid_t>(program), &status, wait ? 0 : WNOHANG);
+    while (ended < 0 && errno == EINTR);
+    if (ended == 0) return std::nullopt;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void NotifyUser(const std::string& title, const std::string& text) {
+    // In a process of its own: it may wait for a desktop that is not there.
+    static std::vector<long long> running;
+    std::erase_if(running, [](long long program) { return StatusOfProgram(program, false).has_value(); });
+    const long long program = Spawn({"notify-send", "--", title, text}, {}, -1);
+    if (program >= 0) running.push_back(program);
+    if (isatty(STDERR_FILENO) && write(STDERR_FILENO, "\a", 1) < 0) return;
+}
+
+bool RunSilently(const std::vector<std::string>& command) {
+    const long long program = Spawn(command, {}, -1);
+    if (program < 0) return false;
 
     using Clock = std::chrono::steady_clock;
-    int status = 0;
     for (const auto end = Clock::now() + std::chrono::minutes(1); Clock::now() < end;) {
-        if (waitpid(child, &status, WNOHANG) != 0) return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        if (const auto status = StatusOfProgram(program, false)) return *status == 0;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
+    kill(static_cast<pid_t>(program), SIGKILL);
+    StatusOfProgram(program, true);
     return false;
 }
 

@@ -3,12 +3,14 @@
 #include "failure.h"
 #include "path.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <fcntl.h>
 #include <io.h>
 #include <malloc.h>
@@ -48,6 +50,15 @@ std::wstring CommandLine(const std::vector<std::string>& words) {
         line += L'"';
     }
     return line;
+}
+
+std::wstring WideText(const std::string& text) { return PathOf(text).wstring(); }
+
+// For programs to inherit.
+HANDLE OpenNothing() {
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    return CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                       OPEN_EXISTING, 0, nullptr);
 }
 
 }  // namespace
@@ -167,10 +178,54 @@ std::vector<std::string> BrowserCommand() {
     return {};
 }
 
+long long StartProgram(const std::string& command, bool throughShell,
+                       const std::vector<std::pair<std::string, std::string>>& variables) {
+    std::wstring line = throughShell ? L"cmd.exe /s /c \"" + WideText(command) + L"\"" : CommandLine({command});
+    // Texts that each end with a 0, and one more 0.
+    std::wstring environment;
+    wchar_t* const present = GetEnvironmentStringsW();
+    for (const wchar_t* entry = present; *entry; entry += std::wcslen(entry) + 1) {
+        const std::wstring_view text = entry;
+        const auto isReplaced = [&](const auto& variable) {
+            return text.starts_with(WideText(variable.first) + L'=');
+        };
+        if (std::ranges::none_of(variables, isReplaced)) environment.append(text).push_back(L'\0');
+    }
+    FreeEnvironmentStringsW(present);
+    for (const auto& [name, value] : variables)
+        environment.append(WideText(name)).append(L"=").append(WideText(value)).push_back(L'\0');
+    environment.push_back(L'\0');
+
+    const HANDLE nothing = OpenNothing();
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = nothing;
+    startup.hStdOutput = startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    SetHandleInformation(startup.hStdError, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+    PROCESS_INFORMATION process = {};
+    const bool started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
+                                        environment.data(), nullptr, &startup, &process);
+    errno = GetLastError() == ERROR_FILE_NOT_FOUND ? ENOENT : EACCES;
+    CloseHandle(nothing);
+    if (!started) return -1;
+    CloseHandle(process.hThread);
+    return reinterpret_cast<std::intptr_t>(process.hProcess);
+}
+
+std::optional<int> StatusOfProgram(long long program, bool wait) {
+    const auto process = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(program));
+    if (WaitForSingleObject(process, wait ? INFINITE : 0) == WAIT_TIMEOUT) return std::nullopt;
+    DWORD status = 0;
+    GetExitCodeProcess(process, &status);
+    CloseHandle(process);
+    return static_cast<int>(status);
+}
+
+void NotifyUser(const std::string&, const std::string&) { MessageBeep(MB_ICONINFORMATION); }
+
 bool RunSilently(const std::vector<std::string>& command) {
-    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    const HANDLE nothing = CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                       &inherited, OPEN_EXISTING, 0, nullptr);
+    const HANDLE nothing = OpenNothing();
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;

@@ -1,6 +1,7 @@
 // The program as a user runs it.
 
 #include "chart_template.h"
+#include "reference.h"
 #include "run_study.h"
 #include "temporary_file.h"
 
@@ -67,6 +68,39 @@ TEST(Command, FollowsBarsOnStandardInput) {
         << live.text;
     EXPECT_NE(live.text.find("snapshots  1, every 1 bars, "), std::string::npos) << live.text;
     EXPECT_TRUE(live.text.ends_with("left out   1 lines\n")) << live.text;
+}
+
+// The second bar holds from its second tick on, and the correction of the first one, which it takes back, comes late.
+TEST(Command, AlertsOnceABar) {
+    const TemporaryFile lines("date,close\n2020-01-01,1\n2020-01-02,1\n2020-01-02,5\n2020-01-02,1\n2020-01-02,6\n"
+                              "2020-01-01,7\n2020-01-03,8\n2020-01-04,1\n");
+    const std::string live = "live - Close --when \"Close > 3\" ";
+    const auto alerts = [&](const std::string& options) {
+        const std::string text = RunStudy(live + options, lines.Path().string()).text;
+        std::string found;
+        for (const auto& line : Matches(text, std::regex("study: (2020-01-0.): Close > 3\n"))) found += line[1].str() + ' ';
+        return found;
+    };
+    EXPECT_EQ(alerts(""), "2020-01-02 2020-01-03 ");
+    EXPECT_EQ(alerts("--at tick --notify"), "2020-01-02 2020-01-03 ");
+    EXPECT_EQ(alerts("--at close"), "2020-01-02 2020-01-03 ");
+    const TemporaryFile history("date,close\n2020-01-01,9\n");
+    EXPECT_EQ(RunStudy("live " + history.Path().string() + " Close --no-follow --when Close").text.find(": Close\n"),
+              std::string::npos)
+        << "what a file holds at first is history";
+    EXPECT_NE(RunStudy(live + "--exec no_such_program", lines.Path().string()).text.find("study: no_such_program: No such"),
+              std::string::npos);
+#ifndef _WIN32
+    const std::string shell = RunStudy(live + "--shell --exec 'echo $STUDY_TIME $STUDY_CONDITION $STUDY_VALUES; exit 7'",
+                                       lines.Path().string())
+                                  .text;
+    EXPECT_NE(shell.find("2020-01-02 Close > 3 {\"Close\":5.0}\n"), std::string::npos) << shell;
+    EXPECT_NE(shell.find(" ended with status 7\n"), std::string::npos) << shell;
+    const std::string plain = RunStudy(live + "--exec 'echo a'", lines.Path().string()).text;
+    EXPECT_NE(plain.find("study: echo a: No such file"), std::string::npos) << "not read by a shell";
+    EXPECT_NE(RunStudy(live + "--exec env", lines.Path().string()).text.find("STUDY_FILE=standard input\n"),
+              std::string::npos);
+#endif
 }
 
 // Rows that repeat a time, stand newest first, lack numbers or can't be read give the same values in all commands.
