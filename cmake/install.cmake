@@ -1,5 +1,5 @@
 # What `cmake --install` copies: the library with its headers, as find_package and pkg-config find it, `study` if it is
-# built, and the documents.
+# built, with its manual pages and completions, and the documents.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -10,6 +10,9 @@ install(TARGETS sarvane EXPORT sarvane INCLUDES DESTINATION ${CMAKE_INSTALL_INCL
 if(SARVANE_HOST)
   install(TARGETS sarvane_study EXPORT sarvane INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
   install(TARGETS study)
+  if(NOT CMAKE_CROSSCOMPILING)
+    install(DIRECTORY ${CMAKE_BINARY_DIR}/host/share/ DESTINATION ${CMAKE_INSTALL_DATADIR})
+  endif()
 endif()
 install(DIRECTORY include/sarvane DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)

@@ -9,18 +9,11 @@
 #include "version.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <new>
 
 namespace sarvane::study {
 namespace {
-
-enum ExitStatus : int {
-    Done = 0,
-    BadData = 1,  // a file, an expression, or what a system call says
-    BadUsage = 2,
-    CheckFailed = 3,
-    ReaderGone = 141,  // what a shell shows of a program that its broken pipe has ended
-};
 
 int Main(int argc, char** argv) {
     PrepareStreams();
@@ -33,11 +26,10 @@ int Main(int argc, char** argv) {
     app.add_option("--library", library, "the operator library, if not the one beside this program")
         ->type_name("FILE");
     app.add_flag("--version", showVersion, "version, commit, build and operators");
-    for (const auto add :
-         {AddRun, AddLive, AddScan, AddReplay, AddChart, AddExplain, AddList, AddStudies, AddDescribe, AddHelp})
+    for (const auto add : {AddRun, AddLive, AddScan, AddReplay, AddChart, AddExplain, AddList, AddStudies, AddDescribe,
+                           AddHelp, AddCompletion, AddComplete, AddShare})
         add(app, library);
-    app.footer("Exit status: 0 done, 1 bad data or expressions, 2 bad usage, 3 a failed check.\n"
-               "`study help COMMAND` shows the options of a command.");
+    app.footer(fmt::format("Exit status: {}.\n`study help COMMAND` shows the options of a command.", ExitStatusText));
     std::vector<std::string> words(argv + 1, argv + argc);
     try {
         RefuseMistakenOptions(app, words);

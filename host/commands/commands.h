@@ -7,6 +7,9 @@
 // line runs it. `library` is read when it runs: the file of the operator library, or nothing for the one nearby.
 namespace sarvane::study {
 
+void AddCompletion(CLI::App& app, const std::string& library);
+void AddComplete(CLI::App& app, const std::string& library);
+void AddShare(CLI::App& app, const std::string& library);
 void AddHelp(CLI::App& app, const std::string& library);
 void AddList(CLI::App& app, const std::string& library);
 void AddStudies(CLI::App& app, const std::string& library);

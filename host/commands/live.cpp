@@ -59,13 +59,10 @@ void AddLive(CLI::App& app, const std::string& library) {
             ->needs(when);
     command.add_flag("--shell", alerts.throughShell, "--exec is a line for the system's shell")->needs(exec);
     command.add_flag("--notify", alerts.notify, "then notify the desktop and ring the terminal's bell")->needs(when);
-    command
-        .add_option_function<std::string>(
-            "--at", [options](const std::string& moment) { options->following.alerts.atClose = moment == "close"; },
-            "tick: as soon as the condition holds; close: at the end of the bar, with its last values")
-        ->type_name("MOMENT")
-        ->check(OneOf({"tick", "close"}))
-        ->needs(when);
+    CLI::Option* const moment = command.add_option_function<std::string>(
+        "--at", [options](const std::string& word) { options->following.alerts.atClose = word == "close"; },
+        "as soon as the condition holds, or at the end of the bar, with its last values");
+    OneOf(*moment->needs(when), {"tick", "close"});
     command.add_flag("--no-follow", options->noFollow, "stop at the end of the file");
     command.callback([options] { FollowFile(*options); });
 }

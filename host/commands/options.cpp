@@ -93,12 +93,10 @@ void AddTable(CLI::App& command, TableOptions& options) {
                                                                {"tsv", TableFormat::Tsv},
                                                                {"json", TableFormat::Json},
                                                                {"ndjson", TableFormat::Ndjson}};
-    command
-        .add_option_function<std::string>(
-            "--format", [&options](const std::string& name) { options.format = formats.at(name); },
-            "table, csv, tsv, json or ndjson: of the file if there is one, else of standard output")
-        ->type_name("FORMAT")
-        ->check(OneOf({"table", "csv", "tsv", "json", "ndjson"}));
+    OneOf(*command.add_option_function<std::string>(
+              "--format", [&options](const std::string& name) { options.format = formats.at(name); },
+              "of the file if there is one, else of standard output"),
+          {"table", "csv", "tsv", "json", "ndjson"});
     command.add_option("-o,--output", options.file,
                        "write the table to this file with all digits, as csv or what its ending says; '-' is standard "
                        "output, else the table is shown there, too")
@@ -129,12 +127,12 @@ CLI::Validator AboveZero() {
     return {check, ""};
 }
 
-CLI::Validator OneOf(const std::vector<std::string>& words) {
+void OneOf(CLI::Option& option, const std::vector<std::string>& words) {
     const auto check = [words](const std::string& text) {
         if (std::ranges::find(words, text) != words.end()) return std::string();
         return fmt::format("{} is none of {}", Quoted(text), fmt::join(words, ", "));
     };
-    return {check, "", "one of"};
+    option.type_name(fmt::format("{}", fmt::join(words, "|")))->check({check, ""});
 }
 
 void TellAll(const std::vector<std::string>& lines) {

@@ -47,8 +47,8 @@ void AddTable(CLI::App& command, TableOptions& options);
 CLI::Validator WholeNumber(long long least, long long most = std::numeric_limits<long long>::max());
 // For options that take a number above 0.
 CLI::Validator AboveZero();
-// For options that take one of these words.
-CLI::Validator OneOf(const std::vector<std::string>& words);
+// The option takes one of these words.
+void OneOf(CLI::Option& option, const std::vector<std::string>& words);
 
 void TellAll(const std::vector<std::string>& lines);
 // In ASCII: what `Print` would escape is escaped as JSON has it.

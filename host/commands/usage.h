@@ -7,6 +7,16 @@
 // What the program answers to a command line that it can't follow.
 namespace sarvane::study {
 
+enum ExitStatus : int {
+    Done = 0,
+    BadData = 1,  // a file, an expression, or what the system says
+    BadUsage = 2,
+    CheckFailed = 3,
+    ReaderGone = 141,  // what a shell shows of a program that its broken pipe has ended
+};
+inline constexpr std::string_view ExitStatusText =
+    "0 done, 1 bad data or expressions, 2 bad usage, 3 a failed check, 141 nobody reads the output any more";
+
 // A word that looks like several options in one, such as the expression "-open", which would be `-o pen`. Throws a
 // ParseError for the first such word ahead of `--`.
 void RefuseMistakenOptions(const CLI::App& app, const std::vector<std::string>& words);

@@ -269,6 +269,23 @@ TEST(Command, DrawsOnOnePage) {
     EXPECT_NE(RunStudy("chart " + Data).status, 0) << "drawn for nobody";
 }
 
+TEST(Command, CompletesCommandLines) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"ru", "run\trun expressions over a file of bars\n"},
+        {"run \"\"", ":files\n"},
+        {"run " + Data + " \"Sim(CLo\"", "Sim(CLose\tcolumn\n"},
+        {"run --format nd", "ndjson\t\n"},
+        {"run " + Data + " --las", "--last\tshow only the last N bars\n"},
+        {"describe SupertR", "SupertRend\tstudy\n"},
+        {"help liv", "live\t"},
+        {"list x", ""},
+    };
+    for (const auto& [words, expected] : cases) {
+        const std::string found = RunStudy("complete -- " + words).text;
+        EXPECT_TRUE(expected.empty() ? found.empty() : found.starts_with(expected)) << words << '\n' << found;
+    }
+}
+
 TEST(Command, FailsInOneLine) {
     for (const std::string& arguments : std::vector<std::string>{
              "run no_such_file.csv Close", "run " NO_DEVICE " Close", "run " + Data + " \"Sim(\"", "describe Simm",
