@@ -41,9 +41,9 @@ private:
 
     AlertSettings settings;
     std::string file;
-    std::string openBar;                                   // date of the newest bar at the last look
-    std::set<std::pair<std::size_t, std::string>> fired;   // conditions and dates
-    std::vector<long long> running;                        // programs
+    std::string openBar;                                  // date of the newest bar at the last look
+    std::set<std::pair<std::size_t, std::string>> fired;  // conditions and dates
+    std::vector<long long> running;                       // programs
 };
 
 }  // namespace sarvane::study

@@ -118,10 +118,10 @@ ScanResult Scan(const Library& library, const ScanSettings& settings) {
         const std::string name = TextOf(settings.files[files.front()]);
         const bool isNamed = fault.starts_with(name);
         scan.badFiles += files.size();
-        lines.emplace_back(files.front(),
-                           isNamed             ? fault
-                           : files.size() == 1 ? fmt::format("{}: {}", name, fault)
-                                               : fmt::format("{} (in {} files, first {})", fault, files.size(), name));
+        lines.emplace_back(files.front(), isNamed ? fault
+                                          : files.size() == 1
+                                              ? fmt::format("{}: {}", name, fault)
+                                              : fmt::format("{} (in {} files, first {})", fault, files.size(), name));
     }
     std::ranges::sort(lines);
     for (auto& [file, line] : lines) scan.faults.push_back(std::move(line));

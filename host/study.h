@@ -18,7 +18,7 @@ struct RunSettings {
 
 // A column of a table, such as that of a run.
 struct Result : ResultColumn {
-    const double* value = nullptr;  // on the bar of the last step
+    const double* value = nullptr;      // on the bar of the last step
     const std::string* text = nullptr;  // in the place of a number
 };
 

@@ -59,7 +59,9 @@ void AddChart(CLI::App& app, const std::string& library) {
         ->type_name("PIXELS")
         ->check(WholeNumber(500, 10000))
         ->capture_default_str();
-    command.add_option("--last", options->chart.last, "show the last N bars at first")->type_name("N")->check(WholeNumber(1));
+    command.add_option("--last", options->chart.last, "show the last N bars at first")
+        ->type_name("N")
+        ->check(WholeNumber(1));
     OneOf(*command.add_option("--theme", options->chart.theme, "colours; auto is what the reader's system prefers"),
           {"auto", "light", "dark"});
     command.callback([options] { Draw(*options); });

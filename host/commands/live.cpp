@@ -41,15 +41,17 @@ void AddLive(CLI::App& app, const std::string& library) {
     AddStudy(command, options->study);
     AddTable(command, options->table);
     command.add_flag("--all-outputs", options->following.allOutputs, "a column for each output of an expression");
-    command.add_option("--snapshots", options->following.snapshotDistance,
-                       "keep a snapshot every N bars, from which corrections of older bars go on")
+    command
+        .add_option("--snapshots", options->following.snapshotDistance,
+                    "keep a snapshot every N bars, from which corrections of older bars go on")
         ->type_name("N")
         ->check(WholeNumber(0));
     AlertSettings& alerts = options->following.alerts;
-    CLI::Option* const when =
-        command.add_option("--when", alerts.conditions, "tell when this holds on the newest bar, once a bar; can be repeated")
-            ->type_name("CONDITION")
-            ->allow_extra_args(false);
+    CLI::Option* const when = command
+                                  .add_option("--when", alerts.conditions,
+                                              "tell when this holds on the newest bar, once a bar; can be repeated")
+                                  ->type_name("CONDITION")
+                                  ->allow_extra_args(false);
     CLI::Option* const exec =
         command
             .add_option("--exec", alerts.command,

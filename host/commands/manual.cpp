@@ -20,11 +20,16 @@ std::string Roff(std::string_view text) {
     for (const char c : text) {
         const bool beginsLine = escaped.empty() || escaped.back() == '\n';
         if (beginsLine && (c == '.' || c == '\'')) escaped += "\\&";
-        if (c == '-') escaped += "\\-";
-        else if (c == '\\') escaped += "\\e";
-        else if (c == '\'') escaped += "\\(aq";
-        else if (c == '`') escaped += "\\(ga";
-        else escaped += c;
+        if (c == '-')
+            escaped += "\\-";
+        else if (c == '\\')
+            escaped += "\\e";
+        else if (c == '\'')
+            escaped += "\\(aq";
+        else if (c == '`')
+            escaped += "\\(ga";
+        else
+            escaped += c;
     }
     return escaped;
 }
@@ -81,8 +86,8 @@ std::string ManualPage(const CLI::App& app, const CLI::App* command) {
     const std::string name = command ? "study-" + command->get_name() : "study";
     std::string title = name;
     for (char& c : title) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    std::string page = fmt::format(".TH {} 1 \"\" study \"User Commands\"\n.SH NAME\n{} \\- {}\n.SH SYNOPSIS\n", Roff(title),
-                                   Roff(name), Roff(shown.get_description()));
+    std::string page = fmt::format(".TH {} 1 \"\" study \"User Commands\"\n.SH NAME\n{} \\- {}\n.SH SYNOPSIS\n",
+                                   Roff(title), Roff(name), Roff(shown.get_description()));
     page += command ? fmt::format(".B study {}\n{}\n", command->get_name(), Roff(Synopsis(shown)))
                     : ".B study\n[options] command ...\n";
     if (const std::string arguments = OptionEntries(shown, true); !arguments.empty())

@@ -76,8 +76,12 @@ void AddRunSettings(CLI::App& command, RunSettings& settings) {
 }
 
 void AddStudy(CLI::App& command, StudyOptions& options) {
-    command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")->type_name("FILE")->required();
-    command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")->type_name("EXPRESSION")->required();
+    command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")
+        ->type_name("FILE")
+        ->required();
+    command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")
+        ->type_name("EXPRESSION")
+        ->required();
     AddRunSettings(command, options.run);
     AddDefinitions(command, options.library);
 }
@@ -97,11 +101,13 @@ void AddTable(CLI::App& command, TableOptions& options) {
               "--format", [&options](const std::string& name) { options.format = formats.at(name); },
               "of the file if there is one, else of standard output"),
           {"table", "csv", "tsv", "json", "ndjson"});
-    command.add_option("-o,--output", options.file,
-                       "write the table to this file with all digits, as csv or what its ending says; '-' is standard "
-                       "output, else the table is shown there, too")
+    command
+        .add_option("-o,--output", options.file,
+                    "write the table to this file with all digits, as csv or what its ending says; '-' is standard "
+                    "output, else the table is shown there, too")
         ->type_name("FILE");
-    command.add_option("--na", options.missing, "what stands for a gap: '-' in a table, nothing in csv and tsv")->type_name("TEXT");
+    command.add_option("--na", options.missing, "what stands for a gap: '-' in a table, nothing in csv and tsv")
+        ->type_name("TEXT");
     command.add_option("--precision", options.precision, "decimals of numbers: those of the bars in a table, else all")
         ->type_name("N")
         ->check(WholeNumber(0, 17));

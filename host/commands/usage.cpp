@@ -22,7 +22,8 @@ bool LooksLikeOption(std::string_view word) { return word.size() > 1 && word.fro
 
 // With one dash an option has one letter.
 bool IsMistaken(std::string_view word) {
-    return LooksLikeOption(word) && word[1] != '-' && (word.size() > 2 || std::isalpha(static_cast<unsigned char>(word[1])) == 0);
+    return LooksLikeOption(word) && word[1] != '-' &&
+           (word.size() > 2 || std::isalpha(static_cast<unsigned char>(word[1])) == 0);
 }
 
 // `names` in a column of its own, and the text beside it in lines that fit.
@@ -44,8 +45,7 @@ std::string Entry(const std::string& names, const std::string& text) {
 }
 
 std::string LeftOverMessage(const CLI::App& app, const CLI::App& command, const std::string& word) {
-    if (&app == &command && !LooksLikeOption(word))
-        return UnknownCommand(app, word);
+    if (&app == &command && !LooksLikeOption(word)) return UnknownCommand(app, word);
     if (!LooksLikeOption(word)) return fmt::format("{} is one argument too many", Quoted(word));
     const std::string name = word.substr(0, word.find('='));
     return fmt::format("no option {}{}", Quoted(name), Nearest(name, OptionNames(command)));

@@ -186,9 +186,7 @@ long long StartProgram(const std::string& command, bool throughShell,
     wchar_t* const present = GetEnvironmentStringsW();
     for (const wchar_t* entry = present; *entry; entry += std::wcslen(entry) + 1) {
         const std::wstring_view text = entry;
-        const auto isReplaced = [&](const auto& variable) {
-            return text.starts_with(WideText(variable.first) + L'=');
-        };
+        const auto isReplaced = [&](const auto& variable) { return text.starts_with(WideText(variable.first) + L'='); };
         if (std::ranges::none_of(variables, isReplaced)) environment.append(text).push_back(L'\0');
     }
     FreeEnvironmentStringsW(present);

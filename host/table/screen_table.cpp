@@ -178,8 +178,8 @@ void ScreenTable::WriteLine(const Line& line) {
         MakeRoomFor(column, value);
         const std::string cell = AlignedRight(CellText(column, line, i), column.width);
         const bool isNumber = !IsUndefined(value);
-        const bool isColoured =
-            settings.colour && isNumber && !IsUndefined(column.before) && (value > column.before || value < column.before);
+        const bool isColoured = settings.colour && isNumber && !IsUndefined(column.before) &&
+                                (value > column.before || value < column.before);
         text += Gap;
         if (isColoured)
             text.append(value > column.before ? Up : Down).append(cell).append(Plain);

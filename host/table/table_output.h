@@ -11,9 +11,9 @@
 namespace sarvane::study {
 
 struct TableOptions {
-    std::optional<TableFormat> format;    // of the file if there is one, else of standard output
-    std::string file;                     // to be written; "-" is standard output
-    std::optional<std::string> missing;   // as in TableSettings
+    std::optional<TableFormat> format;   // of the file if there is one, else of standard output
+    std::string file;                    // to be written; "-" is standard output
+    std::optional<std::string> missing;  // as in TableSettings
     std::optional<int> precision;
 };
 

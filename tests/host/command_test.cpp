@@ -78,7 +78,8 @@ TEST(Command, AlertsOnceABar) {
     const auto alerts = [&](const std::string& options) {
         const std::string text = RunStudy(live + options, lines.Path().string()).text;
         std::string found;
-        for (const auto& line : Matches(text, std::regex("study: (2020-01-0.): Close > 3\n"))) found += line[1].str() + ' ';
+        for (const auto& line : Matches(text, std::regex("study: (2020-01-0.): Close > 3\n")))
+            found += line[1].str() + ' ';
         return found;
     };
     EXPECT_EQ(alerts(""), "2020-01-02 2020-01-03 ");
@@ -88,12 +89,14 @@ TEST(Command, AlertsOnceABar) {
     EXPECT_EQ(RunStudy("live " + history.Path().string() + " Close --no-follow --when Close").text.find(": Close\n"),
               std::string::npos)
         << "what a file holds at first is history";
-    EXPECT_NE(RunStudy(live + "--exec no_such_program", lines.Path().string()).text.find("study: no_such_program: No such"),
-              std::string::npos);
+    EXPECT_NE(
+        RunStudy(live + "--exec no_such_program", lines.Path().string()).text.find("study: no_such_program: No such"),
+        std::string::npos);
 #ifndef _WIN32
-    const std::string shell = RunStudy(live + "--shell --exec 'echo $STUDY_TIME $STUDY_CONDITION $STUDY_VALUES; exit 7'",
-                                       lines.Path().string())
-                                  .text;
+    const std::string shell =
+        RunStudy(live + "--shell --exec 'echo $STUDY_TIME $STUDY_CONDITION $STUDY_VALUES; exit 7'",
+                 lines.Path().string())
+            .text;
     EXPECT_NE(shell.find("2020-01-02 Close > 3 {\"Close\":5.0}\n"), std::string::npos) << shell;
     EXPECT_NE(shell.find(" ended with status 7\n"), std::string::npos) << shell;
     const std::string plain = RunStudy(live + "--exec 'echo a'", lines.Path().string()).text;
@@ -183,8 +186,10 @@ TEST(Command, ScansManyFiles) {
     const std::string all = RunStudy(scan + "--sort Close").text;
     EXPECT_EQ(all, "symbol,date,Close\nS3,2020-01-03,3\nS7,2020-01-07,3\nS2,2020-01-02,2\nS6,2020-01-06,2\n"
                    "S1,2020-01-01,1\nS5,2020-01-05,1\nS9,2020-01-09,1\nS4,2020-01-04,0\nS8,2020-01-08,0\n"
-                   "study: " + path + "/X.csv:2:2: \"x\" is no number (close)\n"
-                   "study: 1 of 10 files are left out\n");
+                   "study: " +
+                       path +
+                       "/X.csv:2:2: \"x\" is no number (close)\n"
+                       "study: 1 of 10 files are left out\n");
     for (const char* const threads : {"1", "7"})
         EXPECT_EQ(RunStudy(scan + "--sort Close --threads " + threads).text, all) << "whatever the threads";
     const ProgramRun some = RunStudy(scan + "--where \"Close > 1\" --sort Close --ascending --top 1");
@@ -324,7 +329,7 @@ TEST(Command, SaysWhatIsWrongWithACommandLine) {
         EXPECT_LT(outcome.text.size(), 150u) << "one short line";
     }
     EXPECT_EQ(RunStudy("run " + Data + " --last 1 -- -Close").text, "date              -Close\n"
-                                                                     "2020-04-17  -2874.560059\n");
+                                                                    "2020-04-17  -2874.560059\n");
     EXPECT_EQ(RunStudy("help run").text, RunStudy("run --help").text);
     EXPECT_TRUE(std::regex_search(RunStudy("--version").text, std::regex("commit .*\nbuild .*\noperators +41\n")));
     EXPECT_TRUE(RunStudy("run " + Data + " \"MedOp(Close, -5)\"")
