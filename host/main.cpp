@@ -21,6 +21,7 @@ int Main(int argc, char** argv) {
     bool showVersion = false;
     CLI::App app("Runs technical-analysis expressions over files of bars.", "study");
     app.formatter(std::make_shared<HelpFormatter>());
+    app.set_help_flag("-h,--help", "show this help");
     app.require_subcommand(0, 1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
     app.add_option("--library", library, "the operator library, if not the one beside this program")->type_name("FILE");

@@ -12,7 +12,11 @@ void AddHelp(CLI::App& app, const std::string&) {
         return found ? std::string() : UnknownCommand(app, word);
     };
     command.add_option("command", *name, "as in `study --help`")->type_name("COMMAND")->check({known, ""});
-    command.callback([&app, name] { Print(name->empty() ? app.help() : app.get_subcommand(*name)->help("study")); });
+    command.callback([&app, name] {
+        // `help` of the program itself would be that of the command that was given, which is this one.
+        Print(name->empty() ? app.get_formatter()->make_help(&app, "study", CLI::AppFormatMode::Normal)
+                            : app.get_subcommand(*name)->help("study"));
+    });
 }
 
 }  // namespace sarvane::study

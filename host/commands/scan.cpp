@@ -96,10 +96,9 @@ void RunScan(const ScanOptions& options) {
 
 void AddScan(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand("scan", "the last values of expressions over many files, a line for each");
-    command.footer(
-        "What exists is a file, or a folder with files; everything else is an expression, such as\n"
-        "    study scan bars/ \"RSI(Close, 14)\" --where \"Close > Sim(Close, 200)\" --sort \"RSI(Close, 14)\"\n"
-        "To use a word as an expression although a file has its name, put it in parentheses: \"(close)\".");
+    command.footer("What exists is a file, or a folder with files; everything else is an expression:\n"
+                   "    study scan bars/ \"RSI(Close, 14)\" --where \"Close > Sim(Close, 200)\"\n"
+                   "An expression that is also the name of a file goes into parentheses: \"(close)\".");
     const auto options = std::make_shared<ScanOptions>(LibraryOptions{library});
     ScanSettings& scan = options->scan;
     command.add_option("words", options->words, "files or folders of bars, and expressions, in any order")

@@ -331,6 +331,7 @@ TEST(Command, SaysWhatIsWrongWithACommandLine) {
     EXPECT_EQ(RunStudy("run " + Data + " --last 1 -- -Close").text, "date              -Close\n"
                                                                     "2020-04-17  -2874.560059\n");
     EXPECT_EQ(RunStudy("help run").text, RunStudy("run --help").text);
+    EXPECT_EQ(RunStudy("help").text, RunStudy("--help").text);
     EXPECT_TRUE(std::regex_search(RunStudy("--version").text, std::regex("commit .*\nbuild .*\noperators +41\n")));
     EXPECT_TRUE(RunStudy("run " + Data + " \"MedOp(Close, -5)\"")
                     .text.ends_with("MedOp: `windowSize` must be a count from 1, but is -5\n"));
