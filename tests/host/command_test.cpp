@@ -187,8 +187,8 @@ TEST(Command, ScansManyFiles) {
     EXPECT_EQ(all, "symbol,date,Close\nS3,2020-01-03,3\nS7,2020-01-07,3\nS2,2020-01-02,2\nS6,2020-01-06,2\n"
                    "S1,2020-01-01,1\nS5,2020-01-05,1\nS9,2020-01-09,1\nS4,2020-01-04,0\nS8,2020-01-08,0\n"
                    "study: " +
-                       path +
-                       "/X.csv:2:2: \"x\" is no number (close)\n"
+                       (folder / "X.csv").string() +
+                       ":2:2: \"x\" is no number (close)\n"
                        "study: 1 of 10 files are left out\n");
     for (const char* const threads : {"1", "7"})
         EXPECT_EQ(RunStudy(scan + "--sort Close --threads " + threads).text, all) << "whatever the threads";
