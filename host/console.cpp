@@ -92,6 +92,12 @@ void FlushOutput() {
     if (outputError != 0 && !OutputReaderIsGone()) Fail("standard output: {}", std::strerror(outputError));
 }
 
+void PrintLast(std::string_view lines) {
+    WritePending();
+    if (outputError == 0 && !Write(StandardOutput(), lines, false)) outputError = errno;
+    FlushOutput();
+}
+
 bool OutputReaderIsGone() { return outputError == EPIPE; }
 
 void PrintError(std::string_view lines) noexcept {

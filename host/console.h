@@ -25,6 +25,9 @@ void PrintShown(std::string_view lines);
 // others.
 void FlushOutput();
 
+// Writes what is left, as `FlushOutput`, and `lines` behind it, also after an interrupt.
+void PrintLast(std::string_view lines);
+
 // Whether nobody reads standard output any more, such as when `head` has ended. Further lines are dropped.
 bool OutputReaderIsGone();
 

@@ -23,8 +23,8 @@ JsonTable::JsonTable(const TableSettings& settings, Write writeLines, const BarF
 
 void JsonTable::WriteBar(std::string_view date, std::span<const Result> results) {
     fmt::memory_buffer line;
-    // The line end goes ahead of the next bar, behind a comma, in an array that has one.
-    if (isArray) line.append(std::string_view(isFirst ? "[\n" : ",\n"));
+    // The comma leads, so that every line can be the last one.
+    if (isArray) line.push_back(isFirst ? '[' : ',');
     isFirst = false;
     line.append(keys[0]);
     line.append(JsonString(date));
@@ -42,12 +42,13 @@ void JsonTable::WriteBar(std::string_view date, std::span<const Result> results)
         }
     }
     line.push_back('}');
-    if (!isArray) line.push_back('\n');
+    line.push_back('\n');
     write({line.data(), line.size()});
 }
 
-void JsonTable::Finish() {
-    if (isArray) write(isFirst ? "[]\n" : "\n]\n");
+std::string JsonTable::Finish() {
+    if (!isArray) return "";
+    return isFirst ? "[]\n" : "]\n";
 }
 
 }  // namespace sarvane::study

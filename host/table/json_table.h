@@ -11,7 +11,7 @@ class JsonTable : public Table {
 public:
     JsonTable(const TableSettings& settings, Write write, const BarFile& bars, std::span<const Result> results);
     void WriteBar(std::string_view date, std::span<const Result> results) override;
-    void Finish() override;
+    std::string Finish() override;
 
 private:
     Write write;

@@ -84,12 +84,13 @@ void ScreenTable::WriteBar(std::string_view date, std::span<const Result> result
     if (settings.atOnce || waiting.size() == MostWaiting) Begin();
 }
 
-void ScreenTable::Finish() {
+std::string ScreenTable::Finish() {
     if (!hasBegun) Begin();
     if (!settings.atOnce) WriteLegend();
     if (isTooWide)
         Tell(fmt::format("the table is wider than the {} characters of the terminal; --precision can make it narrower",
                          settings.width));
+    return "";
 }
 
 void ScreenTable::Begin() {

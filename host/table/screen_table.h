@@ -12,7 +12,7 @@ class ScreenTable : public Table {
 public:
     ScreenTable(const TableSettings& settings, Write write, const BarFile& bars, std::span<const Result> results);
     void WriteBar(std::string_view date, std::span<const Result> results) override;
-    void Finish() override;
+    std::string Finish() override;
 
 private:
     struct Column {

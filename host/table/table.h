@@ -30,8 +30,8 @@ public:
 
     virtual ~Table() = default;
     virtual void WriteBar(std::string_view date, std::span<const Result> results) = 0;
-    // Behind the last bar.
-    virtual void Finish() {}
+    // Behind the last bar. What has to stand at the end even if lines ahead of it were dropped, after an interrupt.
+    virtual std::string Finish() { return ""; }
 
     // How many values were infinite or no number, where the format has none for them and a gap stands instead.
     std::size_t NotFinite() const { return notFinite; }

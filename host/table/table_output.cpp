@@ -27,7 +27,8 @@ TableOutput::TableOutput(const TableOptions& options, const std::vector<std::fil
         file = std::make_unique<OutputFile>(PathOf(options.file), others,
                                             growing ? OutputFile::Kind::Growing : OutputFile::Kind::Replaced);
         settings.format = options.format.value_or(FormatOf(options.file));
-        sinks.push_back({settings, [this](std::string_view lines) { file->Write(lines); }, options.file, nullptr});
+        sinks.push_back(
+            {settings, [this](std::string_view lines) { file->Write(lines); }, options.file, true, nullptr});
         if (file->IsStandardOutput()) return;
     }
     const TableFormat usual = options.file == "-" ? TableFormat::Csv : TableFormat::Screen;
@@ -35,7 +36,7 @@ TableOutput::TableOutput(const TableOptions& options, const std::vector<std::fil
     settings.width = TerminalWidth();
     settings.colour = kind != Kind::Separate && ShowsColours();
     const auto print = settings.format != TableFormat::Screen ? PrintData : PrintShown;
-    sinks.push_back({settings, print, "standard output", nullptr});
+    sinks.push_back({settings, print, "standard output", false, nullptr});
 }
 
 void TableOutput::Begin(const BarFile& bars, std::span<const Result> results) {
@@ -56,10 +57,15 @@ void TableOutput::Flush() {
 
 void TableOutput::Finish() {
     for (const Sink& sink : sinks) {
-        if (sink.table) sink.table->Finish();
+        if (!sink.table) continue;
+        const std::string end = sink.table->Finish();
+        if (!sink.isFile) {
+            PrintLast(end);
+            continue;
+        }
+        file->Write(end);  // and closed ahead of standard output, which may fail
+        file->Close();
     }
-    if (file) file->Close();
-    FlushOutput();
     for (const Sink& sink : sinks) {
         if (sink.table && sink.table->NotFinite() > 0)
             Tell(fmt::format("{}: values that are infinite or no number, written as gaps: {}", sink.name,

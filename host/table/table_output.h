@@ -43,6 +43,7 @@ private:
         TableSettings settings;
         Table::Write write;
         std::string name;
+        bool isFile;
         std::unique_ptr<Table> table;
     };
 

@@ -163,7 +163,7 @@ TEST(Command, WritesTablesInAllFormats) {
         {"--format ndjson --precision 0", "{\"date\": \"2020-01-01\", \"Close[1]\": null, \"Close\": 0}\n"
                                           "{\"date\": \"2020-01-03\", \"Close[1]\": 0, \"Close\": 1234}\n"},
         {"--format json --last 0", "[]\n"},
-        {"--format json --last 1", "[\n{\"date\": \"2020-01-03\", \"Close[1]\": 1e-05, \"Close\": 1234.5}\n]\n"},
+        {"--format json --last 1", "[{\"date\": \"2020-01-03\", \"Close[1]\": 1e-05, \"Close\": 1234.5}\n]\n"},
     };
     for (const auto& [options, table] : cases) {
         const std::string text = RunStudy(start + options).text;

@@ -9,6 +9,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -134,6 +135,9 @@ TEST(Command, EndsWithAWholeLineWhenItIsInterrupted) {
         EXPECT_LT(text.size(), 70000u) << "more than the pipe held";
         EXPECT_EQ(live.Wait(), 0);
     }
+    const AtAFullPipe json("live " BAR_FILE " Close --format json");
+    json.Signal(SIGINT);
+    EXPECT_GT(nlohmann::json::parse(json.Text()).size(), 100u);
 }
 
 // The line is longer than the pipe, so that the first signal can't be followed.
