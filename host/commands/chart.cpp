@@ -48,7 +48,7 @@ void Draw(const ChartOptions& options) {
 void AddChart(CLI::App& app, const std::string& library) {
     CLI::App& command =
         *app.add_subcommand("chart", "draw all outputs of expressions over a file of bars, as one page for a browser");
-    const auto options = std::make_shared<ChartOptions>(StudyOptions{LibraryOptions{library}});
+    const auto options = std::make_shared<ChartOptions>(ChartOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
     command.get_option("expressions")->required(false);

@@ -23,21 +23,32 @@ std::string Lower(std::string text) {
     return text;
 }
 
-// Columns of the first file among the words, unless it would take long to read.
-std::vector<std::string> ColumnsOfFileIn(const std::vector<std::string>& words) {
-    constexpr std::uintmax_t MostBytes = 20'000'000;
+// The first file among the words, or in a folder among them. Empty if there is none.
+fs::path FileIn(const std::vector<std::string>& words) {
+    std::error_code error;
     for (const std::string& word : words) {
-        std::error_code error;
         const fs::path path = PathOf(word);
-        if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > MostBytes) continue;
-        try {
-            ReadSettings settings;
-            settings.leaveOutBad = settings.sort = true;
-            return BarFile(path, settings).Columns();
-        } catch (const std::exception&) {  // the command will tell
+        if (fs::is_regular_file(path, error)) return path;
+        for (const fs::directory_entry& entry : fs::directory_iterator(path, error)) {
+            if (entry.path().extension() == ".csv") return entry.path();
         }
     }
     return {};
+}
+
+// Columns of that file, unless it would take long to read.
+std::vector<std::string> ColumnsOfFileIn(const std::vector<std::string>& words) {
+    constexpr std::uintmax_t MostBytes = 20'000'000;
+    const fs::path file = FileIn(words);
+    std::error_code error;
+    if (file.empty() || fs::file_size(file, error) > MostBytes) return {};
+    try {
+        ReadSettings settings;
+        settings.leaveOutBad = settings.sort = true;
+        return BarFile(file, settings).Columns();
+    } catch (const std::exception&) {  // the command will tell
+        return {};
+    }
 }
 
 class Completer {
@@ -97,7 +108,7 @@ private:
         while (inExpression && begin > 0 && IsLetter(current[begin - 1])) --begin;
         const std::string head = inExpression ? current.substr(0, begin) : "";
         if (inExpression) {
-            for (const std::string& column : ColumnsOfFileIn(before)) {
+            for (const std::string& column : ColumnsOfFileIn({before.begin() + 1, before.end()})) {
                 if (std::ranges::all_of(column, IsLetter)) Add(column, "column", head);
             }
             Add("Bar", "open, high, low and close", head);

@@ -34,7 +34,7 @@ void DescribeOne(const DescribeOptions& options) {
 void AddDescribe(CLI::App& app, const std::string& library) {
     CLI::App& command =
         *app.add_subcommand("describe", "what an operator or a study says of itself with given arguments");
-    const auto options = std::make_shared<DescribeOptions>(LibraryOptions{library});
+    const auto options = std::make_shared<DescribeOptions>(DescribeOptions{LibraryOptions{library}});
     command.add_option("keyword", options->keyword, "as in `study list` or `study studies`")
         ->type_name("KEYWORD")
         ->required();

@@ -25,7 +25,7 @@ void Explain(const ExplainOptions& options) {
 
 void AddExplain(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand("explain", "what expressions stand for, in their operators' words");
-    const auto options = std::make_shared<ExplainOptions>(StudyOptions{LibraryOptions{library}});
+    const auto options = std::make_shared<ExplainOptions>(ExplainOptions{StudyOptions{LibraryOptions{library}}});
     StudyOptions& study = options->study;
     command.add_option("expressions", study.expressions, "such as \"RSI(Close, 14)\"")
         ->type_name("EXPRESSION")

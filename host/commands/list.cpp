@@ -22,7 +22,7 @@ void List(const ListOptions& options) {
 
 void AddList(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand("list", "all operators: keyword, class, inputs, parameters, outputs");
-    const auto options = std::make_shared<ListOptions>(LibraryOptions{library});
+    const auto options = std::make_shared<ListOptions>(ListOptions{LibraryOptions{library}});
     command.add_flag("--json", options->json, "for programs");
     command.callback([options] { List(*options); });
 }

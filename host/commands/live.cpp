@@ -37,7 +37,7 @@ void AddLive(CLI::App& app, const std::string& library) {
         "one with a later time opens the next bar. A line that can't be read is reported and left out. A file that\n"
         "is replaced or written anew is read again, and what differs is shown. What a file holds at first is history,\n"
         "for which --when does nothing.");
-    const auto options = std::make_shared<LiveOptions>(StudyOptions{LibraryOptions{library}});
+    const auto options = std::make_shared<LiveOptions>(LiveOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
     AddTable(command, options->table);
     command.add_flag("--all-outputs", options->following.allOutputs, "a column for each output of an expression");

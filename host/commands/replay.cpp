@@ -32,7 +32,7 @@ void ReplayAll(const ReplayOptions& options) {
 void AddReplay(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand(
         "replay", "feed each bar as ticks, compare the values with those of a run, and time the updates");
-    const auto options = std::make_shared<ReplayOptions>(StudyOptions{LibraryOptions{library}});
+    const auto options = std::make_shared<ReplayOptions>(ReplayOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
     command.add_option("--ticks", options->ticks, "a bar, from its open over high and low to its close")

@@ -41,7 +41,7 @@ void Run(const RunOptions& options) {
 
 void AddRun(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand("run", "run expressions over a file of bars");
-    const auto options = std::make_shared<RunOptions>(StudyOptions{LibraryOptions{library}});
+    const auto options = std::make_shared<RunOptions>(RunOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
     AddTable(command, options->table);

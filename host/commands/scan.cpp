@@ -99,7 +99,7 @@ void AddScan(CLI::App& app, const std::string& library) {
     command.footer("What exists is a file, or a folder with files; everything else is an expression:\n"
                    "    study scan bars/ \"RSI(Close, 14)\" --where \"Close > Sim(Close, 200)\"\n"
                    "An expression that is also the name of a file goes into parentheses: \"(close)\".");
-    const auto options = std::make_shared<ScanOptions>(LibraryOptions{library});
+    const auto options = std::make_shared<ScanOptions>(ScanOptions{LibraryOptions{library}});
     ScanSettings& scan = options->scan;
     command.add_option("words", options->words, "files or folders of bars, and expressions, in any order")
         ->type_name("FILE|FOLDER|EXPRESSION")

@@ -24,7 +24,7 @@ void ListStudies(const StudiesOptions& options) {
 
 void AddStudies(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand("studies", "all studies that are defined on the operators");
-    const auto options = std::make_shared<StudiesOptions>(LibraryOptions{library});
+    const auto options = std::make_shared<StudiesOptions>(StudiesOptions{LibraryOptions{library}});
     CLI::Option* const json = command.add_flag("--json", options->json, "for programs");
     command.add_flag("--markdown", options->markdown, "all about them, for documents")->excludes(json);
     AddDefinitions(command, options->library);

@@ -282,6 +282,7 @@ TEST(Command, CompletesCommandLines) {
         {"run --format nd", "ndjson\t\n"},
         {"run " + Data + " --las", "--last\tshow only the last N bars\n"},
         {"describe SupertR", "SupertRend\tstudy\n"},
+        {"scan " PROJECT_FOLDER "/data Volu", ":files\nVolume\tcolumn\n"},
         {"help liv", "live\t"},
         {"list x", ""},
     };
