@@ -140,11 +140,11 @@ struct IZelmorOp : IUnknown {
 // describes these operators, sets their parameters, saves and restores them through IZelmorOp. Reset of IZelmorOp does
 // nothing there.
 struct IZelmorOp2 : IUnknown {
-    // Starts a run, as IZelmorOp::Reset does. `count` and `first` are its `count` and `seed`.
+    // Starts a run, as IZelmorOp::Reset does, with the same `count` and `seed`.
     // `mode` is read by bar arithmetic alone: with 1, a missing input repeats the one before; with any other number it
     // stays missing. `lastBar` is read by TDReboOp alone: the index of the last bar of the series, counted as `bar` of
     // CalculateBar is. Failure: E_OUTOFMEMORY.
-    virtual HRESULT STDMETHODCALLTYPE ResetBar(int mode, int lastBar, int count, const double* first) = 0;
+    virtual HRESULT STDMETHODCALLTYPE ResetBar(int mode, int lastBar, int count, const double* seed) = 0;
 
     // Takes in one bar, as IZelmorOp::Calculate does, with arrays of the same sizes. `bar` is its index, which rises by
     // 1 from bar to bar; TDReboOp alone reads it. Failures: E_POINTER, E_OUTOFMEMORY.

@@ -120,8 +120,8 @@ public:
 template <class Operator>
 class GuardedOperator<Operator, true> : public GuardedState<Operator> {
 public:
-    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* first) noexcept override {
-        return this->Renew([&] { return Operator::ResetBar(mode, lastBar, count, first); });
+    STDMETHODIMP ResetBar(int mode, int lastBar, int count, const double* seed) noexcept override {
+        return this->Renew([&] { return Operator::ResetBar(mode, lastBar, count, seed); });
     }
     STDMETHODIMP CalculateBar(int bar, int inputCount, const double* inputs, int outputCount,
                               double* outputs) noexcept override {

@@ -55,6 +55,16 @@ TEST(VolStopOp, Switches) {
     Check("from the extremes", "1 1 - - - 1 - 1 0 - - 0", rising, {12, 8, 8, 12, 10, 10, 14, 8, 8});
 }
 
+TEST(VolStopOp, ReachesAheadUnlessItsLagIsZero) {
+    for (const auto& [lag, expected] : {std::pair{"0", 0u}, {"1", 1u}, {"2", 1u}}) {
+        OperatorDriver op("VolStop");
+        op.Set(9, lag);
+        uint first = 9, last = 9;
+        EXPECT_EQ(op->GetOutputRange(0, 0, &first, &last), S_OK);
+        EXPECT_EQ(first, expected) << lag;
+    }
+}
+
 TEST(VolStopOp, StartsItsRangesOverWithANewPeriod) {
     OperatorDriver op("VolStop");
     op.SetArguments("1 1 - 1 - - - - 0");

@@ -26,6 +26,7 @@ const RunCase runs[] = {
     {"the last two bars show levels", "0 2", rise, {16, 8, 17, 9}},
     {"the shortest lag sets which bars do", "0 2 - - - - 2 - 2 - 2 - 2 2", rise, {15, 7, U, U}},
     {"two kinds of base, each over its period", "1 2 20 - - - - - - - - - - 0 2", rise, {16, 6, 17, 6, 18, 7, 19, 8}},
+    {"the lag of a base is not its period", "1 2 20 - - - - - - - - - - 2", rise, {16, 6, 17, 7}},
     {"two kinds of range, each way round", "1 1 - - - 20 - 22 - 22 - 20", rise, {13, 9, 14, 10, 15, 11}},
     {"a range of oldest bars, taken a bar early", "1 1 - 2 1 - 2 - 2 - 2 - 2", uneven, {58, 42, 58, 42}},
     {"without a lag it can't be early", "1 1 - 3 1 - 0 - 0 - 0 - 0", uneven, {58, 42, 149, -49}},
@@ -45,6 +46,10 @@ const RunCase runs[] = {
      {13, 9, 14, 10}},
     {"no level without a method", "1 1 - 2 9", rise, {}},
     {"nor without one of its values", "1 1 15", rise, {}},
+    {"nor with one range that is the missing value",
+     "1 1 - - - - 1 - 1 - 0 - 0 0",
+     {{9, 0, -U, 5}, {9, 12, 10, 11}, {9, 12, 10, 11}},
+     {13, 9}},
     {"nor with a lag below 0", "1 1 - 1 1 1 -3", rise, {}},
 };
 

@@ -3,6 +3,7 @@
 #include "chart_template.h"
 #include "reference.h"
 #include "run_study.h"
+#include "sarvane/class_ids.h"
 #include "temporary_file.h"
 
 #include <fstream>
@@ -33,7 +34,7 @@ TEST(Command, ListsAndDescribesForProgramsToo) {
     const ProgramRun list = RunStudy("list --json");
     EXPECT_EQ(list.status, 0);
     const auto classes = nlohmann::json::parse(list.text);
-    EXPECT_EQ(classes.size(), 41u);
+    EXPECT_EQ(classes.size(), std::size(ClassId::All));
     EXPECT_NE(RunStudy("list").text.find("{401BF948-A946-11D1-B1A9-0000C0D9BDE9}"), std::string::npos);
 
     const auto described = nlohmann::json::parse(RunStudy("describe BarDiv --json").text);

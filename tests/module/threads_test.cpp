@@ -80,7 +80,7 @@ TEST(Threads, TheRegistryIsReadBesideARegistration) {
                 missing += DllRegisterServer() != S_OK;
                 continue;
             }
-            for (std::uint32_t i = 0; i < 41; ++i) {
+            for (std::uint32_t i = 0; i < std::size(ClassId::All); ++i) {
                 char16_t *name = nullptr, *keyword = nullptr;
                 missing += SarvaneReadRegistryKey(u"CLSID", i, &name) != S_OK;
                 if (!name) continue;
