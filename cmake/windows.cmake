@@ -49,11 +49,12 @@ add_custom_command(
   VERBATIM)
 add_custom_target(interface_files ALL DEPENDS ${interface_files}/zelmorop.idl ${interface_files}/zelmorop.h)
 
+configure_file(${resource_sources}/version.h.in ${resources}/version.h @ONLY)
 add_custom_command(
   OUTPUT ${resources}/sarvane.o
   COMMAND ${CMAKE_RC_COMPILER} -I ${resources} -I ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${resource_sources}/sarvane.rc
           ${resources}/sarvane.o
-  DEPENDS ${resource_sources}/sarvane.rc ${resources}/scripts.rc ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/sarvane.tlb
+  DEPENDS ${resource_sources}/sarvane.rc ${resources}/scripts.rc ${resources}/version.h ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/sarvane.tlb
   VERBATIM)
 set_source_files_properties(${resources}/sarvane.o PROPERTIES EXTERNAL_OBJECT TRUE GENERATED TRUE)
 set(module_resources ${resources}/sarvane.o)

@@ -134,8 +134,13 @@ long long ReadText(int descriptor, char* text, std::size_t size) { return read(d
 long long WriteText(int descriptor, const char* text, std::size_t size) { return write(descriptor, text, size); }
 
 std::int64_t AllocatedBytes() {
+#if __GLIBC_PREREQ(2, 33)
     const auto use = mallinfo2();
     return static_cast<std::int64_t>(use.uordblks + use.hblkhd);
+#else
+    const auto use = mallinfo();  // its numbers are of 32 bits, and begin anew at 4 GiB
+    return static_cast<std::int64_t>(static_cast<unsigned>(use.uordblks)) + static_cast<unsigned>(use.hblkhd);
+#endif
 }
 
 void OnInterrupt(void (*handler)(int)) {

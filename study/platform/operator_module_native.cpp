@@ -25,12 +25,15 @@ fs::path ProgramFolder() {
     return fs::read_symlink("/proc/self/exe", error).parent_path();
 }
 
-// Beside this library or the program, or in the `lib` beside its `bin`; else wherever the system looks.
+// Beside this code or the program, or in the `lib` beside its `bin`; else wherever the system looks.
 std::string Located() {
     std::error_code error;
-    for (const fs::path& folder : {OwnFolder(), ProgramFolder(), ProgramFolder().parent_path() / "lib"}) {
-        for (const char* name : {LibraryName, VersionedName}) {
-            if (!folder.empty() && fs::exists(folder / name, error)) return (folder / name).string();
+    for (const fs::path& own : {OwnFolder(), ProgramFolder()}) {
+        if (own.empty()) continue;  // such as the program's where /proc is missing
+        for (const fs::path& folder : {own, own.parent_path() / "lib"}) {
+            for (const char* name : {LibraryName, VersionedName}) {
+                if (fs::exists(folder / name, error)) return (folder / name).string();
+            }
         }
     }
     return VersionedName;
