@@ -30,5 +30,6 @@ foreach(kind EXE SHARED)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT
       "-static-libstdc++ -B${LINUX_ROOT}/usr/lib/${triplet} -L${LINUX_ROOT}/usr/lib/${triplet} -L${LINUX_ROOT}/lib/${triplet}")
 endforeach()
-# These became part of the C library later.
-set(CMAKE_CXX_STANDARD_LIBRARIES "-Wl,--push-state,--as-needed -lpthread -ldl -Wl,--pop-state")
+# These became part of the C library later. Without libpthread, functions such as std::call_once would fail: the C++
+# library refers to it only weakly.
+set(CMAKE_CXX_STANDARD_LIBRARIES "-Wl,--push-state,--no-as-needed -lpthread -Wl,--as-needed -ldl -Wl,--pop-state")
