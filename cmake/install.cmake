@@ -19,7 +19,7 @@ if(WIN32)
   install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelmorop.tlb ${interface_files}/zelmorop.idl
                 ${interface_files}/zelmorop.h DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
-install(FILES LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES CHANGELOG.md LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/sarvane)
