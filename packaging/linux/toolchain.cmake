@@ -16,7 +16,7 @@ endif()
 
 # Headers of the compiler and its C++ library, and after them those of the old system.
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -E -v -x c++ /dev/null OUTPUT_QUIET ERROR_VARIABLE search)
-string(REGEX MATCHALL "\n /[^\n]+/(c\\+\\+/[0-9.]+|lib/gcc[^\n]*/include)[^\n]*" own_headers "${search}")
+string(REGEX MATCHALL "\n /[^\n]+/c\\+\\+/[0-9.]+[^\n]*|\n /[^\n]+/gcc[^/\n]*/[^/\n]+/[0-9.]+/include\n" own_headers "${search}")
 set(headers "")
 foreach(folder IN LISTS own_headers)
   string(STRIP "${folder}" folder)
