@@ -12,6 +12,7 @@ RequestExecutionLevel admin
 SetCompressor /SOLID lzma
 ShowInstDetails show
 
+!define TYPE_LIBRARY "TypeLib\{401BF93A-A946-11D1-B1A9-0000C0D9BDE9}"
 !define REMOVAL "Software\Microsoft\Windows\CurrentVersion\Uninstall\Sarvane"
 
 Page directory
@@ -67,6 +68,11 @@ SectionEnd
 
 Section "Uninstall"
     ExecWait '"$SYSDIR\regsvr32.exe" /u /s "$INSTDIR\bin\SARVANE.DLL"'
+    ; The component leaves its type library registered, for programs that were built with it. Another copy may own it.
+    ReadRegStr $0 HKCR "${TYPE_LIBRARY}\1.0\0\win64" ""
+    ${If} $0 == "$INSTDIR\bin\SARVANE.DLL"
+        DeleteRegKey HKCR "${TYPE_LIBRARY}"
+    ${EndIf}
     SetOutPath "$TEMP"
     ClearErrors
     !include "${FOLDER}/remove.nsh"
