@@ -12,6 +12,9 @@ foreach(package Boost::headers CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_jso
   target_include_directories(${package} SYSTEM INTERFACE ${shared_headers})
 endforeach()
 target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+if(SARVANE_HOST)
+  include(compression)
+endif()
 
 if(SARVANE_TESTS)
   set(googletest /usr/src/googletest/googletest)

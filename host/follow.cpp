@@ -1,5 +1,6 @@
 #include "follow.h"
 
+#include "bars/byte_source.h"
 #include "console.h"
 #include "failure.h"
 #include "growing_file.h"
@@ -36,9 +37,9 @@ class Following {
 public:
     using MakeLive = std::function<std::unique_ptr<Live>(const BarHeader&, Live::Show, TimeReader)>;
 
-    Following(const FollowSettings& settings, TableOutput& output, MakeLive makeLive)
-        : source(settings.file, settings.follow, Tell), table(output), make(makeLive),
-          alerts(settings.alerts, source.Name()) {
+    Following(const FollowSettings& settings, WantedColumns wantedBy, TableOutput& output, MakeLive makeLive)
+        : layout(settings.layout), wanted(std::move(wantedBy)), source(settings.file, settings.follow, Tell),
+          table(output), make(makeLive), alerts(settings.alerts, source.Name()) {
         Begin();
     }
 
@@ -46,6 +47,7 @@ public:
 
 private:
     void Begin();
+    void Settle(bool evenWithoutData);
     void TakeLines();
     bool TakeLine();
     void TakeRow();
@@ -56,7 +58,10 @@ private:
     void TellOnce(const std::string& notice);
     void LeaveOut(const std::string& fault);
 
+    LayoutSettings layout;
+    WantedColumns wanted;
     GrowingFile source;
+    bool hasBegun = false;  // to read it
     TableOutput& table;
     MakeLive make;
     Alerts alerts;
@@ -77,8 +82,13 @@ void Following::Run() {
         if (Interrupted()) break;
         isEnd = state == GrowingFile::State::End;
         if (state == GrowingFile::State::StartsOver) Begin();
-        if (isEnd) reader->End();
+        if (!hasBegun && LooksCompressed(text))
+            Fail("{}: compressed files can't be followed; unpack it into a pipe: zcat FILE | study live - EXPRESSION", source.Name());
+        hasBegun = hasBegun || !text.empty();
         if (!isForeign) reader->Add(text);
+        if (isEnd) reader->End();
+        // What a pipe has given so far is all that there may be for a long time.
+        Settle(state == GrowingFile::State::CaughtUp);
         TakeLines();
         if (isEnd || state == GrowingFile::State::CaughtUp) TakeContent();
         table.Flush();
@@ -93,9 +103,21 @@ void Following::Run() {
 }
 
 void Following::Begin() {
-    reader.emplace(source.Name());
+    reader.emplace(source.Name(), layout, wanted);
     isForeign = false;
-    if (source.IsRegular()) content.emplace(source.Name(), ReadSettings{false, true, true, Tell});
+    hasBegun = false;
+    if (source.IsRegular()) content.emplace(source.Name(), ReadSettings{false, true, true, Tell, layout, {}});
+}
+
+void Following::Settle(bool evenWithoutData) {
+    if (isForeign || (content && !evenWithoutData)) return;
+    try {
+        reader->Settle(evenWithoutData);
+    } catch (const Failure& failure) {
+        if (!live) throw;
+        isForeign = true;
+        LeaveOut(failure.what());
+    }
 }
 
 void Following::TakeLines() {
@@ -118,7 +140,7 @@ bool Following::TakeLine() {
 }
 
 void Following::TakeRow() {
-    if (!live) Start({});
+    if (!live) Start(TimeReader(layout.times ? layout.times->order : DateOrder::Unknown));
     const BarRow& row = reader->Row();
     try {
         live->Take(row);
@@ -141,7 +163,7 @@ void Following::TakeRow() {
 void Following::TakeContent() {
     if (isForeign || !reader->HasHeader()) return;
     if (!content) {
-        if (!live) Start({});
+        if (!live) Start(TimeReader(layout.times ? layout.times->order : DateOrder::Unknown));
         return;
     }
     content->Finish();
@@ -182,6 +204,8 @@ void Following::TakeOver() {
 
 void Following::Start(TimeReader times) {
     const bool isFirst = !live;
+    if (const std::string text = reader->PresentLayout().Text(); !text.empty())
+        TellOnce(fmt::format("{}: read with {}", source.Name(), text));
     live = make(
         reader->Header(), [this](std::size_t bar) { Show(bar); }, std::move(times));
     hasHeading = false;
@@ -216,7 +240,12 @@ void RunLive(const Library& library, const FollowSettings& settings, TableOutput
                                       settings.snapshotDistance, std::move(show), SeriesSettings().mostSnapshots,
                                       std::move(times), settings.alerts.conditions);
     };
-    Following(settings, table, make).Run();
+    const auto wanted = [&](const std::vector<std::string>& titles) {
+        std::vector<std::string> all = settings.expressions;
+        all.insert(all.end(), settings.alerts.conditions.begin(), settings.alerts.conditions.end());
+        return WantedBy(library, titles, all, settings.run.operators);
+    };
+    Following(settings, wanted, table, make).Run();
 }
 
 }  // namespace sarvane::study

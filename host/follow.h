@@ -17,6 +17,7 @@ struct FollowSettings {
     std::size_t snapshotDistance = 0;
     bool follow = true;  // beyond the present end of a file
     AlertSettings alerts = {};
+    LayoutSettings layout = {};
 };
 
 // Runs expressions over a file of bars, writes each change to `table`, and reports at the end on standard error. A line

@@ -41,6 +41,13 @@ FileResult ScanFile(const Library& library, const ScanSettings& settings, const 
     result.row.symbol = SymbolOf(file);
     ReadSettings reading = settings.reading;
     reading.tell = [&](const std::string& notice) { result.notices.push_back(notice); };
+    std::vector<std::string> all = settings.expressions;
+    for (const std::string& hidden : {settings.where, settings.sortBy}) {
+        if (!hidden.empty()) all.push_back(hidden);
+    }
+    reading.wanted = [&](const std::vector<std::string>& titles) {
+        return WantedBy(library, titles, all, settings.run.operators);
+    };
     const BarFile bars(file, reading);
     Study study(library, bars, settings.run);
     for (const std::string& expression : settings.expressions) study.Add(expression);

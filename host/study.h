@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bar_file.h"
+#include "bars/bar_file.h"
 #include "library.h"
 
 #include <optional>
@@ -21,6 +21,12 @@ struct Result : ResultColumn {
     const double* value = nullptr;      // on the bar of the last step
     const std::string* text = nullptr;  // in the place of a number
 };
+
+// Which columns expressions read; with `wholeBars` also those of a bar. Fails with the place of what is wrong with an
+// expression.
+std::vector<bool> WantedBy(const Library& library, const std::vector<std::string>& titles,
+                           const std::vector<std::string>& expressions, const OperatorSettings& settings,
+                           bool wholeBars = false);
 
 // Expressions over a file of bars, run bar by bar.
 class Study {

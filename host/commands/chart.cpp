@@ -27,7 +27,7 @@ std::unique_ptr<OutputFile> Open(const std::string& path, const std::string& oth
 void Draw(const ChartOptions& options) {
     if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
     const Library library = options.study.library.Load();
-    const BarFile bars = options.study.ReadBars();
+    const BarFile bars = options.study.ReadBars(library, true);
     Study study(library, bars, options.study.run);
     options.study.AddTo(study, true);
     const auto pageFile = Open(options.page, options.picture, options.study);

@@ -20,5 +20,6 @@ void AddLive(CLI::App& app, const std::string& library);
 void AddScan(CLI::App& app, const std::string& library);
 void AddReplay(CLI::App& app, const std::string& library);
 void AddChart(CLI::App& app, const std::string& library);
+void AddBars(CLI::App& app, const std::string& library);
 
 }  // namespace sarvane::study

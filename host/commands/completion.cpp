@@ -1,6 +1,6 @@
 #include "commands/completion.h"
 
-#include "bar_file.h"
+#include "bars/bar_file.h"
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "commands/usage.h"
@@ -36,16 +36,11 @@ fs::path FileIn(const std::vector<std::string>& words) {
     return {};
 }
 
-// Columns of that file, unless it would take long to read.
 std::vector<std::string> ColumnsOfFileIn(const std::vector<std::string>& words) {
-    constexpr std::uintmax_t MostBytes = 20'000'000;
     const fs::path file = FileIn(words);
-    std::error_code error;
-    if (file.empty() || fs::file_size(file, error) > MostBytes) return {};
+    if (file.empty()) return {};
     try {
-        ReadSettings settings;
-        settings.leaveOutBad = settings.sort = true;
-        return BarFile(file, settings).Columns();
+        return ReadColumns(file);
     } catch (const std::exception&) {  // the command will tell
         return {};
     }

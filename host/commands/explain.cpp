@@ -3,6 +3,7 @@
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "console.h"
+#include "path.h"
 
 namespace sarvane::study {
 namespace {
@@ -17,7 +18,7 @@ void Explain(const ExplainOptions& options) {
     const Library library = study.library.Load();
     const std::vector<std::string> columns = study.barFile.empty()
                                                  ? std::vector<std::string>{"open", "high", "low", "close", "volume"}
-                                                 : study.ReadBars().Columns();
+                                                 : ReadColumns(PathOf(study.barFile), study.reading.layout);
     Print(ExplainText(library, columns, study.expressions, study.run.operators, options.plan));
 }
 
@@ -32,6 +33,7 @@ void AddExplain(CLI::App& app, const std::string& library) {
         ->required();
     command.add_flag("--plan", options->plan, "the nodes that calculate them; equal parts are one node");
     command.add_option("--bars", study.barFile, "a file of bars whose columns they may use")->type_name("FILE");
+    AddLayout(command, study.reading.layout);
     AddOperatorSettings(command, study.run.operators);
     AddDefinitions(command, study.library);
     command.callback([options] { Explain(*options); });

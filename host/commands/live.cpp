@@ -17,12 +17,13 @@ struct LiveOptions {
 void FollowFile(const LiveOptions& options) {
     const StudyOptions& study = options.study;
     const Library library = study.library.Load();
-    RefuseAsStandardOutput(PathOf(study.barFile));
+    if (study.barFile != "-") RefuseAsStandardOutput(PathOf(study.barFile));
     FollowSettings settings = options.following;
     settings.file = study.barFile;
     settings.expressions = study.expressions;
     settings.run = study.run;
     settings.follow = !options.noFollow;
+    settings.layout = study.reading.layout;
     TableOutput table(options.table, study.FilesRead(), TableOutput::Kind::GrowingBars);
     RunLive(library, settings, table);
 }
@@ -39,6 +40,7 @@ void AddLive(CLI::App& app, const std::string& library) {
         "for which --when does nothing.");
     const auto options = std::make_shared<LiveOptions>(LiveOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
+    AddLayout(command, options->study.reading.layout);
     AddTable(command, options->table);
     command.add_flag("--all-outputs", options->following.allOutputs, "a column for each output of an expression");
     command

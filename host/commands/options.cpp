@@ -32,10 +32,13 @@ Library LibraryOptions::Load() const {
     return Library(PathOf(file), files);
 }
 
-BarFile StudyOptions::ReadBars() const {
+BarFile StudyOptions::ReadBars(const Library& loaded, bool wholeBars) const {
     ReadSettings settings = reading;
     settings.tell = Tell;
-    RefuseAsStandardOutput(PathOf(barFile));
+    settings.wanted = [&](const std::vector<std::string>& titles) {
+        return WantedBy(loaded, titles, expressions, run.operators, wholeBars);
+    };
+    if (barFile != "-") RefuseAsStandardOutput(PathOf(barFile));
     return BarFile(PathOf(barFile), settings);
 }
 
@@ -45,7 +48,8 @@ void StudyOptions::AddTo(Study& study, bool allOutputs) const {
 }
 
 std::vector<std::filesystem::path> StudyOptions::FilesRead() const {
-    std::vector<std::filesystem::path> files = {PathOf(barFile)};
+    std::vector<std::filesystem::path> files;
+    if (barFile != "-") files.push_back(PathOf(barFile));
     if (!library.file.empty()) files.push_back(PathOf(library.file));
     for (const std::string& definition : library.definitions) files.push_back(PathOf(definition));
     return files;
@@ -76,7 +80,7 @@ void AddRunSettings(CLI::App& command, RunSettings& settings) {
 }
 
 void AddStudy(CLI::App& command, StudyOptions& options) {
-    command.add_option("bars", options.barFile, "comma-separated values; the first line names the columns")
+    command.add_option("bars", options.barFile, "a file of bars, '-' for standard input")
         ->type_name("FILE")
         ->required();
     command.add_option("expressions", options.expressions, "such as \"Sim(Close, 5)\"")
@@ -89,6 +93,46 @@ void AddStudy(CLI::App& command, StudyOptions& options) {
 void AddReading(CLI::App& command, ReadSettings& settings) {
     command.add_flag("--skip-bad", settings.leaveOutBad, "report lines that can't be read, and leave them out");
     command.add_flag("--sort", settings.sort, "put lines in the order of their times");
+    AddLayout(command, settings.layout);
+}
+
+void AddLayout(CLI::App& command, LayoutSettings& settings) {
+    static const std::map<std::string, char> delimiters = {
+        {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}, {"pipe", '|'}, {"space", ' '}};
+    const auto ofLayout = [](CLI::Option* option) { option->group("Options of the file's layout, which else is found out"); };
+    const auto delimiter = command.add_option_function<std::string>(
+        "--delimiter", [&settings](const std::string& text) {
+            settings.delimiter = delimiters.contains(text) ? delimiters.at(text) : text == "\\t" ? '\t' : text.front();
+        },
+        "what stands between columns: comma, semicolon, tab, pipe, space, or another character");
+    delimiter->type_name("CHARACTER")->check(CLI::Validator([](const std::string& text) {
+        const bool isCharacter = text.size() == 1 && static_cast<unsigned char>(text[0]) < 0x80 && text != "\"" && text != "\n";
+        return delimiters.contains(text) || isCharacter || text == "\\t" ? std::string() : Quoted(text) + " is no delimiter";
+    }, ""));
+    ofLayout(delimiter);
+    const auto decimal = command.add_option_function<std::string>(
+        "--decimal", [&settings](const std::string& word) { settings.decimal = word == "comma" || word == "," ? ',' : '.'; },
+        "what decimals begin with");
+    OneOf(*decimal, {"point", "comma"});
+    ofLayout(decimal);
+    ofLayout(command.add_option("--names", settings.names, "names of the columns from the left, with commas between them; "
+                                                           "one without a name is left out")
+                 ->type_name("NAME,...")
+                 ->delimiter(',')
+                 ->allow_extra_args(false));
+    ofLayout(command.add_flag("--no-header", settings.noHeader, "the first line is one of data"));
+    const auto times = command.add_option_function<std::string>(
+        "--time-format", [&settings](const std::string& text) { settings.times = TimeFormatOf(text); },
+        "day-first, month-first, unix, unix-ms, unix-us, unix-ns, or a pattern such as \"%d.%m.%y %H:%M\"");
+    times->type_name("FORMAT")->check(CLI::Validator([](const std::string& text) {
+        return TimeFormatOf(text) ? std::string() : Quoted(text) + " is no format of times with year, month and day";
+    }, ""));
+    ofLayout(times);
+    const auto encoding = command.add_option_function<std::string>(
+        "--encoding", [&settings](const std::string& name) { settings.encoding = EncodingOf(name); }, "of the file's characters");
+    OneOf(*encoding, {"utf-8", "utf-16le", "utf-16be", "latin-1"});
+    ofLayout(encoding);
+    ofLayout(command.add_flag("--text-as-gap", settings.textIsGap, "a cell that is no number is a missing one"));
 }
 
 void AddTable(CLI::App& command, TableOptions& options) {
@@ -145,7 +189,7 @@ void TellAll(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) Tell(line);
 }
 
-std::string JsonText(const nlohmann::json& json) {
+std::string JsonText(const nlohmann::ordered_json& json) {
     return json.dump(2, ' ', true, nlohmann::json::error_handler_t::replace) + '\n';
 }
 

@@ -29,7 +29,8 @@ struct StudyOptions {
     ReadSettings reading = {};
     RunSettings run = {};
 
-    BarFile ReadBars() const;
+    // Of the columns, those that the expressions read; with `wholeBars` also open, high, low and close.
+    BarFile ReadBars(const Library& loaded, bool wholeBars = false) const;
     // Adds the expressions to `study` and tells the user what is odd about them.
     void AddTo(Study& study, bool allOutputs) const;
     // What a command that reads these must not write over.
@@ -40,7 +41,10 @@ void AddDefinitions(CLI::App& command, LibraryOptions& options);
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings);
 void AddRunSettings(CLI::App& command, RunSettings& settings);
 void AddStudy(CLI::App& command, StudyOptions& options);
+// How the lines of a file are read, for commands that read the whole of it.
 void AddReading(CLI::App& command, ReadSettings& settings);
+// How its lines are laid out.
+void AddLayout(CLI::App& command, LayoutSettings& settings);
 void AddTable(CLI::App& command, TableOptions& options);
 
 // For options that take a whole number.
@@ -52,6 +56,6 @@ void OneOf(CLI::Option& option, const std::vector<std::string>& words);
 
 void TellAll(const std::vector<std::string>& lines);
 // In ASCII: what `Print` would escape is escaped as JSON has it.
-std::string JsonText(const nlohmann::json& json);
+std::string JsonText(const nlohmann::ordered_json& json);
 
 }  // namespace sarvane::study

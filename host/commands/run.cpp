@@ -14,7 +14,7 @@ struct RunOptions {
 
 void Run(const RunOptions& options) {
     const Library library = options.study.library.Load();
-    const BarFile bars = options.study.ReadBars();
+    const BarFile bars = options.study.ReadBars(library);
     Study study(library, bars, options.study.run);
     options.study.AddTo(study, options.allOutputs);
 

@@ -1,6 +1,6 @@
 #include "table/delimited_table.h"
 
-#include "csv.h"
+#include "table/csv.h"
 #include "table/number_text.h"
 
 #include <cmath>

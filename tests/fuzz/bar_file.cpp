@@ -1,6 +1,6 @@
 // Any text as a file of bars. Read piece by piece it gives the same rows and faults as read at once.
 
-#include "bar_file.h"
+#include "bars/bar_file.h"
 #include "check.h"
 #include "failure.h"
 

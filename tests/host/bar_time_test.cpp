@@ -1,4 +1,4 @@
-#include "bar_time.h"
+#include "bars/bar_time.h"
 
 #include "failure.h"
 

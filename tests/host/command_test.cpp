@@ -196,7 +196,7 @@ TEST(Command, ScansManyFiles) {
     const ProgramRun some = RunStudy(scan + "--where \"Close > 1\" --sort Close --ascending --top 1");
     EXPECT_EQ(some.status, 1);
     EXPECT_TRUE(some.text.starts_with("symbol,date,Close\nS2,2020-01-02,2\nstudy: ")) << some.text;
-    EXPECT_NE(RunStudy("scan " + path + " \"Sim(\"").text.find(" (in 9 files, first "), std::string::npos);
+    EXPECT_NE(RunStudy("scan " + path + " \"Sim(\"").text.find(" (in 10 files, first "), std::string::npos);
     EXPECT_EQ(RunStudy("scan no_such.csv Close").text, "study: no_such.csv: No such file or directory\n");
     std::filesystem::remove_all(folder);
 }

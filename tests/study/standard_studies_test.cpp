@@ -1,7 +1,7 @@
 // Each standard study against a calculation of its own: plain loops over arrays, written from the published definition,
 // that share nothing with the library. NaN stands for a missing value here.
 
-#include "bar_file.h"
+#include "bars/bar_file.h"
 #include "language/documentation.h"
 #include "language/parser.h"
 #include "study.h"

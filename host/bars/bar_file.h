@@ -1,8 +1,8 @@
 #pragma once
 
-#include "bar_columns.h"
-#include "bar_time.h"
-#include "row_collector.h"
+#include "bars/bar_columns.h"
+#include "bars/bar_time.h"
+#include "bars/row_collector.h"
 
 #include <filesystem>
 #include <optional>
@@ -14,8 +14,8 @@ namespace sarvane::study {
 
 // A series of bars, from the oldest to the newest. Each has a time of its own: the same time again changes its bar.
 //
-// A file of bars holds comma-separated values. Its first line names the columns in any letter case: `date` or `time`
-// first, then numbers in any order.
+// A file of bars has a line for each bar, and mostly a header line that names its columns; docs/bar_files.md tells what is
+// read.
 class BarFile {
 public:
     // Fails with file, line and column of the first fault.
@@ -63,5 +63,23 @@ private:
     BarColumns columns;
     std::vector<BarTime> times;  // of the bars
 };
+
+// A file of bars, and what was found out about it.
+struct FileReading {
+    Layout layout;
+    Encoding encoding;
+    bool isCompressed;
+    bool newestFirst;
+    std::size_t repeats;  // lines with the time of an earlier one
+    std::size_t leftOut;  // lines
+    std::size_t lines;
+    BarFile bars;
+};
+
+// Fails with file, line and column of the first fault.
+FileReading ReadBarFile(const std::filesystem::path& file, const ReadSettings& settings);
+
+// The columns of a file that expressions may use, without reading its bars.
+std::vector<std::string> ReadColumns(const std::filesystem::path& file, const LayoutSettings& settings = {});
 
 }  // namespace sarvane::study

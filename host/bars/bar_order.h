@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bar_time.h"
+#include "bars/bar_time.h"
 
 #include <cstddef>
 #include <utility>
@@ -16,7 +16,6 @@ struct RowOrder {
     std::vector<std::pair<std::size_t, std::size_t>> late;
     bool newestFirst = false;    // in the file, so that `rows` goes from its last row to its first
     std::size_t repeats = 0;     // rows with the time of an earlier one
-    bool isOrderOfFile = false;  // with no row left out
 };
 
 // Times that mostly fall stand newest first. Otherwise a row may also have the time of an older bar than the last one, as

@@ -1,13 +1,15 @@
-#include "bar_columns.h"
+#include "bars/bar_columns.h"
 
 #include "sarvane/values.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <numeric>
 
 namespace sarvane::study {
 
 std::string_view BarColumns::Date(std::size_t row) const {
+    if (dateEnds.empty()) return std::string_view(dates).substr(row * dateLength, dateLength);
     const std::size_t begin = row == 0 ? 0 : dateEnds[row - 1];
     return std::string_view(dates).substr(begin, dateEnds[row] - begin);
 }
@@ -19,10 +21,20 @@ BarRow BarColumns::Row(std::size_t row) const {
 }
 
 void BarColumns::Append(const BarRow& row) {
-    if (dateEnds.empty()) values.resize(row.values.size());
+    if (count == 0) {
+        values.resize(row.values.size());
+        for (std::vector<double>& column : values) column.reserve(expected);
+        dateLength = row.date.size();
+        dates.reserve(expected * dateLength);
+    }
+    if (dateEnds.empty() && row.date.size() != dateLength) {
+        dateEnds.reserve(std::max(expected, count + 1));
+        for (std::size_t end = dateLength; dateEnds.size() < count; end += dateLength) dateEnds.push_back(end);
+    }
     dates += row.date;
-    dateEnds.push_back(dates.size());
+    if (!dateEnds.empty() || row.date.size() != dateLength) dateEnds.push_back(dates.size());
     for (std::size_t column = 0; column < values.size(); ++column) values[column].push_back(row.values[column]);
+    ++count;
 }
 
 void BarColumns::Replace(std::size_t row, const std::vector<double>& cells) {

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "bar_columns.h"
-#include "bar_time.h"
+#include "bars/bar_columns.h"
+#include "bars/bar_time.h"
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace sarvane::study {
@@ -15,6 +16,8 @@ struct ReadSettings {
     bool leaveOutBad = false;   // lines that can't be read, instead of failing
     bool leaveOutLate = false;  // rows that lie out of order, instead of failing
     std::function<void(const std::string&)> tell = [](const std::string&) {};
+    LayoutSettings layout = {};
+    WantedColumns wanted = {};  // nothing for all that have numbers
 };
 
 // Takes all rows of a file before any becomes a bar: only all of them tell how dates are written, and whether the newest
@@ -24,6 +27,8 @@ public:
     // `name` is that of the file.
     RowCollector(std::string name, ReadSettings settings);
 
+    // Makes room for about so many rows.
+    void Expect(std::size_t rows);
     void Take(const BarRow& row, std::size_t line);
     // A line that can't be read. Fails with the first fault of the lines so far if such lines are not to be left out.
     void Refuse(const std::string& fault, std::size_t line);
@@ -31,14 +36,20 @@ public:
     void Finish();
 
     // The rows by time, from here on.
-    std::size_t RowCount() const { return order.size(); }
-    BarRow Row(std::size_t index) const { return columns.Row(order[index]); }
+    std::size_t RowCount() const { return isSeries ? columns.Count() : order.size(); }
+    BarRow Row(std::size_t index) const { return columns.Row(isSeries ? index : order[index]); }
     const TimeReader& Times() const { return reader; }
     // Whether no row repeats the time of another one, or stands elsewhere than in the file.
     bool IsSeries() const { return isSeries; }
     // All rows, and their times.
     BarColumns TakeColumns() { return std::move(columns); }
     std::vector<BarTime> TakeTimes() { return std::move(times); }
+
+    // The line of the file that a row stands in.
+    std::size_t LineOf(std::size_t row) const { return lines.Of(row); }
+    bool NewestFirst() const { return newestFirst; }
+    // Rows with the time of an earlier one.
+    std::size_t Repeats() const { return repeats; }
 
     // What the user should know of the rows, and of the cells without a number.
     const std::vector<std::string>& Notices() const { return notices; }
@@ -51,6 +62,17 @@ private:
         std::string text;
     };
 
+    // Numbers of lines, which mostly follow each other.
+    class LineNumbers {
+    public:
+        void Append(std::size_t line);
+        std::size_t Of(std::size_t row) const;
+
+    private:
+        std::vector<std::pair<std::size_t, std::size_t>> starts;  // rows whose line does not follow that of the row before
+        std::size_t count = 0;
+    };
+
     void ReadTimes();
     void HandleFaults();
     void Arrange();
@@ -60,11 +82,14 @@ private:
     std::string name;
     ReadSettings settings;
     BarColumns columns;
-    std::vector<std::size_t> lines;
+    LineNumbers lines;
     TimeReader reader;
     std::vector<BarTime> times;
+    bool timesAreKnown = true;  // of all rows so far
     std::vector<std::size_t> order;
     bool isSeries = false;
+    bool newestFirst = false;
+    std::size_t repeats = 0;
     std::vector<Fault> faults;
     GapCount gaps;
     std::size_t leftOut = 0;

@@ -53,7 +53,12 @@ bool HasIsoForm(std::string_view text);
 // from all of them what the column holds; whatever is still open then is decided by the texts that `Read` is given.
 class TimeReader {
 public:
-    void Note(std::string_view text);
+    // With an order that the user says.
+    TimeReader() = default;
+    explicit TimeReader(DateOrder known) : order(known) {}
+
+    // The time of the text, if that can't change any more by what comes later.
+    std::optional<BarTime> Note(std::string_view text);
     void Decide();
 
     // The time of a text. Fails if it is none. In a column without times each new text counts as a later time than

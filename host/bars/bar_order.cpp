@@ -1,4 +1,4 @@
-#include "bar_order.h"
+#include "bars/bar_order.h"
 
 #include <algorithm>
 #include <numeric>
@@ -41,7 +41,6 @@ RowOrder OrderOf(const std::vector<BarTime>& times, bool sort) {
         }
         order.rows.push_back(row);
     }
-    order.isOrderOfFile = order.rows.size() == times.size() && std::ranges::is_sorted(order.rows);
     return order;
 }
 

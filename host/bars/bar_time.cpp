@@ -1,4 +1,4 @@
-#include "bar_time.h"
+#include "bars/bar_time.h"
 
 #include "failure.h"
 #include "language/parser.h"
@@ -195,9 +195,9 @@ std::optional<chrono::minutes> TakeZone(Scanner& text) {
     const char sign = text.TakeOneOf("+-");
     if (sign == '\0') {
         const std::string_view name = text.TakeLetters();
-        const bool isUtc =
-            EqualIgnoringCase(name, "Z") || EqualIgnoringCase(name, "UTC") || EqualIgnoringCase(name, "GMT");
-        return isUtc ? std::optional(0min) : std::nullopt;
+        const bool hasName = EqualIgnoringCase(name, "UTC") || EqualIgnoringCase(name, "GMT");
+        if (hasName && !text.AtEnd()) return TakeZone(text);  // such as GMT+0200
+        return hasName || EqualIgnoringCase(name, "Z") ? std::optional(0min) : std::nullopt;
     }
     const auto first = text.TakeDigits();
     if (!first || (first->count != 2 && first->count != 4)) return std::nullopt;
@@ -214,6 +214,17 @@ std::optional<chrono::minutes> TakeZone(Scanner& text) {
     return sign == '-' ? -ahead : ahead;
 }
 
+// Three short numbers, of which any could be the year.
+bool HasShortYear(std::string_view text) {
+    Scanner scanner(text);
+    for (int number = 0; number < 3; ++number) {
+        if (number > 0 && scanner.TakeOneOf("-/.") == '\0') return false;
+        const auto digits = scanner.TakeDigits();
+        if (!digits || digits->count > 2) return false;
+    }
+    return true;
+}
+
 // Three numbers, as most dates have them, even if the calendar has no such day.
 bool HasDateShape(std::string_view text) {
     Scanner scanner(text);
@@ -222,6 +233,27 @@ bool HasDateShape(std::string_view text) {
         if (!scanner.TakeDigits()) return false;
     }
     return true;
+}
+
+// The usual forms, 2020-01-03 and 2020-01-03 09:30 with or without seconds, without the ways round that others need.
+std::optional<ParsedTime> ParseUsualTime(std::string_view text) {
+    if (text.size() != 10 && text.size() != 16 && text.size() != 19) return std::nullopt;
+    bool fits = true;
+    const auto number = [&](std::size_t at, std::size_t length) {
+        int value = 0;
+        for (std::size_t i = at; i < at + length; ++i) {
+            fits = fits && IsDigit(text[i]);
+            value = value * 10 + (text[i] - '0');
+        }
+        return value;
+    };
+    const int year = number(0, 4), month = number(5, 2), day = number(8, 2);
+    fits = fits && text[4] == '-' && text[7] == '-';
+    if (text.size() == 10) return fits ? std::optional(ParsedTime{Date(year, month, day)}) : std::nullopt;
+    const int hour = number(11, 2), minute = number(14, 2), second = text.size() == 19 ? number(17, 2) : 0;
+    fits = fits && (text[10] == ' ' || text[10] == 'T') && text[13] == ':' && (text.size() == 16 || text[16] == ':');
+    if (!fits || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+    return ParsedTime{Date(year, month, day), chrono::hours(hour) + chrono::minutes(minute) + chrono::seconds(second)};
 }
 
 }  // namespace
@@ -245,6 +277,7 @@ std::string ParsedTime::IsoText() const {
 }
 
 std::optional<ParsedTime> ParseTime(std::string_view whole, DateOrder order) {
+    if (const auto usual = ParseUsualTime(whole); usual && usual->date.ok()) return usual;
     Scanner text(whole);
     auto time = TakeDate(text, order);
     if (!time || !time->date.ok()) return std::nullopt;
@@ -274,15 +307,19 @@ bool HasIsoForm(std::string_view text) {
            (fits("00000000") && (text.size() == 8 || fits("00000000T00:00")));
 }
 
-void TimeReader::Note(std::string_view text) {
-    if (const auto time = ParseTime(text)) {
+std::optional<BarTime> TimeReader::Note(std::string_view text) {
+    if (const auto time = ParseTime(text, order)) {
         column = Column::Times;
         NoteTime(text, *time);
-    } else if (HasDateShape(text)) {
+        const bool isCertain = !time->couldBeEither && time->shows == DateOrder::Unknown;
+        return isCertain ? std::optional(time->Time()) : std::nullopt;
+    }
+    if (ParseTime(text) || HasDateShape(text)) {
         column = Column::Times;
     } else if (column == Column::Unknown && firstWord.empty()) {
         firstWord = text;
     }
+    return std::nullopt;
 }
 
 void TimeReader::Decide() {
@@ -312,7 +349,7 @@ BarTime TimeReader::Read(std::string_view text) {
         return time->Time();
     }
     if (ParseTime(text)) Fail("{} has day and month the other way round than {}", Quoted(text), Quoted(orderExample));
-    Fail("{} is no time", Quoted(text));
+    Fail("{} is no time{}", Quoted(text), HasShortYear(text) ? "; --time-format says how times are written" : "");
 }
 
 bool TimeReader::WasMisled(std::string_view text) const {

@@ -1,6 +1,6 @@
-#include "row_collector.h"
+#include "bars/row_collector.h"
 
-#include "bar_order.h"
+#include "bars/bar_order.h"
 #include "failure.h"
 
 #include <algorithm>
@@ -8,12 +8,31 @@
 
 namespace sarvane::study {
 
-RowCollector::RowCollector(std::string file, ReadSettings how) : name(std::move(file)), settings(std::move(how)) {}
+void RowCollector::LineNumbers::Append(std::size_t line) {
+    if (starts.empty() || line != starts.back().second + (count - starts.back().first)) starts.emplace_back(count, line);
+    ++count;
+}
+
+std::size_t RowCollector::LineNumbers::Of(std::size_t row) const {
+    const auto next = std::ranges::upper_bound(starts, row, {}, &std::pair<std::size_t, std::size_t>::first);
+    return (next - 1)->second + (row - (next - 1)->first);
+}
+
+RowCollector::RowCollector(std::string file, ReadSettings how)
+    : name(std::move(file)), settings(std::move(how)),
+      reader(settings.layout.times ? settings.layout.times->order : DateOrder::Unknown) {}
+
+void RowCollector::Expect(std::size_t rows) {
+    columns.Expect(rows);
+    times.reserve(rows);
+}
 
 void RowCollector::Take(const BarRow& row, std::size_t line) {
     columns.Append(row);
-    lines.push_back(line);
-    reader.Note(row.date);
+    lines.Append(line);
+    const auto time = reader.Note(row.date);
+    timesAreKnown = timesAreKnown && time;
+    if (timesAreKnown) times.push_back(*time);
     gaps.Count(row.values);
 }
 
@@ -31,21 +50,23 @@ void RowCollector::Finish() {
 
 // A row without a time goes.
 void RowCollector::ReadTimes() {
+    if (timesAreKnown) return;
     BarColumns all = std::exchange(columns, {});
-    std::vector<std::size_t> allLines = std::exchange(lines, {});
+    const LineNumbers allLines = std::exchange(lines, {});
+    times.clear();
     times.reserve(all.Count());
     std::vector<std::size_t> bad;
     for (std::size_t row = 0; row < all.Count(); ++row) {
         try {
             times.push_back(reader.Read(all.Date(row)));
         } catch (const Failure& failure) {
-            faults.push_back({allLines[row], fmt::format("{}:{}:1: {}", name, allLines[row], failure.what())});
+            faults.push_back({allLines.Of(row), fmt::format("{}:{}:1: {}", name, allLines.Of(row), failure.what())});
             bad.push_back(row);
         }
     }
     if (bad.empty()) {
         columns = std::move(all);
-        lines = std::move(allLines);
+        lines = allLines;
         return;
     }
     for (std::size_t row = 0, next = 0; row < all.Count(); ++row) {
@@ -53,7 +74,7 @@ void RowCollector::ReadTimes() {
             ++next;
         } else {
             columns.Append(all.Row(row));
-            lines.push_back(allLines[row]);
+            lines.Append(allLines.Of(row));
         }
     }
 }
@@ -68,10 +89,11 @@ void RowCollector::HandleFaults() {
 }
 
 void RowCollector::Arrange() {
-    RowOrder found = OrderOf(times, settings.sort);
+    isSeries = std::ranges::is_sorted(times, std::ranges::less_equal());  // rising
+    RowOrder found = isSeries ? RowOrder() : OrderOf(times, settings.sort);
     for (const auto& [row, than] : found.late) {
         const std::string fault = fmt::format("{}: times go neither up nor down: {} here, {} in line {}", PlaceOf(row),
-                                              columns.Date(row), columns.Date(than), lines[than]);
+                                              columns.Date(row), columns.Date(than), lines.Of(than));
         if (!settings.leaveOutLate) Fail("{}; --sort puts them in order", fault);
         settings.tell(fault + "; left out");
         ++leftOut;
@@ -81,11 +103,12 @@ void RowCollector::Arrange() {
     if (found.repeats == 1) Note("1 line has the time of a bar before and is taken as a tick of it");
     if (found.repeats > 1)
         Note(fmt::format("{} lines have the time of a bar before and are taken as ticks of it", found.repeats));
-    isSeries = found.isOrderOfFile && found.repeats == 0;
+    newestFirst = found.newestFirst;
+    repeats = found.repeats;
     order = std::move(found.rows);
 }
 
-std::string RowCollector::PlaceOf(std::size_t row) const { return fmt::format("{}:{}:1", name, lines[row]); }
+std::string RowCollector::PlaceOf(std::size_t row) const { return fmt::format("{}:{}:1", name, lines.Of(row)); }
 
 void RowCollector::Note(const std::string& notice) { notices.push_back(fmt::format("{}: {}", name, notice)); }
 

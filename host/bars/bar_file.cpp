@@ -1,23 +1,16 @@
-#include "bar_file.h"
+#include "bars/bar_file.h"
 
+#include "bars/byte_source.h"
 #include "failure.h"
-#include "path.h"
 #include "progress.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
+#include <utility>
 
 namespace sarvane::study {
 namespace {
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-// Hands the rows of a text that has come to the collector. A header that can't be read leaves nothing to go on with.
+// Hands the rows of a text that has come to the collector. A layout that can't be found leaves nothing to go on with.
 void TakeRows(RowReader& reader, RowCollector& rows) {
     while (true) {
         try {
@@ -30,37 +23,66 @@ void TakeRows(RowReader& reader, RowCollector& rows) {
     }
 }
 
-BarFile ReadBars(const std::filesystem::path& path, const ReadSettings& settings) {
-    RowReader reader(TextOf(path));
-    const std::string& name = reader.Header().name;
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(TextOf(path).c_str(), "rb"));
-    if (!file) Fail("{}: {}", name, std::strerror(errno));
-    std::error_code unknown;
-    const auto size = std::filesystem::file_size(path, unknown);
-    Progress progress("reading " + name, unknown ? 0.0 : static_cast<double>(size));
-
-    RowCollector rows(name, settings);
-    std::vector<char> chunk(1 << 16);
-    double done = 0.0;
-    while (const std::size_t length = std::fread(chunk.data(), 1, chunk.size(), file.get())) {
-        reader.Add({chunk.data(), length});
-        TakeRows(reader, rows);
-        progress.Update(done += static_cast<double>(length));
-    }
-    if (std::ferror(file.get())) Fail("{}: {}", name, std::strerror(errno));
-    reader.End();
-    TakeRows(reader, rows);
-    if (!reader.HasHeader()) Fail("{}: the file is empty", name);
-    progress.Hide();
-    rows.Finish();
-    for (const std::string& notice : rows.Notices()) settings.tell(notice);
-    if (const std::string notice = rows.GapNotice(reader.Header()); !notice.empty()) settings.tell(notice);
-    return BarFile(reader.Header(), std::move(rows));
-}
+constexpr std::size_t ChunkSize = 1 << 18;
 
 }  // namespace
 
-BarFile::BarFile(const std::filesystem::path& path, const ReadSettings& settings) : BarFile(ReadBars(path, settings)) {}
+FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& settings) {
+    ByteSource source(path);
+    RowReader reader(source.Name(), settings.layout, settings.wanted);
+    Progress progress("reading " + source.Name(), source.Size());
+    RowCollector rows(source.Name(), settings);
+    std::vector<char> chunk(ChunkSize);
+    bool isFirst = true;
+    while (const std::size_t length = source.Read(chunk)) {
+        reader.Add({chunk.data(), length});
+        TakeRows(reader, rows);
+        if (std::exchange(isFirst, false) && reader.Line() > 0 && source.Size() > 0.0 && !source.IsCompressed())
+            rows.Expect(static_cast<std::size_t>(source.Size() / static_cast<double>(length) * 1.02 *
+                                                 static_cast<double>(reader.Line())) +
+                        1);
+        progress.Update(source.Position());
+    }
+    reader.End();
+    TakeRows(reader, rows);
+    if (!reader.HasHeader()) Fail("{}: the file is empty", source.Name());
+    progress.Hide();
+    rows.Finish();
+    const auto tell = [&](const std::string& notice) { settings.tell(fmt::format("{}: {}", source.Name(), notice)); };
+    if (const std::string layout = reader.PresentLayout().Text(); !layout.empty()) tell("read with " + layout);
+    for (const std::string& notice : rows.Notices()) settings.tell(notice);
+    if (const std::string notice = rows.GapNotice(reader.Header()); !notice.empty()) settings.tell(notice);
+    if (reader.TextCells() > 0) tell(fmt::format("cells with texts, which are gaps: {}", reader.TextCells()));
+    FileReading reading{reader.PresentLayout(), reader.PresentEncoding(), source.IsCompressed(), rows.NewestFirst(),
+                        rows.Repeats(), rows.LeftOut(), reader.Line(), BarFile(reader.Header())};
+    reading.bars = BarFile(reader.Header(), std::move(rows));
+    return reading;
+}
+
+std::vector<std::string> ReadColumns(const std::filesystem::path& path, const LayoutSettings& settings) {
+    ByteSource source(path);
+    std::vector<std::string> columns;
+    RowReader reader(source.Name(), settings, [&](const std::vector<std::string>& titles) {
+        columns = titles;
+        return std::vector<bool>(titles.size(), false);
+    });
+    std::vector<char> chunk(ChunkSize);
+    while (!reader.HasHeader()) {
+        const std::size_t length = source.Read(chunk);
+        reader.Add({chunk.data(), length});
+        if (length == 0) reader.End();
+        try {
+            reader.Next();
+        } catch (const Failure&) {
+            if (!reader.HasHeader()) throw;
+        }
+        if (length == 0 && !reader.HasHeader()) Fail("{}: the file is empty", source.Name());
+    }
+    return columns;
+}
+
+BarFile::BarFile(const std::filesystem::path& path, const ReadSettings& settings)
+    : BarFile(std::move(ReadBarFile(path, settings).bars)) {}
 
 BarFile::BarFile(BarHeader first, TimeReader dates) : header(std::move(first)), reader(std::move(dates)) {
     columns.values.resize(header.titles.size());

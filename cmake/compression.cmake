@@ -1,0 +1,15 @@
+# The libraries that unpack files of bars. In packages that run anywhere they are linked statically.
+if(SARVANE_STATIC_COMPRESSION)
+  set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+endif()
+find_package(ZLIB REQUIRED)
+# The compiler finds their headers by itself; naming the folder again would change the order in which it looks.
+set_target_properties(ZLIB::ZLIB PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "")
+find_path(ZSTD_HEADERS zstd.h)
+find_library(ZSTD_LIBRARY zstd)
+if(ZSTD_LIBRARY AND ZSTD_HEADERS)
+  add_library(zstd UNKNOWN IMPORTED GLOBAL)
+  set_target_properties(zstd PROPERTIES IMPORTED_LOCATION ${ZSTD_LIBRARY})
+elseif(NOT WIN32)
+  message(FATAL_ERROR "libzstd is missing")
+endif()

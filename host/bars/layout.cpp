@@ -1,0 +1,533 @@
+#include "bars/layout.h"
+
+#include "failure.h"
+#include "language/parser.h"
+
+#include <algorithm>
+#include <array>
+#include <fmt/ranges.h>
+#include <map>
+
+namespace sarvane::study {
+namespace {
+
+using Role = Layout::Role;
+using Cells = std::vector<std::string>;
+
+constexpr std::string_view Blanks = " \t";
+
+// Titles without letter case, brackets and points, by the name that they stand for. The first ones of a name win.
+constexpr std::pair<std::string_view, std::string_view> Synonyms[] = {
+    {"date", "date"}, {"datetime", "date"}, {"timestamp", "date"}, {"time", "time"}, {"date/time", "date"},
+    {"date time", "date"}, {"open_time", "date"}, {"open time", "date"}, {"opentime", "date"}, {"gmt time", "date"},
+    {"local time", "date"}, {"time (utc)", "date"}, {"utc", "date"}, {"utc time", "date"}, {"window_start", "date"},
+    {"unix", "date"}, {"unix timestamp", "date"}, {"unixtime", "date"}, {"epoch", "date"}, {"t", "date"}, {"ts", "date"},
+    {"observation_date", "date"}, {"trade date", "date"}, {"trade_date", "date"}, {"tradedate", "date"}, {"day", "date"},
+    {"dtyyyymmdd", "date"}, {"datum", "date"}, {"data", "date"}, {"fecha", "date"}, {"date_time", "date"},
+    {"datetime (utc)", "date"}, {"zeit", "time"}, {"heure", "time"}, {"czas", "time"},
+    {"open", "open"}, {"o", "open"}, {"open price", "open"}, {"openprice", "open"}, {"er\xC3\xB6"
+                                                                                       "ffnung", "open"},
+    {"eroeffnung", "open"}, {"er\xC3\xB6"
+                             "ffn", "open"}, {"ouverture", "open"}, {"ouv", "open"}, {"otwarcie", "open"}, {"apertura", "open"},
+    {"high", "high"}, {"h", "high"}, {"high price", "high"}, {"highprice", "high"}, {"max", "high"}, {"hoch", "high"},
+    {"tageshoch", "high"}, {"haut", "high"}, {"plus haut", "high"}, {"najwyzszy", "high"},
+    {"low", "low"}, {"l", "low"}, {"low price", "low"}, {"lowprice", "low"}, {"min", "low"}, {"tief", "low"},
+    {"tagestief", "low"}, {"bas", "low"}, {"plus bas", "low"}, {"najnizszy", "low"},
+    {"close", "close"}, {"c", "close"}, {"close/last", "close"}, {"last", "close"}, {"close price", "close"},
+    {"closeprice", "close"}, {"price", "close"}, {"settle", "close"}, {"schluss", "close"}, {"schlusskurs", "close"},
+    {"schlu\xC3\x9F", "close"}, {"cl\xC3\xB4ture", "close"}, {"cloture", "close"}, {"clot", "close"}, {"dernier", "close"},
+    {"zamkniecie", "close"}, {"cierre", "close"}, {"zuletzt", "close"},
+    {"volume", "volume"}, {"vol", "volume"}, {"v", "volume"}, {"tickvol", "tickvol"}, {"volumen", "volume"},
+    {"st\xC3\xBC"
+     "cke", "volume"}, {"wolumen", "volume"}, {"shares", "volume"},
+    {"adj close", "Adj Close"}, {"adjclose", "Adj Close"}, {"adj_close", "Adj Close"}, {"adjusted close", "Adj Close"},
+    {"adjusted_close", "Adj Close"}, {"adj. close", "Adj Close"}, {"adjusted close price", "Adj Close"},
+    {"openint", "openint"}, {"open interest", "openint"}, {"openinterest", "openint"}, {"open_interest", "openint"},
+};
+
+// First cells of header lines behind the first one.
+constexpr std::string_view FurtherHeaders[] = {"ticker", "tickers", "symbol", "symbols", "date", "datetime", "", "attributes"};
+
+constexpr std::array<std::string_view, 12> KlineNames = {
+    "open_time",  "open",         "high",  "low",              "close",                  "volume",
+    "close_time", "quote_volume", "count", "taker_buy_volume", "taker_buy_quote_volume", "ignore"};
+constexpr std::array<std::string_view, 6> BarNames = {"open", "high", "low", "close", "volume", "openint"};
+// Behind a Unix time, as exchanges of currencies write them.
+constexpr std::array<std::string_view, 6> TradeNames = {"open", "high", "low", "close", "volume", "count"};
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return lower;
+}
+
+// Without letter case, angle brackets, a number in front such as that of "1. open", and a point behind.
+std::string Simplified(std::string_view title) {
+    std::string text = LowerCase(WithoutBlanks(title));
+    if (text.starts_with('<') && text.ends_with('>')) text = text.substr(1, text.size() - 2);
+    if (text.size() > 3 && text[0] >= '0' && text[0] <= '9' && text.substr(1, 2) == ". ") text.erase(0, 3);
+    while (text.ends_with('.')) text.pop_back();
+    // Some pages explain a title in further lines of its cell.
+    const std::size_t lineEnd = text.find_first_of("\r\n");
+    return std::string(WithoutBlanks(std::string_view(text).substr(0, lineEnd)));
+}
+
+Cells CellsOf(std::string_view line, char delimiter) {
+    Cells cells;
+    CellReader reader(line, delimiter);
+    while (const auto cell = reader.Next()) cells.emplace_back(*cell);
+    return cells;
+}
+
+// The cells that a delimiter makes of a line, 0 if its quotes are wrong.
+std::size_t CellCount(std::string_view line, char delimiter) {
+    try {
+        std::size_t count = 0;
+        CellReader reader(line, delimiter);
+        while (reader.Next()) ++count;
+        return count;
+    } catch (const Failure&) {
+        return 0;
+    }
+}
+
+// Also in the digits of 20200103093000, and as a Unix time.
+bool LooksLikeTime(std::string_view cell) {
+    const auto normal = NormalTime({}, cell, {});
+    return UnixUnitsOf(cell) || (normal && ParseTime(*normal));
+}
+
+bool IsValue(std::string_view cell) {
+    return ReadNumber(cell, {'.', true}) || ReadNumber(cell, {',', true}) || LooksLikeTime(cell);
+}
+
+std::string ColumnName(char delimiter) {
+    switch (delimiter) {
+    case ',': return "commas";
+    case ';': return "semicolons";
+    case '\t': return "tabs";
+    case '|': return "pipes";
+    case ' ': return "blanks";
+    default: return Quoted({&delimiter, 1});
+    }
+}
+
+// Finds out about one file, step by step.
+class Finder {
+public:
+    Finder(const std::vector<std::string_view>& sample, const LayoutSettings& said) : lines(sample), settings(said) {}
+
+    Layout Find() {
+        FindDelimiter();
+        SplitLines();
+        FindHeader();
+        NameColumns();
+        FindTimes();
+        FindNumbers();
+        FindTexts();
+        return std::move(layout);
+    }
+
+private:
+    // Another delimiter than a comma counts before it, which may stand in numbers and dates. Blanks come last. The last lines
+    // tell, since titles and remarks stand in the first ones.
+    void FindDelimiter() {
+        if (settings.delimiter) {
+            layout.delimiter = *settings.delimiter;
+            return;
+        }
+        const bool areMany = lines.size() > 5;
+        const std::size_t looked = areMany ? lines.size() - 3 : lines.size(), share = areMany ? 8 : 6;  // of ten
+        for (const char candidate : {'\t', ';', '|', ',', ' '}) {
+            std::map<std::size_t, std::size_t> counts;  // lines by their number of cells
+            for (std::size_t i = lines.size() - looked; i < lines.size(); ++i) ++counts[CellCount(lines[i], candidate)];
+            const auto most = std::ranges::max_element(counts, {}, [](const auto& entry) { return entry.second; });
+            if (most->first < 2 || most->second * 10 < looked * share) continue;
+            if (candidate == ' ' && most->first < 3) continue;  // a date and its time of day
+            layout.delimiter = candidate;
+            return;
+        }
+        layout.delimiter = ',';  // messages then tell what is wrong with the lines
+    }
+
+    void SplitLines() {
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            try {
+                rows.push_back(CellsOf(lines[i], layout.delimiter));
+            } catch (const Failure&) {
+                if (i == 0) throw;
+                rows.emplace_back();  // reported when it is read
+            }
+        }
+    }
+
+    static bool HasValue(const Cells& cells) { return std::ranges::any_of(cells, IsValue); }
+
+    // Lines of one cell may stand ahead of the header, such as a title or an address.
+    void FindHeader() {
+        std::size_t first = 0;
+        const std::size_t usual = rows.size() > 1 ? rows[rows.size() / 2].size() : rows[0].size();
+        while (!settings.noHeader && first + 1 < rows.size() && rows[first].size() == 1 && usual > 1 && !HasValue(rows[first]))
+            ++first;
+        layout.hasHeader = !settings.noHeader && !HasValue(rows[first]);
+        std::size_t data = first;
+        if (layout.hasHeader) {
+            for (++data; data < rows.size() && data < first + 3 && IsFurtherHeader(rows[data], rows[first].size());) ++data;
+        } else if (first > 0) {
+            first = data = 0;
+        }
+        header.assign(rows.begin() + static_cast<std::ptrdiff_t>(first), rows.begin() + static_cast<std::ptrdiff_t>(data));
+        for (Cells& titles : header) std::ranges::transform(titles, titles.begin(), AsUtf8);
+        layout.headerLines = data;
+        rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(data));
+    }
+
+    static bool IsFurtherHeader(const Cells& cells, std::size_t count) {
+        if (cells.empty() || cells.size() != count) return false;
+        const std::string first = Simplified(cells[0]);
+        if (first == "ticker" || first == "symbols" || first == "symbol" || first == "tickers") return true;
+        return std::ranges::find(FurtherHeaders, first) != std::end(FurtherHeaders) && !HasValue(cells) && cells.size() > 1 &&
+               std::ranges::all_of(cells.begin() + 1, cells.end(), [](const std::string& cell) {
+                   return cell.empty() || StandardName(cell).empty();
+               });
+    }
+
+    std::size_t ColumnCount() const {
+        if (layout.hasHeader) return header.front().size();
+        for (const Cells& cells : rows) {
+            if (!cells.empty()) return cells.size();
+        }
+        return 0;
+    }
+
+    void NameColumns() {
+        if (!settings.names.empty()) return UseGivenNames();
+        if (!layout.hasHeader) return NameKnownShape();
+        const Cells& titles = header.front();
+        // The first title of a name in the order of Synonyms has it; a title that is the name itself comes first of all.
+        std::map<std::string, std::size_t> owners;
+        const auto rank = [](const std::string& title) {
+            const std::string simple = Simplified(title);
+            const auto found = std::ranges::find(Synonyms, std::string_view(simple), &std::pair<std::string_view, std::string_view>::first);
+            return found - std::begin(Synonyms);
+        };
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            const std::string name(StandardName(titles[i]));
+            if (name.empty()) continue;
+            const auto [owner, isNew] = owners.try_emplace(name, i);
+            if (!isNew && rank(titles[i]) < rank(titles[owner->second])) owner->second = i;
+        }
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            const std::string standard(StandardName(titles[i]));
+            const bool owns = !standard.empty() && owners.at(standard) == i;
+            // Tables show the times under the file's own title.
+            const bool stays = EqualIgnoringCase(titles[i], standard) || standard == "date" || standard == "time";
+            layout.columns.push_back({owns && !stays ? standard : PlainTitle(titles[i]), titles[i], Role::Value});
+        }
+        if (header.size() > 1) NameByTicker();
+        if (rows.empty()) return;
+        // A line of data may end with a delimiter that the header lacks, or lack the one that the header ends with.
+        const std::size_t usual = rows[rows.size() / 2].size();
+        const bool allEnd = std::ranges::all_of(rows, [&](const Cells& cells) { return cells.size() != usual || (usual > 0 && cells.back().empty());
+        });
+        if (usual == layout.columns.size() + 1 && allEnd)
+            layout.columns.push_back({"", "", Role::Other});
+        if (usual + 1 == layout.columns.size() && layout.columns.back().original.empty()) layout.columns.pop_back();
+    }
+
+    // Titles that several columns have get the name of their ticker, which stands in a line below.
+    void NameByTicker() {
+        std::map<std::string, std::size_t> counts;
+        for (const Layout::Column& column : layout.columns) ++counts[LowerCase(column.name)];
+        for (std::size_t i = 0; i < layout.columns.size(); ++i) {
+            Layout::Column& column = layout.columns[i];
+            const std::string ticker = i < header[1].size() ? header[1][i] : std::string();
+            if (i == 0 || counts[LowerCase(column.name)] < 2 || ticker.empty()) continue;
+            column.name += ' ' + ticker;
+        }
+        // The line below may be the one that names the dates.
+        for (std::size_t line = 1; line < header.size(); ++line) {
+            const std::string_view name = StandardName(header[line][0]);
+            if (name == "date" || name == "time") layout.columns[0] = {header[line][0], header[line][0], Role::Value};
+        }
+    }
+
+    static std::string PlainTitle(const std::string& title) {
+        std::string name = title.substr(0, title.find_first_of("\r\n"));
+        if (name.starts_with('<') && name.ends_with('>')) name = name.substr(1, name.size() - 2);
+        return std::string(WithoutBlanks(name));
+    }
+
+    void UseGivenNames() {
+        if (settings.names.size() != ColumnCount())
+            Fail("--names has {} names, and the lines have {} columns", settings.names.size(), ColumnCount());
+        for (std::size_t i = 0; i < settings.names.size(); ++i) {
+            const std::string original = layout.hasHeader && i < header.front().size() ? header.front()[i] : std::string();
+            layout.columns.push_back({settings.names[i], original, settings.names[i].empty() ? Role::Other : Role::Value});
+        }
+    }
+
+    // Files without a header that are known by the shape of their lines.
+    void NameKnownShape() {
+        const std::size_t count = ColumnCount();
+        const auto cell = [&](std::size_t column) { return rows.front().size() > column ? std::string_view(rows.front()[column]) : ""; };
+        if (count == KlineNames.size() && UnixUnitsOf(cell(0)) && UnixUnitsOf(cell(6))) {
+            for (const std::string_view name : KlineNames) layout.columns.push_back({std::string(name), "", Role::Value});
+            return CheckBars(1);
+        }
+        const std::size_t prices = LooksLikeTime(cell(0)) && IsClock(cell(1)) && count >= 6 && !ArePrices(1) ? 2 : 1;
+        if (LooksLikeTime(cell(0)) && count >= prices + 4 && count <= prices + BarNames.size()) {
+            layout.columns.push_back({"date", "", Role::Value});
+            if (prices == 2) layout.columns.push_back({"time", "", Role::Value});
+            const auto& names = UnixUnitsOf(cell(0)) ? TradeNames : BarNames;
+            for (std::size_t i = 0; i + prices < count; ++i)
+                layout.columns.push_back({std::string(names[i]), "", Role::Value});
+            return CheckBars(prices);
+        }
+        Fail("the file has no header line, and its columns are not known; --names date,open,high,low,close names them");
+    }
+
+    std::optional<double> Price(const Cells& cells, std::size_t column) const {
+        if (column >= cells.size()) return std::nullopt;
+        const auto value = ReadNumber(cells[column], {settings.decimal.value_or('.'), true});
+        return value ? value : ReadNumber(cells[column], {',', true});
+    }
+
+    // Whether columns from `first` on can be open, high, low and close.
+    bool ArePrices(std::size_t first) const {
+        for (const Cells& cells : rows) {
+            if (cells.empty()) continue;
+            const auto open = Price(cells, first), high = Price(cells, first + 1), low = Price(cells, first + 2),
+                       close = Price(cells, first + 3);
+            if (!open || !high || !low || !close) return false;
+            if (*high < *low || *open > *high || *open < *low || *close > *high || *close < *low) return false;
+        }
+        return true;
+    }
+
+    void CheckBars(std::size_t first) const {
+        if (!ArePrices(first))
+            Fail("the file has no header line, and columns {} to {} are not open, high, low and close; --names names them",
+                 first + 1, first + 4);
+    }
+
+    // Cells of a column that are not gaps.
+    std::vector<std::string_view> CellsIn(std::size_t column) const {
+        std::vector<std::string_view> cells;
+        for (const Cells& row : rows) {
+            if (column < row.size() && !IsGapText(row[column])) cells.push_back(row[column]);
+        }
+        return cells;
+    }
+
+    bool AllOf(std::size_t column, bool (*test)(std::string_view)) const {
+        const auto cells = CellsIn(column);
+        return !cells.empty() && std::ranges::count_if(cells, test) * 10 >= static_cast<std::ptrdiff_t>(cells.size()) * 8;
+    }
+
+    void FindTimes() {
+        std::vector<Layout::Column>& columns = layout.columns;
+        const auto titleOf = [&](std::size_t i) {
+            const std::string_view name = StandardName(columns[i].name);
+            return name == "date" || name == "time" ? name : StandardName(columns[i].original);
+        };
+        std::vector<std::size_t> dates, clocks, titled;
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const std::string_view title = columns[i].role == Role::Value ? titleOf(i) : std::string_view();
+            if (title != "date" && title != "time") continue;
+            titled.push_back(i);
+            const bool areDates = settings.times ? !CellsIn(i).empty() : AllOf(i, LooksLikeTime);
+            if (title == "time" && AllOf(i, IsClock))
+                clocks.push_back(i);
+            else if (areDates)
+                dates.push_back(i);
+        }
+        // Without a title that tells it is the first column, where data frames have their index.
+        if (titled.empty() && !columns.empty() && columns[0].role == Role::Value && AllOf(0, LooksLikeTime)) dates.push_back(0);
+        // Texts come before numbers of seconds, which stand beside them in some files.
+        const auto isText = [&](std::size_t i) { return !CellsIn(i).empty() && !UnixUnitsOf(CellsIn(i).front()); };
+        const auto text = std::ranges::find_if(dates, isText);
+        if (text != dates.end())
+            layout.timeColumn = *text;
+        else if (!dates.empty())
+            layout.timeColumn = dates.front();
+        else if (!titled.empty())
+            layout.timeColumn = titled.front();
+        else
+            FailWithoutTimes();
+        Layout::Column& time = columns[layout.timeColumn];
+        if (!clocks.empty() && clocks.front() != layout.timeColumn && !dates.empty()) {
+            layout.clockColumn = clocks.front();
+            columns[*layout.clockColumn].role = Role::Clock;
+            layout.dropsClock = AllOf(*layout.clockColumn, [](std::string_view cell) {
+                return cell.find_first_not_of("0:") == std::string_view::npos;
+            });
+        }
+        time.role = Role::Time;
+        if (time.name.empty()) time.name = "date";
+        if (settings.times) {
+            layout.times = *settings.times;
+        } else if (const auto cells = CellsIn(layout.timeColumn); !cells.empty() && UnixUnitsOf(cells.front())) {
+            layout.times = {TimeFormat::Kind::Unix, {}, *UnixUnitsOf(cells.front()), false, {}};
+            for (const std::string_view cell : cells) {
+                if (UnixUnitsOf(cell) != layout.times.unitsASecond) layout.times = {};
+            }
+        }
+        if (layout.times.kind != TimeFormat::Kind::Unix) return;
+        layout.times.onlyDays = true;
+        for (const std::string_view cell : CellsIn(layout.timeColumn)) {
+            const auto normal = NormalTime(layout.times, cell, {});
+            layout.times.onlyDays = layout.times.onlyDays && normal && normal->size() == 10;
+        }
+    }
+
+    [[noreturn]] void FailWithoutTimes() const {
+        std::vector<std::string> titles;
+        for (const Layout::Column& column : layout.columns) titles.push_back(Quoted(column.name));
+        if (titles.size() > 12) titles.resize(12);
+        Fail("no column has times: the columns are {}; --names names them, one of them date or time",
+             fmt::join(titles, ", "));
+    }
+
+    // Columns of texts, and those without a name, are left out unless somebody asks for them.
+    void FindTexts() {
+        for (std::size_t i = 0; i < layout.columns.size(); ++i) {
+            Layout::Column& column = layout.columns[i];
+            if (column.role != Role::Value) continue;
+            if (column.name.empty()) column.role = Role::Other;
+            const auto cells = CellsIn(i);
+            const auto isNumber = [&](std::string_view cell) { return ReadNumber(cell, layout.numbers).has_value(); };
+            if (!StandardName(column.name).empty() || cells.empty() || std::ranges::any_of(cells, isNumber)) continue;
+            column.example = cells.front();
+        }
+    }
+
+    void FindNumbers() {
+        CheckTitles();
+        if (settings.decimal) {
+            layout.numbers = {*settings.decimal, true};
+            return;
+        }
+        std::string point, comma, unclear;
+        for (std::size_t i = 0; i < layout.columns.size(); ++i) {
+            if (layout.columns[i].role != Role::Value) continue;
+            for (const std::string_view cell : CellsIn(i)) {
+                const DecimalEvidence evidence = EvidenceOf(cell);
+                if (evidence == DecimalEvidence::Point && point.empty()) point = cell;
+                if (evidence == DecimalEvidence::Comma && comma.empty()) comma = cell;
+                if (evidence == DecimalEvidence::Unclear && unclear.empty()) unclear = cell;
+            }
+        }
+        if (!point.empty() && !comma.empty())
+            Fail("{} has a decimal point and {} a decimal comma; --decimal says which one it is", Quoted(point), Quoted(comma));
+        if (point.empty() && comma.empty() && !unclear.empty())
+            Fail("{} can be a number of thousands or one with decimals; --decimal says which", Quoted(unclear));
+        layout.numbers = {comma.empty() ? '.' : ',', !point.empty() || !comma.empty()};
+    }
+
+    void CheckTitles() const {
+        const std::vector<Layout::Column>& columns = layout.columns;
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            if (columns[i].role != Role::Value) continue;
+            for (std::size_t other = 0; other < i; ++other) {
+                if (columns[other].role == Role::Value && !columns[i].name.empty() &&
+                    EqualIgnoringCase(columns[other].name, columns[i].name))
+                    Fail("a second column {}; --names gives names of their own", Quoted(columns[i].name));
+            }
+        }
+    }
+
+    const std::vector<std::string_view>& lines;
+    const LayoutSettings& settings;
+    Layout layout;
+    std::vector<Cells> header;
+    std::vector<Cells> rows;  // of data; without cells where their quotes are wrong
+};
+
+}  // namespace
+
+std::string_view StandardName(std::string_view title) {
+    const std::string simple = Simplified(title);
+    for (const auto& [synonym, name] : Synonyms) {
+        if (simple == synonym) return name;
+    }
+    return {};
+}
+
+Layout FindLayout(const std::vector<std::string_view>& lines, const LayoutSettings& settings) {
+    return Finder(lines, settings).Find();
+}
+
+std::string Layout::Text() const {
+    std::vector<std::string> words;
+    if (delimiter != ',') words.push_back("columns between " + ColumnName(delimiter));
+    if (numbers.decimal == ',') words.push_back("decimal commas");
+    if (!hasHeader) words.push_back("no header");
+    if (headerLines > 1) words.push_back(fmt::format("{} lines ahead of the data", headerLines));
+    if (times.kind == TimeFormat::Kind::Unix) {
+        const char* const unit = times.unitsASecond == 1           ? "seconds"
+                                 : times.unitsASecond == 1000      ? "milliseconds"
+                                 : times.unitsASecond == 1'000'000 ? "microseconds"
+                                                                   : "nanoseconds";
+        words.push_back(fmt::format("times in {} since 1970", unit));
+    }
+    if (clockColumn) words.push_back(fmt::format("times from {} and {}", columns[timeColumn].name, columns[*clockColumn].name));
+    std::vector<std::string> names;
+    for (const Column& column : columns) {
+        const bool isRenamed = hasHeader && !column.name.empty() && Simplified(column.original) != LowerCase(column.name);
+        if (isRenamed && column.role != Role::Other)
+            words.push_back(fmt::format("{} from {}", column.name, Quoted(column.original)));
+        if (!hasHeader && names.size() < 7 && !column.name.empty()) names.push_back(column.name);
+    }
+    if (names.size() == 7 && columns.size() > 7) names.back() = "...";
+    if (!names.empty()) words.push_back(fmt::format("the columns {}", fmt::join(names, ", ")));
+    return fmt::format("{}", fmt::join(words, ", "));
+}
+
+CellReader::CellReader(std::string_view line, char between) : rest(line), delimiter(between) {
+    if (delimiter == ' ') rest = WithoutBlanks(rest);
+}
+
+std::optional<std::string_view> CellReader::Next() {
+    if (ended) return std::nullopt;
+    ++column;
+    SkipBlanks();
+    const std::string_view cell = rest.starts_with('"') ? TakeQuoted() : TakePlain();
+    ended = rest.empty();
+    if (!ended) rest.remove_prefix(1);  // the delimiter
+    return cell;
+}
+
+std::string_view CellReader::TakePlain() {
+    std::size_t length = 0;
+    while (length < rest.size() && !IsDelimiter(rest[length])) ++length;
+    const std::string_view cell = rest.substr(0, length);
+    if (cell.find('"') != std::string_view::npos) Fail("a quote inside a cell that does not begin with one");
+    rest.remove_prefix(cell.size());
+    return cell.substr(0, cell.find_last_not_of(Blanks) + 1);
+}
+
+std::string_view CellReader::TakeQuoted() {
+    unquoted.clear();
+    do {
+        rest.remove_prefix(1);  // the opening quote, or the second one of two
+        const std::size_t quote = rest.find('"');
+        if (quote == std::string_view::npos) Fail("a quote that is not closed");
+        unquoted += rest.substr(0, quote);
+        rest.remove_prefix(quote + 1);
+        if (rest.starts_with('"')) unquoted += '"';
+    } while (rest.starts_with('"'));
+    if (delimiter != ' ') SkipBlanks();
+    if (!rest.empty() && !IsDelimiter(rest.front())) Fail("a text behind the closing quote of its cell");
+    return unquoted;
+}
+
+// A tab that parts cells is no blank.
+void CellReader::SkipBlanks() {
+    while (!rest.empty() && Blanks.find(rest.front()) != std::string_view::npos && (delimiter == ' ' || rest.front() != delimiter))
+        rest.remove_prefix(1);
+}
+
+}  // namespace sarvane::study
