@@ -70,6 +70,12 @@ void WritePending() noexcept {
     pending.clear();
 }
 
+// Asked once: it is a call of the system.
+bool IsShownAtOnce() {
+    static const bool isTerminal = IsTerminal(StandardOutput());
+    return isTerminal;
+}
+
 }  // namespace
 
 std::string Shown(std::string_view text) { return Escaped(text, ""); }
@@ -77,14 +83,13 @@ std::string Shown(std::string_view text) { return Escaped(text, ""); }
 void Print(std::string_view lines) { PrintShown(Escaped(lines, "\n")); }
 
 void PrintData(std::string_view lines) {
-    IsTerminal(StandardOutput()) ? PrintShown(Escaped(lines, "\n\t")) : PrintShown(lines);
+    IsShownAtOnce() ? PrintShown(Escaped(lines, "\n\t")) : PrintShown(lines);
 }
 
 void PrintShown(std::string_view lines) {
-    static const bool atOnce = IsTerminal(StandardOutput());
     if (pending.size() + lines.size() > LongestWrite) FlushOutput();
     pending += lines;
-    if (atOnce) FlushOutput();
+    if (IsShownAtOnce()) FlushOutput();
 }
 
 void FlushOutput() {

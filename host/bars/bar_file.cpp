@@ -111,6 +111,7 @@ std::string BarFile::IsoDate(std::size_t bar) const {
 std::size_t BarFile::BarOf(std::string_view date) {
     if (reader.WasMisled(date) && !ReadAnew(date))
         Fail("{} tells that the day comes first, but then the bars so far would not be in order", Quoted(date));
+    FillTimes();
     const BarTime time = reader.Read(date);
     if (times.empty() || times.back() < time) return BarCount();
     const auto found = std::ranges::lower_bound(times, time);
@@ -119,7 +120,20 @@ std::size_t BarFile::BarOf(std::string_view date) {
     return static_cast<std::size_t>(found - times.begin());
 }
 
+BarTime BarFile::TimeOf(std::size_t bar) const {
+    if (times.size() == BarCount()) return times[bar];
+    return reader.Parse(Date(bar)).value_or(ParsedTime{}).Time();  // each of them is a time
+}
+
+void BarFile::FillTimes() {
+    if (times.size() == BarCount()) return;
+    std::vector<BarTime> all;
+    for (std::size_t bar = 0; bar < BarCount(); ++bar) all.push_back(TimeOf(bar));
+    times = std::move(all);
+}
+
 void BarFile::Append(const BarRow& row) {
+    FillTimes();
     times.push_back(reader.Read(row.date));
     columns.Append(row);
 }

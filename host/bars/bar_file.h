@@ -36,7 +36,7 @@ public:
     // In a form of ISO 8601, unless it is no time.
     std::string IsoDate(std::size_t bar) const;
     bool HasTimes() const { return reader.HasTimes(); }
-    BarTime Time(std::size_t bar) const { return times[bar]; }
+    BarTime Time(std::size_t bar) const { return TimeOf(bar); }
 
     // Names of the columns of numbers, as the file has them.
     const std::vector<std::string>& Columns() const { return header.titles; }
@@ -57,11 +57,13 @@ public:
 
 private:
     bool ReadAnew(std::string_view date);
+    BarTime TimeOf(std::size_t bar) const;
+    void FillTimes();
 
     BarHeader header;
     TimeReader reader;
     BarColumns columns;
-    std::vector<BarTime> times;  // of the bars
+    std::vector<BarTime> times;  // of the bars; empty for those of a file until somebody asks for a bar by its time
 };
 
 // A file of bars, and what was found out about it.

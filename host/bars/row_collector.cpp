@@ -24,15 +24,14 @@ RowCollector::RowCollector(std::string file, ReadSettings how)
 
 void RowCollector::Expect(std::size_t rows) {
     columns.Expect(rows);
-    times.reserve(rows);
 }
 
 void RowCollector::Take(const BarRow& row, std::size_t line) {
     columns.Append(row);
     lines.Append(line);
     const auto time = reader.Note(row.date);
-    timesAreKnown = timesAreKnown && time;
-    if (timesAreKnown) times.push_back(*time);
+    isRising = isRising && time && (columns.Count() == 1 || last < *time);
+    last = time.value_or(last);
     gaps.Count(row.values);
 }
 
@@ -50,10 +49,9 @@ void RowCollector::Finish() {
 
 // A row without a time goes.
 void RowCollector::ReadTimes() {
-    if (timesAreKnown) return;
+    if (isRising) return;
     BarColumns all = std::exchange(columns, {});
     const LineNumbers allLines = std::exchange(lines, {});
-    times.clear();
     times.reserve(all.Count());
     std::vector<std::size_t> bad;
     for (std::size_t row = 0; row < all.Count(); ++row) {
@@ -89,7 +87,7 @@ void RowCollector::HandleFaults() {
 }
 
 void RowCollector::Arrange() {
-    isSeries = std::ranges::is_sorted(times, std::ranges::less_equal());  // rising
+    isSeries = isRising || std::ranges::is_sorted(times, std::ranges::less_equal());  // rising
     RowOrder found = isSeries ? RowOrder() : OrderOf(times, settings.sort);
     for (const auto& [row, than] : found.late) {
         const std::string fault = fmt::format("{}: times go neither up nor down: {} here, {} in line {}", PlaceOf(row),

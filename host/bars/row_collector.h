@@ -43,6 +43,7 @@ public:
     bool IsSeries() const { return isSeries; }
     // All rows, and their times.
     BarColumns TakeColumns() { return std::move(columns); }
+    // Empty where the reader tells the times of all rows by their texts.
     std::vector<BarTime> TakeTimes() { return std::move(times); }
 
     // The line of the file that a row stands in.
@@ -85,7 +86,9 @@ private:
     LineNumbers lines;
     TimeReader reader;
     std::vector<BarTime> times;
-    bool timesAreKnown = true;  // of all rows so far
+    // As long as every row has a later time than the one before, whatever comes later: then no times are kept.
+    bool isRising = true;
+    BarTime last = {};
     std::vector<std::size_t> order;
     bool isSeries = false;
     bool newestFirst = false;

@@ -12,8 +12,10 @@ bool NeedsQuotes(char c) {
 
 }  // namespace
 
+bool IsPlainCell(std::string_view text) { return std::ranges::none_of(text, NeedsQuotes); }
+
 std::string CsvCell(std::string text) {
-    if (std::ranges::none_of(text, NeedsQuotes)) return text;
+    if (IsPlainCell(text)) return text;
     std::string cell = "\"";
     for (const char c : text) cell.append(c == '"' ? 2 : 1, c);
     return cell += '"';

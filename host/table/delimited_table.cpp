@@ -12,14 +12,14 @@ DelimitedTable::DelimitedTable(const TableSettings& settings, Write writeLines, 
     : write(std::move(writeLines)), delimiter(settings.format == TableFormat::Tsv ? '\t' : ','),
       precision(settings.precision) {
     missing = Cell(settings.missing.value_or(""));
-    std::string line = Cell(bars.DateTitle());
-    for (const std::string& title : UniqueTitles(bars, results)) line += delimiter + Cell(title);
-    write(line + '\n');
+    std::string heading = Cell(bars.DateTitle());
+    for (const std::string& title : UniqueTitles(bars, results)) heading += delimiter + Cell(title);
+    write(heading + '\n');
 }
 
 void DelimitedTable::WriteBar(std::string_view date, std::span<const Result> results) {
-    fmt::memory_buffer line;
-    line.append(Cell(std::string(date)));
+    line.clear();
+    line.append(IsPlainCell(date) ? date : Cell(std::string(date)));
     for (const Result& result : results) {
         line.push_back(delimiter);
         if (const auto text = TextOf(result)) {

@@ -2,6 +2,8 @@
 
 #include "table/table.h"
 
+#include <fmt/format.h>
+
 namespace sarvane::study {
 
 // Comma-separated values, or tab-separated ones, for programs.
@@ -17,6 +19,7 @@ private:
     char delimiter;
     std::string missing;
     std::optional<int> precision;
+    fmt::memory_buffer line;  // the present one
 };
 
 }  // namespace sarvane::study

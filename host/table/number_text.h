@@ -1,16 +1,30 @@
 #pragma once
 
+#include <charconv>
+#include <cmath>
 #include <fmt/format.h>
 #include <optional>
 #include <string>
 
 namespace sarvane::study {
 
+// With as few digits as it takes to read the same double again; with an exponent where there would be many zeros.
+inline void AppendShortest(fmt::memory_buffer& text, double number) {
+    const double size = std::abs(number);
+    if (number != 0.0 && !(size >= 1e-4 && size < 1e16)) {
+        fmt::format_to(std::back_inserter(text), "{}", number);
+        return;
+    }
+    char digits[32];
+    const auto written = std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed);
+    text.append(digits, written.ptr);
+}
+
 // A number with `decimals`, else with as many digits as it takes to read the same double again. A zero has no sign.
 inline void AppendNumber(fmt::memory_buffer& text, double number, std::optional<int> decimals) {
     constexpr double Largest = 1e15;  // beyond it decimals say nothing
     if (!decimals || !(number > -Largest && number < Largest)) {
-        fmt::format_to(std::back_inserter(text), "{}", number + 0.0);
+        AppendShortest(text, number + 0.0);
         return;
     }
     const std::size_t begin = text.size();
