@@ -49,11 +49,12 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
     progress.Hide();
     rows.Finish();
     const auto tell = [&](const std::string& notice) { settings.tell(fmt::format("{}: {}", source.Name(), notice)); };
-    if (const std::string layout = reader.PresentLayout().Text(); !layout.empty()) tell("read with " + layout);
+    if (const std::string text = reader.PresentLayout().Text(); !text.empty()) tell("read with " + text);
     for (const std::string& notice : rows.Notices()) settings.tell(notice);
     if (const std::string notice = rows.GapNotice(reader.Header()); !notice.empty()) settings.tell(notice);
-    if (reader.TextCells() > 0) tell(fmt::format("cells with texts, which are gaps: {}", reader.TextCells()));
-    FileReading reading{reader.PresentLayout(), reader.PresentEncoding(), source.IsCompressed(), rows.NewestFirst(),
+    if (reader.TextCells() > 0) tell(fmt::format("gaps that are texts: {}", reader.TextCells()));
+    const Layout& layout = reader.PresentLayout();
+    FileReading reading{layout, layout.titlesAreLatin1 ? Encoding::Latin1 : reader.PresentEncoding(), source.IsCompressed(), rows.NewestFirst(),
                         rows.Repeats(), rows.LeftOut(), reader.Line(), BarFile(reader.Header())};
     reading.bars = BarFile(reader.Header(), std::move(rows));
     return reading;

@@ -7,6 +7,7 @@
 #include <array>
 #include <fmt/ranges.h>
 #include <map>
+#include <ranges>
 
 namespace sarvane::study {
 namespace {
@@ -179,7 +180,11 @@ private:
             first = data = 0;
         }
         header.assign(rows.begin() + static_cast<std::ptrdiff_t>(first), rows.begin() + static_cast<std::ptrdiff_t>(data));
-        for (Cells& titles : header) std::ranges::transform(titles, titles.begin(), AsUtf8);
+        for (std::string& title : header | std::views::join) {
+            const std::string converted = AsUtf8(title);
+            layout.titlesAreLatin1 = layout.titlesAreLatin1 || converted != title;
+            title = converted;
+        }
         layout.headerLines = data;
         rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(data));
     }
@@ -263,6 +268,7 @@ private:
     void UseGivenNames() {
         if (settings.names.size() != ColumnCount())
             Fail("--names has {} names, and the lines have {} columns", settings.names.size(), ColumnCount());
+        layout.namesAreGiven = true;
         for (std::size_t i = 0; i < settings.names.size(); ++i) {
             const std::string original = layout.hasHeader && i < header.front().size() ? header.front()[i] : std::string();
             layout.columns.push_back({settings.names[i], original, settings.names[i].empty() ? Role::Other : Role::Value});
@@ -476,6 +482,7 @@ std::string Layout::Text() const {
     if (clockColumn) words.push_back(fmt::format("times from {} and {}", columns[timeColumn].name, columns[*clockColumn].name));
     std::vector<std::string> names;
     for (const Column& column : columns) {
+        if (namesAreGiven) break;
         const bool isRenamed = hasHeader && !column.name.empty() && Simplified(column.original) != LowerCase(column.name);
         if (isRenamed && column.role != Role::Other)
             words.push_back(fmt::format("{} from {}", column.name, Quoted(column.original)));

@@ -37,6 +37,8 @@ struct Layout {
     NumberFormat numbers = {};
     TimeFormat times = {};
     bool hasHeader = true;
+    bool namesAreGiven = false;    // by the user
+    bool titlesAreLatin1 = false;  // they are no UTF-8
     std::size_t headerLines = 0;  // lines ahead of the data, empty ones not counted
     std::vector<Column> columns;  // from the left
     std::size_t timeColumn = 0;

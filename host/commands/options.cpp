@@ -24,6 +24,17 @@ std::optional<Number> NumberIn(const std::string& text) {
     return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
+// Also what is empty.
+std::vector<std::string> SplitAtCommas(std::string_view text) {
+    std::vector<std::string> parts;
+    while (true) {
+        const std::size_t comma = std::min(text.find(','), text.size());
+        parts.emplace_back(WithoutBlanks(text.substr(0, comma)));
+        if (comma == text.size()) return parts;
+        text.remove_prefix(comma + 1);
+    }
+}
+
 }  // namespace
 
 Library LibraryOptions::Load() const {
@@ -115,11 +126,10 @@ void AddLayout(CLI::App& command, LayoutSettings& settings) {
         "what decimals begin with");
     OneOf(*decimal, {"point", "comma"});
     ofLayout(decimal);
-    ofLayout(command.add_option("--names", settings.names, "names of the columns from the left, with commas between them; "
-                                                           "one without a name is left out")
-                 ->type_name("NAME,...")
-                 ->delimiter(',')
-                 ->allow_extra_args(false));
+    const auto names = command.add_option_function<std::string>(
+        "--names", [&settings](const std::string& text) { settings.names = SplitAtCommas(text); },
+        "names of the columns from the left, with commas between them; one without a name is left out");
+    ofLayout(names->type_name("NAME,..."));
     ofLayout(command.add_flag("--no-header", settings.noHeader, "the first line is one of data"));
     const auto times = command.add_option_function<std::string>(
         "--time-format", [&settings](const std::string& text) { settings.times = TimeFormatOf(text); },
