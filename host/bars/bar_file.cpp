@@ -10,15 +10,24 @@
 namespace sarvane::study {
 namespace {
 
-// Hands the rows of a text that has come to the collector. A layout that can't be found leaves nothing to go on with.
-void TakeRows(RowReader& reader, RowCollector& rows) {
+// Hands the rows of a text that has come to the collector. A layout that can't be found leaves nothing to go on with. A
+// remark at the end of the file is no fault: it is kept in `remark` until something follows it.
+void TakeRows(RowReader& reader, RowCollector& rows, std::pair<std::size_t, std::string>& remark) {
+    const auto refuseRemark = [&] {
+        if (!remark.second.empty()) rows.Refuse(std::exchange(remark.second, {}), remark.first);
+    };
     while (true) {
         try {
             if (!reader.Next()) return;
+            refuseRemark();
             rows.Take(reader.Row(), reader.Line());
         } catch (const Failure& failure) {
             if (!reader.HasHeader()) throw;
-            rows.Refuse(failure.what(), reader.Line());
+            refuseRemark();
+            if (reader.IsRemark())
+                remark = {reader.Line(), failure.what()};
+            else
+                rows.Refuse(failure.what(), reader.Line());
         }
     }
 }
@@ -34,9 +43,10 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
     RowCollector rows(source.Name(), settings);
     std::vector<char> chunk(ChunkSize);
     bool isFirst = true;
+    std::pair<std::size_t, std::string> remark;
     while (const std::size_t length = source.Read(chunk)) {
         reader.Add({chunk.data(), length});
-        TakeRows(reader, rows);
+        TakeRows(reader, rows, remark);
         if (std::exchange(isFirst, false) && reader.Line() > 0 && source.Size() > 0.0 && !source.IsCompressed())
             rows.Expect(static_cast<std::size_t>(source.Size() / static_cast<double>(length) * 1.02 *
                                                  static_cast<double>(reader.Line())) +
@@ -44,7 +54,7 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
         progress.Update(source.Position());
     }
     reader.End();
-    TakeRows(reader, rows);
+    TakeRows(reader, rows, remark);
     if (!reader.HasHeader()) Fail("{}: the file is empty", source.Name());
     progress.Hide();
     rows.Finish();
@@ -52,6 +62,7 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
     if (const std::string text = reader.PresentLayout().Text(); !text.empty()) tell("read with " + text);
     for (const std::string& notice : rows.Notices()) settings.tell(notice);
     if (const std::string notice = rows.GapNotice(reader.Header()); !notice.empty()) settings.tell(notice);
+    if (!remark.second.empty()) tell(fmt::format("line {} is left out: a remark at the end", remark.first));
     if (reader.TextCells() > 0) tell(fmt::format("gaps that are texts: {}", reader.TextCells()));
     const Layout& layout = reader.PresentLayout();
     FileReading reading{layout, layout.titlesAreLatin1 ? Encoding::Latin1 : reader.PresentEncoding(), source.IsCompressed(), rows.NewestFirst(),

@@ -7,7 +7,6 @@
 #include <array>
 #include <fmt/ranges.h>
 #include <map>
-#include <ranges>
 
 namespace sarvane::study {
 namespace {
@@ -180,10 +179,12 @@ private:
             first = data = 0;
         }
         header.assign(rows.begin() + static_cast<std::ptrdiff_t>(first), rows.begin() + static_cast<std::ptrdiff_t>(data));
-        for (std::string& title : header | std::views::join) {
-            const std::string converted = AsUtf8(title);
-            layout.titlesAreLatin1 = layout.titlesAreLatin1 || converted != title;
-            title = converted;
+        for (Cells& titles : header) {
+            for (std::string& title : titles) {
+                const std::string converted = AsUtf8(title);
+                layout.titlesAreLatin1 = layout.titlesAreLatin1 || converted != title;
+                title = converted;
+            }
         }
         layout.headerLines = data;
         rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(data));
@@ -375,11 +376,14 @@ private:
         if (time.name.empty()) time.name = "date";
         if (settings.times) {
             layout.times = *settings.times;
+            layout.timesAreGiven = true;
         } else if (const auto cells = CellsIn(layout.timeColumn); !cells.empty() && UnixUnitsOf(cells.front())) {
             layout.times = {TimeFormat::Kind::Unix, {}, *UnixUnitsOf(cells.front()), false, {}};
             for (const std::string_view cell : cells) {
                 if (UnixUnitsOf(cell) != layout.times.unitsASecond) layout.times = {};
             }
+        } else if (!cells.empty() && !LooksLikeTime(cells.front()) && !layout.clockColumn) {
+            layout.times = ShortYearFormatOf(cells).value_or(TimeFormat{});
         }
         if (layout.times.kind != TimeFormat::Kind::Unix) return;
         layout.times.onlyDays = true;
@@ -479,6 +483,7 @@ std::string Layout::Text() const {
                                                                    : "nanoseconds";
         words.push_back(fmt::format("times in {} since 1970", unit));
     }
+    if (times.kind == TimeFormat::Kind::Pattern && !timesAreGiven) words.push_back("times as " + times.pattern);
     if (clockColumn) words.push_back(fmt::format("times from {} and {}", columns[timeColumn].name, columns[*clockColumn].name));
     std::vector<std::string> names;
     for (const Column& column : columns) {

@@ -38,6 +38,7 @@ struct Layout {
     TimeFormat times = {};
     bool hasHeader = true;
     bool namesAreGiven = false;    // by the user
+    bool timesAreGiven = false;    // likewise, how they are written
     bool titlesAreLatin1 = false;  // they are no UTF-8
     std::size_t headerLines = 0;  // lines ahead of the data, empty ones not counted
     std::vector<Column> columns;  // from the left

@@ -146,6 +146,7 @@ void RowReader::TakeLayout(Layout found) {
 }
 
 void RowReader::Parse(std::string_view whole) {
+    isRemark = false;
     if (whole.find_first_not_of(" \t") == std::string_view::npos) return;
     const bool isPlain = layout->delimiter != ' ' && std::memchr(whole.data(), '"', whole.size()) == nullptr;
     if (!isPlain) return ReadCells(whole);
@@ -208,6 +209,7 @@ double RowReader::ValueOf(std::string_view cell, std::size_t column) {
 }
 
 void RowReader::EndRow(std::size_t cells) {
+    isRemark = cells == 1 && uses.size() > 2 && !ParseTime(row.date);
     if (cells < uses.size()) FailAt(cells, fmt::format("the line ends here, there are {} columns", uses.size()));
     const TimeFormat& times = layout->times;
     if (times.kind != TimeFormat::Kind::Text || layout->clockColumn || row.date.size() == 12 || row.date.size() == 14) {

@@ -55,6 +55,8 @@ public:
     const BarHeader& Header() const { return header; }
     const Layout& PresentLayout() const { return *layout; }
     Encoding PresentEncoding() const { return decoder.Present(); }
+    // Whether the line that was read last is a single cell, and no time, where there should be three or more: a remark.
+    bool IsRemark() const { return isRemark; }
     // Cells of texts that were taken as gaps.
     std::size_t TextCells() const { return textCells; }
 
@@ -94,6 +96,7 @@ private:
     std::size_t nextGathered = 0;
     bool complete = false;  // the row is a whole one
     std::size_t textCells = 0;
+    bool isRemark = false;
 };
 
 }  // namespace sarvane::study

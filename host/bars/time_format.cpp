@@ -185,6 +185,33 @@ std::optional<TimeFormat> TimeFormatOf(std::string_view text) {
     return TimeFormat{Kind::Pattern, {}, 1, false, std::string(text)};
 }
 
+std::optional<TimeFormat> ShortYearFormatOf(const std::vector<std::string_view>& texts) {
+    if (texts.empty()) return std::nullopt;
+    const std::size_t first = texts[0].find_first_of("/-."), clock = texts[0].find(' ');
+    if (first == 0 || first > 2) return std::nullopt;
+    const std::string_view rest = clock == std::string_view::npos                  ? ""
+                                  : std::ranges::count(texts[0], ':') == 2 ? " %H:%M:%S"
+                                                                                     : " %H:%M";
+    std::optional<TimeFormat> found;
+    for (const char* const letters : {"mdy", "dmy", "ymd"}) {
+        const char separator = texts[0][first];
+        const TimeFormat format{
+            TimeFormat::Kind::Pattern, {}, 1, false,
+            fmt::format("%{1}{0}%{2}{0}%{3}{4}", separator, letters[0], letters[1], letters[2], rest)};
+        std::vector<BarTime> times;
+        for (const std::string_view text : texts) {
+            const auto normal = NormalTime(format, text, {});
+            const auto time = normal ? ParseTime(*normal) : std::nullopt;
+            if (time) times.push_back(time->Time());
+        }
+        const bool inOrder = std::ranges::is_sorted(times) || std::ranges::is_sorted(times, std::ranges::greater());
+        if (times.size() < texts.size() || !inOrder) continue;
+        if (found) return std::nullopt;
+        found = format;
+    }
+    return found;
+}
+
 std::optional<std::int64_t> UnixUnitsOf(std::string_view text) {
     const std::size_t point = text.find('.');
     if (point != std::string_view::npos && !AllDigits(text.substr(point + 1))) return std::nullopt;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace sarvane::study {
 
@@ -23,6 +24,10 @@ struct TimeFormat {
 // What `--time-format` says: `unix`, `unix-ms`, `unix-us`, `unix-ns`, `day-first`, `month-first`, or a pattern with %Y %y %m
 // %d %H %I %M %S %f %p %b %z and other characters as they stand. Nothing for any other text.
 std::optional<TimeFormat> TimeFormatOf(std::string_view text);
+
+// The pattern of dates in three short numbers, such as 4/17/20, if all of these texts fit it, go up or down, and fit no other
+// order of day, month and year.
+std::optional<TimeFormat> ShortYearFormatOf(const std::vector<std::string_view>& texts);
 
 // How many units a second has if the text is a Unix time: 9 or 10 digits are seconds, up to 13 milliseconds, up to 16
 // microseconds, 18 or 19 nanoseconds. A date in eight, twelve or fourteen digits, such as 202001030930, is none.
