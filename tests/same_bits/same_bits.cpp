@@ -132,7 +132,7 @@ std::u16string ArgumentText(const ArgumentDescription& argument, Random& random)
         return random.OneIn(2) ? decimal(random.Below(30)) : thousandths(random.Below(4050) - 50);
     case ArgumentKind::Word:
         if (random.OneIn(16)) return decimal(random.Below(8));
-        return Widen(argument.words[random.Bits() % argument.words.size()].text);
+        return Widen(argument.words[static_cast<std::size_t>(random.Bits() % argument.words.size())].text);
     default: return random.OneIn(2) ? u"1" : u"0";
     }
 }
@@ -271,8 +271,9 @@ void ReadTexts(Fingerprint& fingerprint) {
     Random random(1);
     for (int i = 0; i < 100'000; ++i) {
         std::u16string text;
+        const std::size_t most = i % 2 ? 14 : Characters.size();  // every second time mostly digits
         for (int length = random.Below(i % 100 ? 12 : 400); length > 0; --length)
-            text += Characters[random.Bits() % (i % 2 ? 14 : Characters.size())];  // every second time mostly digits
+            text += Characters[static_cast<std::size_t>(random.Bits() % most)];
         fingerprint.Add(TextToDouble(text.c_str()));
         fingerprint.Add(TextToInt(text.c_str()));
     }
