@@ -1,9 +1,12 @@
 #include "frame/extreme_place.h"
 #include "frame/history_ring.h"
+#include "frame/ordered_window.h"
 #include "frame/plain_ring.h"
 #include "frame/sliding_array.h"
 
+#include <algorithm>
 #include <cmath>
+#include <compare>
 #include <deque>
 #include <functional>
 #include <gtest/gtest.h>
@@ -90,6 +93,39 @@ TEST(ExtremePlace, IsThatOfASearch) {
         for (int i = 1; i < window.Size(); ++i) expected = window[i] > window[expected] ? i : expected;
         const auto hasOrder = [](double element) { return !std::isnan(element); };
         ASSERT_EQ(place.Follow(window, std::greater<>(), hasOrder), window.Size() - 1 - expected) << step;
+    }
+}
+
+// A window that grows and slides, whose order is that of part of it at times, and which goes back to an earlier state or
+// to a changed one. Some values are equal, or zeros of both signs.
+TEST(OrderedWindow, IsThatOfASort) {
+    struct State {
+        HistoryRing window;
+        OrderedWindow::Version version = OrderedWindow::Unknown;
+    };
+    std::mt19937 random(1);
+    State live, snapshots[3];
+    OrderedWindow order;
+    for (int step = 0; step < 50000; ++step) {
+        const auto action = random() % 64;
+        if (action < 32) live = snapshots[action % 4 % 3];
+        if (action % 4 == 0) snapshots[action / 8 % 3] = live;
+        if (action == 63) live = {.window = {}, .version = OrderedWindow::Unknown};
+        const double value = random() % 8 ? static_cast<double>(random() % 40) - 20.0 : -0.0;
+        std::optional<double> dropped;
+        if (live.window.Size() >= 12) dropped = live.window[0];
+        PushWithin(live.window, value, 12);
+        const int left = step % 700 < 600 ? 0 : static_cast<int>(random() % 3);  // newest values that are left out
+        live.version = order.Follow(live.version, live.window, std::max(live.window.Size() - left, 0), dropped);
+        if (action < 8) live.version = order.Order((live = snapshots[0]).version, live.window);
+        std::vector<double> expected, found;
+        for (int i = 0; i < order.Size(); ++i) {
+            expected.push_back(live.window[i]);
+            found.push_back(order[i]);
+        }
+        std::ranges::sort(expected, [](double a, double b) { return std::strong_order(a, b) < 0; });
+        ASSERT_TRUE(std::ranges::equal(found, expected, [](double a, double b) { return std::strong_order(a, b) == 0; }))
+            << step;
     }
 }
 
