@@ -14,7 +14,7 @@ constexpr int ShortestWindow = 4;
 
 double Sum(const RingWindow<double>& ring) {
     double sum = 0.0;
-    for (int i = 0; i < ring.Size(); ++i) sum += ring[i];
+    ring.OldestFirst(ring.Size(), [&](double value) { sum += value; });
     return sum;
 }
 
