@@ -1,8 +1,6 @@
 #include "frame/extreme_place.h"
 #include "frame/history_ring.h"
 #include "frame/ordered_window.h"
-#include "frame/plain_ring.h"
-#include "frame/sliding_array.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,18 +13,13 @@
 namespace sarvane {
 namespace {
 
-template <class Window>
-class Windows : public testing::Test {};
-using Types = testing::Types<HistoryRing, PlainRing, SlidingArray<double>>;
-TYPED_TEST_SUITE(Windows, Types);
-
-TYPED_TEST(Windows, MatchDeques) {
+TEST(Windows, MatchDeques) {
     std::mt19937 random(1);
-    TypeParam windows[3];
+    HistoryRing windows[3];
     std::deque<double> expected[3];
     for (int step = 0; step < 50000; ++step) {
         const auto target = random() % 3, source = random() % 3, action = random() % 64;
-        TypeParam &window = windows[target], &other = windows[source];
+        HistoryRing &window = windows[target], &other = windows[source];
         std::deque<double>& contents = expected[target];
         if (action < 30) {
             contents.push_back(step);
@@ -35,10 +28,10 @@ TYPED_TEST(Windows, MatchDeques) {
             window.PopFront();
             if (!contents.empty()) contents.pop_front();
         } else if (action < 63) {
-            window = step % 2 ? other : TypeParam(other);
+            window = step % 2 ? other : HistoryRing(other);
             contents = expected[source];
         } else {
-            step % 2 ? window.Clear() : void(window = TypeParam());
+            step % 2 ? window.Clear() : void(window = HistoryRing());
             contents.clear();
         }
         for (int n = 0; n < 3; ++n) {
@@ -48,22 +41,20 @@ TYPED_TEST(Windows, MatchDeques) {
                 ASSERT_EQ(&windows[n][i], &windows[n].Newest(windows[n].Size() - 1 - i)) << step;
             }
             ASSERT_EQ(held, expected[n]) << step;
-            if constexpr (requires { windows[n].OldestFirst(0, [](double) {}); }) {
-                const int skipped = step % 3 % (windows[n].Size() + 1), count = windows[n].Size() - skipped;
-                std::deque<double> oldestFirst, newestFirst;  // without the ends that are skipped
-                windows[n].OldestFirst(count, [&](double value) { oldestFirst.push_back(value); }, skipped);
-                windows[n].NewestFirst(count, [&](double value) { newestFirst.push_front(value); }, skipped);
-                ASSERT_EQ(oldestFirst, std::deque(held.begin() + skipped, held.end())) << step;
-                ASSERT_EQ(newestFirst, std::deque(held.begin(), held.end() - skipped)) << step;
-            }
+            const int skipped = step % 3 % (windows[n].Size() + 1), count = windows[n].Size() - skipped;
+            std::deque<double> oldestFirst, newestFirst;  // without the ends that are skipped
+            windows[n].OldestFirst(count, [&](double value) { oldestFirst.push_back(value); }, skipped);
+            windows[n].NewestFirst(count, [&](double value) { newestFirst.push_front(value); }, skipped);
+            ASSERT_EQ(oldestFirst, std::deque(held.begin() + skipped, held.end())) << step;
+            ASSERT_EQ(newestFirst, std::deque(held.begin(), held.end() - skipped)) << step;
         }
     }
 }
 
-TYPED_TEST(Windows, AreHeldToALength) {
-    TypeParam full, longer;
+TEST(Windows, AreHeldToALength) {
+    HistoryRing full, longer;
     for (const double element : {1, 2, 3}) full.Push(element);
-    const auto isHeld = [](const TypeParam& window, double oldest, int size) {
+    const auto isHeld = [](const HistoryRing& window, double oldest, int size) {
         return window[0] == oldest && window.Newest() == 4 && window.Size() == size;
     };
     PushWithin(longer = full, 4.0, 3);
