@@ -54,7 +54,8 @@ double Extreme(int n, ValueAt valueAt, Beyond isBeyond) {
 template <class Beyond>
 double ExtremeOfOldest(int n, const HistoryRing& ring, Beyond isBeyond) {
     double extreme = ring[0];
-    ring.OldestFirst(n - 1, [&](double value) { extreme = isBeyond(value, extreme) ? value : extreme; }, 1);
+    ring.OldestFirst(
+        n - 1, [&](double value) { extreme = isBeyond(value, extreme) ? value : extreme; }, 1);
     return extreme;
 }
 

@@ -70,8 +70,8 @@ STDMETHODIMP CTDREIOp::Reset(int count, const double* seed) {
     TDREIRecord& live = states.Live();
     live.previous = SeedsOf<BarPrices>(count, seed);
     ResetAll(Steps());
-    for (HistoryRing* ring :
-         {&live.highs, &live.lows, &live.closes, &live.numerators, &live.denominators, &live.highValues, &live.lowValues})
+    for (HistoryRing* ring : {&live.highs, &live.lows, &live.closes, &live.numerators, &live.denominators,
+                              &live.highValues, &live.lowValues})
         ring->Clear();
     return S_OK;
 }

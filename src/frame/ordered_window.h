@@ -42,7 +42,9 @@ public:
 private:
     // A double whose bits are read as a number, those of a negative one turned round, so that keys compare as values do.
     using Key = std::int64_t;
-    static constexpr Key Swapped(Key bits) { return bits ^ static_cast<Key>(static_cast<std::uint64_t>(bits >> 63) >> 1); }
+    static constexpr Key Swapped(Key bits) {
+        return bits ^ static_cast<Key>(static_cast<std::uint64_t>(bits >> 63) >> 1);
+    }
     static constexpr Key KeyOf(double value) { return Swapped(std::bit_cast<Key>(value)); }
 
     // What a push did to the order.
@@ -64,8 +66,8 @@ private:
     void Replace(double old, double value);
 
     std::vector<Key> keys;
-    Version latest = Unknown;  // that was given
-    Version present = None;    // of the window that `keys` is the order of
+    Version latest = Unknown;       // that was given
+    Version present = None;         // of the window that `keys` is the order of
     std::array<Change, 2> changes;  // the last pushes, the newest one first
 };
 

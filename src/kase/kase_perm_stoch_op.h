@@ -9,7 +9,7 @@
 namespace sarvane {
 
 struct KasePermStochState {
-    KaseBar previous;                  // last bar that was used
+    KaseBar previous;         // last bar that was used
     HistoryRing firstBlend;   // the last `lag` results of the first blend
     HistoryRing secondBlend;  // the last `lag` results of the second blend
 };

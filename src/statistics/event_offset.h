@@ -6,9 +6,9 @@
 namespace sarvane {
 
 struct EventOffsetState {
-    double offset = UndefinedValue;  // bars since the event that is looked for; undefined before there are so many
-    bool seen = false;               // whether any input was defined
-    long long bars = 0;              // since the operator was made
+    double offset = UndefinedValue;      // bars since the event that is looked for; undefined before there are so many
+    bool seen = false;                   // whether any input was defined
+    long long bars = 0;                  // since the operator was made
     BasicHistoryRing<long long> events;  // by `bars`: when each of the last `eventCount` events was
 };
 

@@ -52,8 +52,8 @@ double CMiddleOp::Step(MiddleState& live, double value, int wanted) {
     const double oldest = sizeBefore > 0 ? window[0] : value;
     PushWithin(window, value, ValueOr(period, depth));
     const int count = std::clamp(wanted, 0, window.Size());
-    live.version = order.Follow(live.version, window, count,
-                                window.Size() == sizeBefore ? std::optional(oldest) : std::nullopt);
+    live.version =
+        order.Follow(live.version, window, count, window.Size() == sizeBefore ? std::optional(oldest) : std::nullopt);
     if (!IsUnset(rankFromTop) && (rankFromTop < 1 || rankFromTop > count)) return UndefinedValue;
     if (order.HasNaN()) return SelectFromBag(window, count);
     const double result = Selected(order, count, rankFromTop);

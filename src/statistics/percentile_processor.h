@@ -9,7 +9,7 @@ namespace sarvane {
 
 // What a snapshot saves of a processor.
 struct PercentileSnapshot {
-    HistoryRing arrivals;  // the window, oldest value first
+    HistoryRing arrivals;                                     // the window, oldest value first
     OrderedWindow::Version version = OrderedWindow::Unknown;  // of `arrivals`
     // 0.0 and -0.0 are equal: the one that came when the window had neither stands for both, even once it has left.
     int zeros = 0;

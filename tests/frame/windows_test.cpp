@@ -43,8 +43,10 @@ TEST(Windows, MatchDeques) {
             ASSERT_EQ(held, expected[n]) << step;
             const int skipped = step % 3 % (windows[n].Size() + 1), count = windows[n].Size() - skipped;
             std::deque<double> oldestFirst, newestFirst;  // without the ends that are skipped
-            windows[n].OldestFirst(count, [&](double value) { oldestFirst.push_back(value); }, skipped);
-            windows[n].NewestFirst(count, [&](double value) { newestFirst.push_front(value); }, skipped);
+            windows[n].OldestFirst(
+                count, [&](double value) { oldestFirst.push_back(value); }, skipped);
+            windows[n].NewestFirst(
+                count, [&](double value) { newestFirst.push_front(value); }, skipped);
             ASSERT_EQ(oldestFirst, std::deque(held.begin() + skipped, held.end())) << step;
             ASSERT_EQ(newestFirst, std::deque(held.begin(), held.end() - skipped)) << step;
         }
@@ -115,8 +117,9 @@ TEST(OrderedWindow, IsThatOfASort) {
             found.push_back(order[i]);
         }
         std::ranges::sort(expected, [](double a, double b) { return std::strong_order(a, b) < 0; });
-        ASSERT_TRUE(std::ranges::equal(found, expected, [](double a, double b) { return std::strong_order(a, b) == 0; }))
-            << step;
+        ASSERT_TRUE(std::ranges::equal(found, expected, [](double a, double b) {
+            return std::strong_order(a, b) == 0;
+        })) << step;
     }
 }
 
