@@ -140,10 +140,11 @@ double CSetStepValue::Step(const BarPrices& in) {
 }
 
 double CSetStepValue::ValueOf(const BarPrices& bar) {
+    // Kept up to date for any kind, since the kind can change between two bars.
+    BarPrices merged = period > 1 ? Merged(bar) : bar;
     if (kind < 0 || kind >= KindCount) return UndefinedValue;
     const ValueKind& wanted = Kinds[kind];
     if (!wanted.formula) return Extreme(direction != 0 ? wanted.first : wanted.second);
-    BarPrices merged = period > 1 ? Merged(bar) : bar;
     if (wanted.ofTrueBar) {
         const double priorClose = PriceAt(records.Live().bars, ClosePrice, period);
         const double close = IsUndefined(priorClose) ? bar[ClosePrice] : priorClose;
