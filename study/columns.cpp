@@ -11,12 +11,15 @@
 namespace sarvane::study {
 namespace {
 
-const double* At(const InputColumn& column, std::size_t bar) {
-    return column.first + static_cast<std::ptrdiff_t>(bar) * column.stride;
-}
-double* At(const OutputColumn& column, std::size_t bar) {
-    return column.first + static_cast<std::ptrdiff_t>(bar) * column.stride;
-}
+// A column of the caller's and the place among the graph's values that its bars pass through.
+template <class Value>
+struct Passage {
+    Value* first;
+    std::ptrdiff_t stride;
+    std::size_t place;
+
+    Value& At(std::size_t bar) const { return first[static_cast<std::ptrdiff_t>(bar) * stride]; }
+};
 
 double TakenIn(double value, bool nanIsGap) { return nanIsGap && std::isnan(value) ? UndefinedValue : value; }
 double HandedOut(double value, bool nanIsGap) {
@@ -37,20 +40,24 @@ HRESULT Run(Compilation& compilation, const ColumnSettings& settings, const Colu
     if (!IsWhole(compilation, run)) return E_INVALIDARG;
     return Guarded([&] {
         Graph& graph = compilation.graph;
-        const std::vector<std::size_t> used = compilation.UsedColumns();
-        std::vector<double> row(compilation.columns.size(), UndefinedValue);
         if (settings.priceStep) graph.SetPriceStep(*settings.priceStep);
         HRESULT status = graph.Reset({std::max(static_cast<int>(run.count) - 1, 0), settings.holdsInputs});
+        if (run.count == 0) return status;  // there may be no columns then
+
+        std::vector<Passage<const double>> in;
+        for (const std::size_t i : compilation.UsedColumns())
+            in.push_back({run.inputs[i].first, run.inputs[i].stride, i});
+        std::vector<Passage<double>> out;
+        for (std::size_t i = 0; i < run.outputs.size(); ++i) {
+            const OutputColumn& column = run.outputs[i];
+            if (column.first) out.push_back({column.first, column.stride, compilation.results[i].place});
+        }
+        double* const values = graph.Columns();
+        std::fill_n(values, compilation.columns.size(), UndefinedValue);
         for (std::size_t bar = 0; bar < run.count && SUCCEEDED(status); ++bar) {
-            for (const std::size_t column : used) {
-                row[column] = TakenIn(*At(run.inputs[column], bar), settings.nanIsGap);
-            }
-            status = graph.Step(row.data(), static_cast<int>(bar));
-            for (std::size_t i = 0; i < run.outputs.size(); ++i) {
-                if (!run.outputs[i].first) continue;
-                const double value = graph.Values()[compilation.results[i].place];
-                *At(run.outputs[i], bar) = HandedOut(value, settings.nanIsGap);
-            }
+            for (const auto& column : in) values[column.place] = TakenIn(column.At(bar), settings.nanIsGap);
+            status = graph.Step(static_cast<int>(bar));
+            for (const auto& column : out) column.At(bar) = HandedOut(values[column.place], settings.nanIsGap);
         }
         return status;
     });

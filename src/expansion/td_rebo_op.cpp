@@ -50,6 +50,15 @@ double Extreme(int n, ValueAt valueAt, Beyond isBeyond) {
     return extreme;
 }
 
+// The same for the oldest `n` elements of a ring.
+template <class Beyond>
+double ExtremeOfOldest(int n, const HistoryRing& ring, Beyond isBeyond) {
+    double extreme = ring[0];
+    ring.OldestFirst(
+        n - 1, [&](double value) { extreme = isBeyond(value, extreme) ? value : extreme; }, 1);
+    return extreme;
+}
+
 // Each high is added and each low taken off in turn, from the oldest bar on.
 double MeanOfRanges(int n, const HistoryRing& highs, const HistoryRing& lows) {
     double sum = 0.0;
@@ -65,15 +74,13 @@ double MeanOfRanges(int n, const HistoryRing& highs, const HistoryRing& lows) {
 double RangeOf(int method, int n, const HistoryRing& highs, const HistoryRing& lows) {
     constexpr std::greater<> Above;
     constexpr std::less<> Below;
-    const auto high = [&](int i) { return highs[i]; };
-    const auto low = [&](int i) { return lows[i]; };
     const auto range = [&](int i) { return highs[i] - lows[i]; };
     switch (n < 2 ? OldestRange : method) {
     case MeanRange:
     case CommonMean: return MeanOfRanges(n, highs, lows);
     case OuterRange:
-    case RootRange: return Extreme(n, high, Above) - Extreme(n, low, Below);
-    case InnerRange: return Extreme(n, high, Below) - Extreme(n, low, Above);
+    case RootRange: return ExtremeOfOldest(n, highs, Above) - ExtremeOfOldest(n, lows, Below);
+    case InnerRange: return ExtremeOfOldest(n, highs, Below) - ExtremeOfOldest(n, lows, Above);
     case WidestRange: return Extreme(n, range, Above);
     case NarrowestRange: return Extreme(n, range, Below);
     case OldestRange: return range(0);

@@ -14,7 +14,7 @@ constexpr int ShortestWindow = 4;
 
 double Sum(const RingWindow<double>& ring) {
     double sum = 0.0;
-    for (int i = 0; i < ring.Size(); ++i) sum += ring[i];
+    ring.OldestFirst(ring.Size(), [&](double value) { sum += value; });
     return sum;
 }
 
@@ -70,10 +70,9 @@ STDMETHODIMP CTDREIOp::Reset(int count, const double* seed) {
     TDREIRecord& live = states.Live();
     live.previous = SeedsOf<BarPrices>(count, seed);
     ResetAll(Steps());
-    for (HistoryRing* ring :
-         {&live.highs, &live.lows, &live.closes, &live.denominators, &live.highValues, &live.lowValues})
+    for (HistoryRing* ring : {&live.highs, &live.lows, &live.closes, &live.numerators, &live.denominators,
+                              &live.highValues, &live.lowValues})
         ring->Clear();
-    live.numerators.Clear();
     return S_OK;
 }
 
@@ -116,15 +115,17 @@ double CTDREIOp::Index(TDREIRecord& live, const BarPrices& bar, int window) cons
     const double up = bar[HighPrice] - live.highValues.Newest(highLag);
     const double down = bar[LowPrice] - live.lowValues.Newest(lowLag);
     const bool counts = Counts(live, bar, window);
-    if (mode == CancellingMode && !counts && live.numerators.Size() >= period) live.numerators.Newest() = 0.0;
-    live.numerators.Push(counts ? down + up : 0.0);
+    const int size = live.denominators.Size();
+    if (mode == CancellingMode && !counts && size >= period) live.newestNumerator = 0.0;
+    if (size > 0) live.numerators.Push(live.newestNumerator);
+    live.newestNumerator = counts ? down + up : 0.0;
     live.denominators.Push(std::abs(down) + std::abs(up));
-    if (live.numerators.Size() > period) {
+    if (size >= period) {
         live.numerators.PopFront();
         live.denominators.PopFront();
     }
-    if (live.numerators.Size() != period) return UndefinedValue;
-    const double counted = Sum(live.numerators);
+    if (live.denominators.Size() != period) return UndefinedValue;
+    const double counted = Sum(live.numerators) + live.newestNumerator;
     const double absolute = Sum(live.denominators);
     return absolute > 1e-100 ? counted * 100.0 / absolute : UndefinedValue;
 }

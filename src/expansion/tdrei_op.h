@@ -2,7 +2,6 @@
 
 #include "frame/described.h"
 #include "frame/history_ring.h"
-#include "frame/plain_ring.h"
 #include "steps/set_step_value.h"
 #include "steps/value_kinds.h"
 
@@ -11,7 +10,9 @@ namespace sarvane {
 struct TDREIRecord {
     BarPrices previous = NoPrices;  // of the last bar that was used
     HistoryRing highs, lows, closes;
-    PlainRing numerators;               // net movement of bars that count, 0.0 of others; mode 2 changes the newest one
+    // Net movement of bars that count, 0.0 of others. The newest one stays outside of the ring, since mode 2 changes it.
+    HistoryRing numerators;
+    double newestNumerator = 0.0;
     HistoryRing denominators;           // absolute movement of the same bars
     HistoryRing highValues, lowValues;  // results of the two steps, which later bars are compared with
 };

@@ -8,8 +8,8 @@
 
 namespace sarvane {
 
-// What the two types of rings have in common: a FIFO in a buffer whose capacity is a power of two. HistoryRing and
-// PlainRing differ in who owns the buffer.
+// A FIFO in a buffer whose capacity is a power of two: the part of BasicHistoryRing that does not know who else uses the
+// buffer.
 template <class Element>
 class RingWindow {
 public:

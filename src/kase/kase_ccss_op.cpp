@@ -64,7 +64,7 @@ Lean HookOf(const LinePair& now, const LinePair& last, const LinePair& secondLas
 // One stage of a slow line: blends `value` with the stage's own result `lag` bars back. The first `lag` values have no
 // such result and pass unchanged. `results` holds the last `lag` results.
 template <class Blend>
-double FeedBack(SlidingArray<double>& results, int lag, double value, Blend blend) {
+double FeedBack(HistoryRing& results, int lag, double value, Blend blend) {
     double result = value;
     if (results.Size() >= lag) {
         result = blend(value, results[0]);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/described.h"
-#include "frame/sliding_array.h"
+#include "frame/history_ring.h"
 #include "kase/slow_lines.h"
 #include "steps/set_step_ma.h"
 
@@ -38,8 +38,8 @@ struct LinePair {
 struct KaseCCSSState {
     KaseBar previous;                       // last bar that was used
     double momentumClose = UndefinedValue;  // previous close of the momentum
-    SlidingArray<double> firstBlend;        // the last `lag` results of the first blend
-    SlidingArray<double> secondBlend;       // the last `lag` results of the second blend
+    HistoryRing firstBlend;                 // the last `lag` results of the first blend
+    HistoryRing secondBlend;                // the last `lag` results of the second blend
     LinePair lastLines;                     // of the slow stochastic on the last bar
     LinePair secondLastLines;               // on the bar before that
     std::array<int, 3> signals = {};        // of the last bar: +1, 0 or -1; a reset does not clear them

@@ -95,8 +95,7 @@ int CKasePeakOscOp::StepBars() {
 
 STDMETHODIMP CKasePeakOscOp::Reset(int, const double*) {
     KasePeakOscState& live = states.Live();
-    live.highs.Clear();
-    live.lows.Clear();
+    live.bars.Clear();
     live.close = live.last = live.secondLast = UndefinedValue;
     live.runs = {};
     ResetAll(Steps());
@@ -108,8 +107,7 @@ STDMETHODIMP CKasePeakOscOp::Calculate(int, const double* in, int, double* out) 
     std::fill_n(out, HighOut, UndefinedValue);
     if (!HasParameters()) return S_OK;
     KasePeakOscState& live = states.Live();
-    live.highs.Push(in[High]);
-    live.lows.Push(in[Low]);
+    live.bars.Push({in[High], in[Low]});
 
     const PriceRuns runs = MeasureRuns(live, in[Close]);
     const GuardedValue up = upStep.Step(runs.up);
@@ -123,10 +121,7 @@ STDMETHODIMP CKasePeakOscOp::Calculate(int, const double* in, int, double* out) 
 
     live.secondLast = live.last;
     live.last = oscillator;
-    if (live.highs.Size() > LongestLag()) {
-        live.highs.PopFront();
-        live.lows.PopFront();
-    }
+    if (live.bars.Size() > LongestLag()) live.bars.PopFront();
     return S_OK;
 }
 
@@ -140,7 +135,7 @@ PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close
     const GuardedValue growth = close / before;
     const double logReturn = growth > 0.0 ? Logarithm(growth.value) : UndefinedValue;
     const double volatility = volatilityStep.Step(returnDeviation.Step(logReturn));
-    if (live.highs.Size() <= LongestLag()) return {};
+    if (live.bars.Size() <= LongestLag()) return {};
     if (volatility > 1e-100) {
         const PriceRuns longest = LongestRuns(live);
         live.runs = {longest.up / volatility, longest.down / volatility};
@@ -148,15 +143,17 @@ PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close
     return live.runs;
 }
 
-// The greatest runs over all lags. The arrays reach back to the longest lag. Lags below 1 give no run.
+// The greatest runs over all lags. The bars reach back to the longest lag. Lags below 1 give no run.
 PriceRuns CKasePeakOscOp::LongestRuns(const KasePeakOscState& live) const {
     PriceRuns longest = {0.0, 0.0};
-    const double high = live.highs.Newest(), low = live.lows.Newest();
-    for (int lag = std::max(std::min(lagFrom, lagTo), 1); lag <= LongestLag(); ++lag) {
-        const double root = std::sqrt(lag);
-        longest.up = LongerRun(longest.up, high, live.lows.Newest(lag), root);
-        longest.down = LongerRun(longest.down, live.highs.Newest(lag), low, root);
-    }
+    const HighLow now = live.bars.Newest();
+    int lag = std::max(std::min(lagFrom, lagTo), 1);
+    const auto compare = [&](const HighLow& bar) {
+        const double root = std::sqrt(lag++);
+        longest.up = LongerRun(longest.up, now.high, bar.low, root);
+        longest.down = LongerRun(longest.down, bar.high, now.low, root);
+    };
+    live.bars.NewestFirst(std::max(LongestLag() - lag + 1, 0), compare, lag);
     return longest;
 }
 

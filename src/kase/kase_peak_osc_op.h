@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/described.h"
-#include "frame/sliding_array.h"
+#include "frame/history_ring.h"
 #include "steps/guarded_value.h"
 #include "steps/set_step_ma.h"
 
@@ -16,13 +16,18 @@ struct PriceRuns {
     double down = UndefinedValue;
 };
 
+// It has no initialisers, so that making a ring doesn't write to all of its cells.
+struct HighLow {
+    double high;
+    double low;
+};
+
 struct KasePeakOscState {
-    SlidingArray<double> highs;  // of the recent bars, oldest first, gaps included
-    SlidingArray<double> lows;   // of the same bars
-    GuardedValue close;          // of the last bar
-    PriceRuns runs;              // those measured last, in units of volatility
-    GuardedValue last;           // oscillator of the last bar
-    GuardedValue secondLast;     // oscillator of the bar before that
+    BasicHistoryRing<HighLow> bars;  // the recent ones, gaps included
+    GuardedValue close;              // of the last bar
+    PriceRuns runs;                  // those measured last, in units of volatility
+    GuardedValue last;               // oscillator of the last bar
+    GuardedValue secondLast;         // oscillator of the bar before that
 };
 
 // Standard deviation of the last `count` values, from their sum and the sum of their squares. Gaps are left out.

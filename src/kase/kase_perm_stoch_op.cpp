@@ -11,7 +11,7 @@ double ValueOrPrevious(double value, double previous) { return IsUndefined(value
 // One stage of a line: blends `value` with the stage's own result `lag` bars back. The first `lag` values stand for the
 // results that are missing then, and give no result themselves.
 template <class Blend>
-double FeedBack(SlidingArray<double>& results, int lag, double value, Blend blend) {
+double FeedBack(HistoryRing& results, int lag, double value, Blend blend) {
     if (results.Size() < lag) {
         results.Push(value);
         return UndefinedValue;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/described.h"
-#include "frame/sliding_array.h"
+#include "frame/history_ring.h"
 #include "kase/slow_lines.h"
 
 #include <tuple>
@@ -9,9 +9,9 @@
 namespace sarvane {
 
 struct KasePermStochState {
-    KaseBar previous;                  // last bar that was used
-    SlidingArray<double> firstBlend;   // the last `lag` results of the first blend
-    SlidingArray<double> secondBlend;  // the last `lag` results of the second blend
+    KaseBar previous;         // last bar that was used
+    HistoryRing firstBlend;   // the last `lag` results of the first blend
+    HistoryRing secondBlend;  // the last `lag` results of the second blend
 };
 
 // KasePermStoch( bar, rangeFactor, lag) gives two slow stochastic lines, from 0 to 100:

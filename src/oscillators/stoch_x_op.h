@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/described.h"
-#include "frame/sliding_array.h"
+#include "frame/history_ring.h"
 #include "steps/guarded_value.h"
 #include "steps/set_step_ma.h"
 
@@ -28,7 +28,7 @@ struct StochXLines {
 };
 
 struct StochXState {
-    using History = SlidingArray<GuardedValue>;  // oldest first
+    using History = BasicHistoryRing<GuardedValue>;  // oldest first
 
     StochXPrices previous = {UndefinedValue, UndefinedValue, UndefinedValue};  // of the last bar that was used
     StochXLines lines;                                                         // on that bar

@@ -26,7 +26,7 @@ STDMETHODIMP CEventOffset::Reset(int, const double*) {
     EventOffsetState& live = states.Live();
     live.offset = UndefinedValue;
     live.seen = false;
-    live.gaps.Clear();
+    live.events.Clear();
     return S_OK;
 }
 
@@ -46,18 +46,15 @@ STDMETHODIMP CEventOffset::Calculate(int, const double* in, int, double* out) {
 
 // A missing input is a bar without an event, so that the offset goes on growing.
 void CEventOffset::UpdateOffset(EventOffsetState& live, double value) const {
-    PlainRing& gaps = live.gaps;
     if (!IsUndefined(value)) live.seen = true;
-    if (gaps.Size() > 0) gaps.Newest() += 1.0;
+    ++live.bars;
     if (!IsEvent(value)) {
         if (!IsUndefined(live.offset)) live.offset += 1.0;
         return;
     }
-    PushReplacing(gaps, 0.0, eventCount);
-    live.offset = UndefinedValue;
-    if (gaps.Size() != eventCount) return;
-    live.offset = 0.0;
-    for (int i = 0; i < eventCount; ++i) live.offset += gaps[i];
+    PushReplacing(live.events, live.bars, eventCount);
+    const bool isFull = live.events.Size() == eventCount;
+    live.offset = isFull ? static_cast<double>(live.bars - live.events[0]) : UndefinedValue;
 }
 
 }  // namespace sarvane

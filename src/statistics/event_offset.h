@@ -1,15 +1,15 @@
 #pragma once
 
 #include "frame/described.h"
-#include "frame/plain_ring.h"
+#include "frame/history_ring.h"
 
 namespace sarvane {
 
 struct EventOffsetState {
-    double offset = UndefinedValue;  // bars since the event that is looked for; undefined before there are so many
-    bool seen = false;               // whether any input was defined
-    PlainRing
-        gaps;  // for each of the last `eventCount` events the bars up to the next event, or up to now for the newest
+    double offset = UndefinedValue;      // bars since the event that is looked for; undefined before there are so many
+    bool seen = false;                   // whether any input was defined
+    long long bars = 0;                  // since the operator was made
+    BasicHistoryRing<long long> events;  // by `bars`: when each of the last `eventCount` events was
 };
 
 // EventOffsetOp( curve, eventCount, flagBars, maxOffset) tells how many bars ago an event was. A bar is an event if the

@@ -1,10 +1,15 @@
 #pragma once
 
 #include "frame/described.h"
+#include "frame/ordered_window.h"
 #include "frame/window_state.h"
 #include "statistics/sorted_containers.h"
 
 namespace sarvane {
+
+struct MiddleState : WindowState {
+    OrderedWindow::Version version = OrderedWindow::Unknown;  // of `window`
+};
 
 // Middle( curve, period [, rankFromTop]) is the median of the last `period` values, or with `rankFromTop` the value at
 // that place, 1 being the highest. The first outputs are those of fewer than `period` values, from the first bar on. A
@@ -29,17 +34,19 @@ class CMiddleOp : public Described<CMiddleOp> {
 
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
-    STDMETHODIMP Reset(int count, const double* seed) override { return states.Live().Reset(count, seed); }
+    STDMETHODIMP Reset(int count, const double* seed) override;
     STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
-    double Select(const HistoryRing& window, int wanted);
+    double Step(MiddleState& live, double value, int wanted);
+    double SelectFromBag(const HistoryRing& window, int count);
 
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
     int rankFromTop = UndefinedParam;
-    StateStore<WindowState> states;
-    SortedBagAsVector<double> bag{1, 1};  // filled anew on every bar; a member so that its memory is reused
+    StateStore<MiddleState> states;
+    OrderedWindow order;                  // of the values that a place is taken from
+    SortedBagAsVector<double> bag{1, 1};  // a member so that its memory is reused
 };
 
 }  // namespace sarvane

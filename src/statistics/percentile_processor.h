@@ -1,17 +1,19 @@
 #pragma once
 
-#include "frame/plain_ring.h"
+#include "frame/ordered_window.h"
 #include "sarvane/values.h"
-#include "statistics/value_counts.h"
 
 #include <vector>
 
 namespace sarvane {
 
-// What a snapshot saves of a processor: the values of its window twice, in order of arrival and in ascending order.
+// What a snapshot saves of a processor.
 struct PercentileSnapshot {
-    PlainRing arrivals;
-    ValueCounts ordered;
+    HistoryRing arrivals;                                     // the window, oldest value first
+    OrderedWindow::Version version = OrderedWindow::Unknown;  // of `arrivals`
+    // 0.0 and -0.0 are equal: the one that came when the window had neither stands for both, even once it has left.
+    int zeros = 0;
+    double zero = 0.0;
 };
 
 // Keeps percentiles of the last `windowSize` values. A percentile is given as a fraction: 0.0 is the lowest value, 1.0
@@ -35,7 +37,7 @@ public:
     // Adds a value to the window, unless it is UndefinedValue, a NaN or infinite. Gives the number of values in the
     // window.
     uint AddValue(double value);
-    double GetResult(int id) const { return IsKnown(id) ? At(id).result : UndefinedValue; }
+    double GetResult(int id);
     void Reset();
 
     const PercentileSnapshot& GetSnapshot() const { return live; }
@@ -50,17 +52,22 @@ private:
 
     bool IsKnown(int id) const { return id >= 0 && static_cast<std::size_t>(id) < percentiles.size(); }
     const Percentile& At(int id) const { return percentiles[static_cast<std::size_t>(id)]; }
-    bool HasResults() const { return live.ordered.Size() >= minCount && live.ordered.Size() > 0; }
+    uint Size() const { return static_cast<uint>(live.arrivals.Size()); }
+    bool HasResults() const { return Size() >= minCount && Size() > 0; }
+    double ValueAt(uint rank) const;
     double ResultFor(double fraction) const;
     void WorkOutResults();
-    void DropOldest();
+    void BringUpToDate();
+    double DropOldest();
     void ClearWindow();
 
     uint windowSize = 100;
     uint minCount = 100;
     bool interpolate = true;
     std::vector<Percentile> percentiles;
+    bool isUpToDate = true;  // the results are those of the window
     PercentileSnapshot live;
+    OrderedWindow ordered;  // the values of `live`; those of an earlier window between a restore and the next value
 };
 
 }  // namespace sarvane

@@ -80,19 +80,34 @@ constexpr ValueKind Kinds[] = {
 };
 constexpr int KindCount = std::size(Kinds);
 
-// The extreme of the last `period` entries, or of all while there are fewer: the highest if `isBeyond` means above, the
-// lowest if it means below. `before` is the extreme one bar ago. The window is searched only if the entry that has just
+using Bars = BasicHistoryRing<BarPrices>;
+
+// The price `back` bars before the newest bar, UndefinedValue if there is none.
+double PriceAt(const Bars& bars, BarPrice price, int back) {
+    return back < bars.Size() ? bars.Newest(back)[price] : UndefinedValue;
+}
+
+template <class Beyond>
+double SearchedExtreme(const Bars& bars, BarPrice price, int period, Beyond isBeyond) {
+    double extreme = bars.Newest(period - 1)[price];
+    bars.OldestFirst(
+        period, [&](const BarPrices& bar) { extreme = isBeyond(bar[price], extreme) ? bar[price] : extreme; },
+        bars.Size() - period);
+    return extreme;
+}
+
+// The extreme of the last `period` prices, or of all while there are fewer: the highest if `isBeyond` means above, the
+// lowest if it means below. `before` is the extreme one bar ago. The window is searched only if the price that has just
 // left it may have been that extreme.
 template <class Beyond>
-double UpdatedExtreme(const SlidingArray<double>& list, int period, double before, Beyond isBeyond) {
-    if (list.Size() == 0) return UndefinedValue;
-    const double newest = list.Newest();
-    if (period < 2) return newest;
+double UpdatedExtreme(const Bars& bars, BarPrice price, int period, double before, Beyond isBeyond) {
+    const double newest = bars.Newest()[price];
+    if (period < 2 || IsUndefined(newest)) return newest;
     const double extreme = IsUndefined(before) || isBeyond(newest, before) ? newest : before;
-    if (list.Size() <= period) return extreme;
-    const double left = list.Newest(period);
+    const double left = PriceAt(bars, price, period);
+    if (IsUndefined(left)) return extreme;
     const bool search = left == extreme || isBeyond(left, extreme);
-    return search ? *std::min_element(list.end() - period, list.end(), isBeyond) : extreme;
+    return search ? SearchedExtreme(bars, price, period, isBeyond) : extreme;
 }
 
 }  // namespace
@@ -108,7 +123,7 @@ int CSetStepValue::Configure(int newKind, int newDirection, int newPeriod) {
 int CSetStepValue::Reset() {
     StepValueRecord& live = records.Live();
     live.extremes = {NoPrices, NoPrices};
-    for (auto& list : live.lists) list.Clear();
+    live.bars.Clear();
     return 1;
 }
 
@@ -117,27 +132,24 @@ double CSetStepValue::Step(const BarPrices& in) {
     StepValueRecord& live = records.Live();
     isCurrent = {};
     const BarPrices bar = WithGapsFilled(live.previous, in.data());
-    for (const BarPrice price : {OpenPrice, HighPrice, LowPrice, ClosePrice}) {
-        if (!IsUndefined(bar[price])) live.lists[price].Push(bar[price]);
-    }
+    live.bars.Push(bar);
     const double value = ValueOf(bar);
-    for (auto& list : live.lists) {
-        if (list.Size() - 1 > period) list.PopFront();
-    }
+    if (live.bars.Size() - 1 > period) live.bars.PopFront();
     live.previous = bar;
     return value;
 }
 
 double CSetStepValue::ValueOf(const BarPrices& bar) {
-    const SlidingArray<double>& closes = records.Live().lists[ClosePrice];
-    const double priorClose = closes.Size() > period ? closes.Newest(period) : bar[ClosePrice];
+    // Kept up to date for any kind, since the kind can change between two bars.
     BarPrices merged = period > 1 ? Merged(bar) : bar;
     if (kind < 0 || kind >= KindCount) return UndefinedValue;
     const ValueKind& wanted = Kinds[kind];
     if (!wanted.formula) return Extreme(direction != 0 ? wanted.first : wanted.second);
     if (wanted.ofTrueBar) {
-        merged[HighPrice] = Greater(merged[HighPrice], priorClose);
-        merged[LowPrice] = Lesser(merged[LowPrice], priorClose);
+        const double priorClose = PriceAt(records.Live().bars, ClosePrice, period);
+        const double close = IsUndefined(priorClose) ? bar[ClosePrice] : priorClose;
+        merged[HighPrice] = Greater(merged[HighPrice], close);
+        merged[LowPrice] = Lesser(merged[LowPrice], close);
     }
     return wanted.formula(merged);
 }
@@ -145,19 +157,18 @@ double CSetStepValue::ValueOf(const BarPrices& bar) {
 // Merges the last `period` bars into one, or as many as there are. Its open is that of the oldest bar, once there are
 // `period` bars, and that of the newest until then.
 BarPrices CSetStepValue::Merged(const BarPrices& bar) {
-    const SlidingArray<double>& opens = records.Live().lists[OpenPrice];
-    return {opens.Size() >= period ? opens.Newest(period - 1) : bar[OpenPrice], Extreme(HighestHigh),
-            Extreme(LowestLow), bar[ClosePrice]};
+    const double open = PriceAt(records.Live().bars, OpenPrice, period - 1);
+    return {IsUndefined(open) ? bar[OpenPrice] : open, Extreme(HighestHigh), Extreme(LowestLow), bar[ClosePrice]};
 }
 
 // Each extreme is worked out at most once a bar.
 double CSetStepValue::Extreme(WindowExtreme wanted) {
     const auto [price, side] = wanted;
-    const SlidingArray<double>& list = records.Live().lists[price];
+    const Bars& bars = records.Live().bars;
     double& extreme = records.Live().extremes[side][price];
     if (!isCurrent[side][price]) {
-        extreme = side == Highest ? UpdatedExtreme(list, period, extreme, std::greater<>())
-                                  : UpdatedExtreme(list, period, extreme, std::less<>());
+        extreme = side == Highest ? UpdatedExtreme(bars, price, period, extreme, std::greater<>())
+                                  : UpdatedExtreme(bars, price, period, extreme, std::less<>());
         isCurrent[side][price] = true;
     }
     return extreme;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/bar_inputs.h"
-#include "frame/sliding_array.h"
+#include "frame/history_ring.h"
 #include "frame/state_store.h"
 
 namespace sarvane {
@@ -20,7 +20,8 @@ struct StepValueRecord {
     BarPrices previous = NoPrices;  // last defined price of each kind; a reset keeps them
     // By ExtremeSide and BarPrice: extremes of the window on the last bar that needed them.
     std::array<BarPrices, 2> extremes = {NoPrices, NoPrices};
-    std::array<SlidingArray<double>, 4> lists;  // by BarPrice: the last `period` + 1 prices, oldest first
+    // The last `period` + 1 bars, gaps filled. A price is undefined only in the oldest ones, before its first value.
+    BasicHistoryRing<BarPrices> bars;
 };
 
 // Turns a bar into the one number that a compound operator wants from it: a price, a mean, a range, or an extreme of

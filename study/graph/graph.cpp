@@ -94,9 +94,13 @@ HRESULT Graph::Reset(const RunStart& start) {
 }
 
 HRESULT Graph::Step(const double* row, int bar) {
+    std::copy_n(row, columns, values.begin());
+    return Step(bar);
+}
+
+HRESULT Graph::Step(int bar) {
     if (isStopped) return E_OUTOFMEMORY;
     isStopped = true;
-    std::copy_n(row, columns, values.begin());
     double* const place = values.data();
     for (const auto& node : nodes) {
         if (const HRESULT status = node->Step(place, bar); FAILED(status)) return status;

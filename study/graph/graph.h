@@ -77,6 +77,9 @@ public:
     HRESULT Reset(const RunStart& start);
     // Takes in a bar, one value a column.
     HRESULT Step(const double* row, int bar);
+    // The same for a bar whose values the caller has written to Columns().
+    HRESULT Step(int bar);
+    double* Columns() { return values.data(); }
     // Copy the running state to a snapshot and back. Slot 0 is the running state itself. S_FALSE, with nothing done, for
     // a negative slot and one that was not saved.
     HRESULT Save(short slot);

@@ -1,10 +1,22 @@
 #include "graph/operator_node.h"
 
+#include <algorithm>
+
 namespace sarvane::study {
+namespace {
+
+bool AreInARow(const std::vector<Place>& places) {
+    const auto isGap = [](Place a, Place b) { return b != a + 1; };
+    return !places.empty() && std::ranges::adjacent_find(places, isGap) == places.end();
+}
+
+}  // namespace
+
 OperatorNode::OperatorNode(ComPtr<IZelmorOp> created, bool hasSnapshots, std::vector<Place> inputs,
                            std::size_t outputCount, Place to)
     : op(std::move(created)), sources(std::move(inputs)), in(sources.size(), UndefinedValue),
-      outCount(static_cast<int>(outputCount)), output(to), keepsSnapshots(hasSnapshots) {
+      readsInPlace(hasSnapshots && AreInARow(sources)), outCount(static_cast<int>(outputCount)), output(to),
+      keepsSnapshots(hasSnapshots) {
     op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
 }
 
@@ -21,12 +33,19 @@ HRESULT OperatorNode::Reset(const RunStart& start) {
                  : op->Reset(count, in.data());
 }
 
+// Restoring an operator without snapshots looks at the last inputs, so these are copied.
+const double* OperatorNode::Inputs(const double* values) {
+    if (readsInPlace) return values + sources.front();
+    for (std::size_t i = 0; i < in.size(); ++i) in[i] = values[sources[i]];
+    return in.data();
+}
+
 HRESULT OperatorNode::Step(double* values, int bar) {
-    const std::size_t count = in.size();
-    for (std::size_t i = 0; i < count; ++i) in[i] = values[sources[i]];
+    const double* const inputs = Inputs(values);
+    const int count = static_cast<int>(in.size());
     steppedSinceSave = true;
-    return barOp ? barOp->CalculateBar(bar, static_cast<int>(count), in.data(), outCount, values + output)
-                 : op->Calculate(static_cast<int>(count), in.data(), outCount, values + output);
+    return barOp ? barOp->CalculateBar(bar, count, inputs, outCount, values + output)
+                 : op->Calculate(count, inputs, outCount, values + output);
 }
 
 HRESULT OperatorNode::Save(short slot) {

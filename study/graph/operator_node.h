@@ -23,10 +23,13 @@ public:
     void SetPriceStep(double step) override;
 
 private:
+    const double* Inputs(const double* values);
+
     ComPtr<IZelmorOp> op;
     ComPtr<IZelmorOp2> barOp;  // where the operator takes whole bars
     std::vector<Place> sources;
     std::vector<double> in;
+    bool readsInPlace;  // the inputs stand one behind the other among the values of the graph, and need no copy
     int outCount;
     Place output;
     bool keepsSnapshots;  // else restoring succeeds on any slot, and takes back the last bar

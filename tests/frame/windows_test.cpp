@@ -1,9 +1,10 @@
 #include "frame/extreme_place.h"
 #include "frame/history_ring.h"
-#include "frame/plain_ring.h"
-#include "frame/sliding_array.h"
+#include "frame/ordered_window.h"
 
+#include <algorithm>
 #include <cmath>
+#include <compare>
 #include <deque>
 #include <functional>
 #include <gtest/gtest.h>
@@ -12,18 +13,13 @@
 namespace sarvane {
 namespace {
 
-template <class Window>
-class Windows : public testing::Test {};
-using Types = testing::Types<HistoryRing, PlainRing, SlidingArray<double>>;
-TYPED_TEST_SUITE(Windows, Types);
-
-TYPED_TEST(Windows, MatchDeques) {
+TEST(Windows, MatchDeques) {
     std::mt19937 random(1);
-    TypeParam windows[3];
+    HistoryRing windows[3];
     std::deque<double> expected[3];
     for (int step = 0; step < 50000; ++step) {
         const auto target = random() % 3, source = random() % 3, action = random() % 64;
-        TypeParam &window = windows[target], &other = windows[source];
+        HistoryRing &window = windows[target], &other = windows[source];
         std::deque<double>& contents = expected[target];
         if (action < 30) {
             contents.push_back(step);
@@ -32,10 +28,10 @@ TYPED_TEST(Windows, MatchDeques) {
             window.PopFront();
             if (!contents.empty()) contents.pop_front();
         } else if (action < 63) {
-            window = step % 2 ? other : TypeParam(other);
+            window = step % 2 ? other : HistoryRing(other);
             contents = expected[source];
         } else {
-            step % 2 ? window.Clear() : void(window = TypeParam());
+            step % 2 ? window.Clear() : void(window = HistoryRing());
             contents.clear();
         }
         for (int n = 0; n < 3; ++n) {
@@ -45,22 +41,22 @@ TYPED_TEST(Windows, MatchDeques) {
                 ASSERT_EQ(&windows[n][i], &windows[n].Newest(windows[n].Size() - 1 - i)) << step;
             }
             ASSERT_EQ(held, expected[n]) << step;
-            if constexpr (requires { windows[n].OldestFirst(0, [](double) {}); }) {
-                const int skipped = step % 3 % (windows[n].Size() + 1), count = windows[n].Size() - skipped;
-                std::deque<double> oldestFirst, newestFirst;  // without the ends that are skipped
-                windows[n].OldestFirst(count, [&](double value) { oldestFirst.push_back(value); }, skipped);
-                windows[n].NewestFirst(count, [&](double value) { newestFirst.push_front(value); }, skipped);
-                ASSERT_EQ(oldestFirst, std::deque(held.begin() + skipped, held.end())) << step;
-                ASSERT_EQ(newestFirst, std::deque(held.begin(), held.end() - skipped)) << step;
-            }
+            const int skipped = step % 3 % (windows[n].Size() + 1), count = windows[n].Size() - skipped;
+            std::deque<double> oldestFirst, newestFirst;  // without the ends that are skipped
+            windows[n].OldestFirst(
+                count, [&](double value) { oldestFirst.push_back(value); }, skipped);
+            windows[n].NewestFirst(
+                count, [&](double value) { newestFirst.push_front(value); }, skipped);
+            ASSERT_EQ(oldestFirst, std::deque(held.begin() + skipped, held.end())) << step;
+            ASSERT_EQ(newestFirst, std::deque(held.begin(), held.end() - skipped)) << step;
         }
     }
 }
 
-TYPED_TEST(Windows, AreHeldToALength) {
-    TypeParam full, longer;
+TEST(Windows, AreHeldToALength) {
+    HistoryRing full, longer;
     for (const double element : {1, 2, 3}) full.Push(element);
-    const auto isHeld = [](const TypeParam& window, double oldest, int size) {
+    const auto isHeld = [](const HistoryRing& window, double oldest, int size) {
         return window[0] == oldest && window.Newest() == 4 && window.Size() == size;
     };
     PushWithin(longer = full, 4.0, 3);
@@ -90,6 +86,40 @@ TEST(ExtremePlace, IsThatOfASearch) {
         for (int i = 1; i < window.Size(); ++i) expected = window[i] > window[expected] ? i : expected;
         const auto hasOrder = [](double element) { return !std::isnan(element); };
         ASSERT_EQ(place.Follow(window, std::greater<>(), hasOrder), window.Size() - 1 - expected) << step;
+    }
+}
+
+// A window that grows and slides, whose order is that of part of it at times, and which goes back to an earlier state or
+// to a changed one. Some values are equal, or zeros of both signs.
+TEST(OrderedWindow, IsThatOfASort) {
+    struct State {
+        HistoryRing window;
+        OrderedWindow::Version version = OrderedWindow::Unknown;
+    };
+    std::mt19937 random(1);
+    State live, snapshots[3];
+    OrderedWindow order;
+    for (int step = 0; step < 50000; ++step) {
+        const auto action = random() % 64;
+        if (action < 32) live = snapshots[action % 4 % 3];
+        if (action % 4 == 0) snapshots[action / 8 % 3] = live;
+        if (action == 63) live = {.window = {}, .version = OrderedWindow::Unknown};
+        const double value = random() % 8 ? static_cast<double>(random() % 40) - 20.0 : -0.0;
+        std::optional<double> dropped;
+        if (live.window.Size() >= 12) dropped = live.window[0];
+        PushWithin(live.window, value, 12);
+        const int left = step % 700 < 600 ? 0 : static_cast<int>(random() % 3);  // newest values that are left out
+        live.version = order.Follow(live.version, live.window, std::max(live.window.Size() - left, 0), dropped);
+        if (action < 8) live.version = order.Order((live = snapshots[0]).version, live.window);
+        std::vector<double> expected, found;
+        for (int i = 0; i < order.Size(); ++i) {
+            expected.push_back(live.window[i]);
+            found.push_back(order[i]);
+        }
+        std::ranges::sort(expected, [](double a, double b) { return std::strong_order(a, b) < 0; });
+        ASSERT_TRUE(std::ranges::equal(found, expected, [](double a, double b) {
+            return std::strong_order(a, b) == 0;
+        })) << step;
     }
 }
 

@@ -1,4 +1,3 @@
-#include "support/allocation_counter.h"
 #include "support/operator_driver.h"
 
 #include <algorithm>
@@ -109,21 +108,6 @@ TEST(MedianOp, AgreesWithSortedWindow) {
                            "bar " + std::to_string(bar));
         }
     }
-}
-
-// The tree grows two levels deep over rising values, loses its nodes from the lowest on, and shrinks to one value.
-// Nodes that were not given back would add up.
-TEST(MedianOp, AllocatesNothingWhileItsTreeGrowsAndShrinks) {
-    OperatorDriver op("MedOp");
-    op.Set(1, "400");
-    std::size_t before = 0;
-    for (int bar = 0; bar < 200 * 1600; ++bar) {
-        if (bar == 1600) before = AllocationCount();
-        const double value = std::min(bar % 1600, 1200);
-        double out[3];
-        op->Calculate(1, &value, 3, out);
-    }
-    EXPECT_EQ(AllocationCount(), before);
 }
 
 }  // namespace

@@ -53,5 +53,15 @@ TEST(SetStepValue, Kinds) {
     }
 }
 
+TEST(SetStepValue, KeepsItsRangeWhileAnotherKindIsAskedFor) {
+    CSetStepValue step;
+    double value = 0.0;
+    for (const auto& [kind, price] : {std::pair(16, 9.0), {27, 3.0}, {27, 1.0}, {16, 2.0}}) {
+        step.Configure(kind, 1, 2);
+        value = step.Step({price, price, price, price});
+    }
+    EXPECT_EQ(value, 2.0);
+}
+
 }  // namespace
 }  // namespace sarvane::test
