@@ -240,7 +240,7 @@ void RunLive(const Library& library, const FollowSettings& settings, TableOutput
                                       settings.snapshotDistance, std::move(show), SeriesSettings().mostSnapshots,
                                       std::move(times), settings.alerts.conditions);
     };
-    const auto wanted = [&](const std::vector<std::string>& titles) {
+    const auto wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>&) {
         std::vector<std::string> all = settings.expressions;
         all.insert(all.end(), settings.alerts.conditions.begin(), settings.alerts.conditions.end());
         return WantedBy(library, titles, all, settings.run.operators);

@@ -45,7 +45,7 @@ FileResult ScanFile(const Library& library, const ScanSettings& settings, const 
     for (const std::string& hidden : {settings.where, settings.sortBy}) {
         if (!hidden.empty()) all.push_back(hidden);
     }
-    reading.wanted = [&](const std::vector<std::string>& titles) {
+    reading.wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>&) {
         return WantedBy(library, titles, all, settings.run.operators);
     };
     const BarFile bars(file, reading);

@@ -1,23 +1,17 @@
 #include "study.h"
 
 #include "failure.h"
-#include "language/parser.h"
 
 namespace sarvane::study {
 
 std::vector<bool> WantedBy(const Library& library, const std::vector<std::string>& titles,
-                           const std::vector<std::string>& expressions, const OperatorSettings& settings,
-                           bool wholeBars) {
+                           const std::vector<std::string>& expressions, const OperatorSettings& settings) {
     Compiler compiler(library.Studies(), titles);
     for (const std::string& expression : expressions) {
         if (const auto problem = compiler.Add(expression, {settings, true})) FailWith(*problem, expression);
     }
     std::vector<bool> wanted(titles.size(), false);
     for (const std::size_t used : compiler.Compiled().UsedColumns()) wanted[used] = true;
-    for (std::size_t i = 0; wholeBars && i < titles.size(); ++i) {
-        for (const std::string_view name : {"open", "high", "low", "close"})
-            if (EqualIgnoringCase(titles[i], name)) wanted[i] = true;
-    }
     return wanted;
 }
 

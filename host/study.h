@@ -22,11 +22,9 @@ struct Result : ResultColumn {
     const std::string* text = nullptr;  // in the place of a number
 };
 
-// Which columns expressions read; with `wholeBars` also those of a bar. Fails with the place of what is wrong with an
-// expression.
+// Which columns expressions read. Fails with the place of what is wrong with an expression.
 std::vector<bool> WantedBy(const Library& library, const std::vector<std::string>& titles,
-                           const std::vector<std::string>& expressions, const OperatorSettings& settings,
-                           bool wholeBars = false);
+                           const std::vector<std::string>& expressions, const OperatorSettings& settings);
 
 // Expressions over a file of bars, run bar by bar.
 class Study {

@@ -74,7 +74,7 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
 std::vector<std::string> ReadColumns(const std::filesystem::path& path, const LayoutSettings& settings) {
     ByteSource source(path);
     std::vector<std::string> columns;
-    RowReader reader(source.Name(), settings, [&](const std::vector<std::string>& titles) {
+    RowReader reader(source.Name(), settings, [&](const std::vector<std::string>& titles, const std::vector<bool>&) {
         columns = titles;
         return std::vector<bool>(titles.size(), false);
     });

@@ -114,6 +114,11 @@ std::string ColumnName(char delimiter) {
     }
 }
 
+bool IsPrice(std::string_view title) {
+    const std::string_view name = StandardName(title);
+    return name == "open" || name == "high" || name == "low" || name == "close";
+}
+
 // Finds out about one file, step by step.
 class Finder {
 public:
@@ -409,7 +414,7 @@ private:
             if (column.name.empty()) column.role = Role::Other;
             const auto cells = CellsIn(i);
             const auto isNumber = [&](std::string_view cell) { return ReadNumber(cell, layout.numbers).has_value(); };
-            if (!StandardName(column.name).empty() || cells.empty() || std::ranges::any_of(cells, isNumber)) continue;
+            if (IsPrice(column.name) || cells.empty() || std::ranges::any_of(cells, isNumber)) continue;
             column.example = cells.front();
         }
     }

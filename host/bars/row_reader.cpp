@@ -130,7 +130,7 @@ void RowReader::TakeLayout(Layout found) {
         columns.push_back(i);
         isWanted.push_back(found.columns[i].example.empty());
     }
-    if (wanted) isWanted = wanted(titles);
+    if (wanted) isWanted = wanted(titles, isWanted);
     uses.assign(found.columns.size(), Skipped);
     uses[found.timeColumn] = Time;
     if (found.clockColumn) uses[*found.clockColumn] = Clock;

@@ -26,9 +26,10 @@ struct BarRow {
     std::vector<double> values;  // by column
 };
 
-// Which columns of numbers are wanted of those that a file has. The others are not read, so that it does not matter what
-// their cells hold.
-using WantedColumns = std::function<std::vector<bool>(const std::vector<std::string>& titles)>;
+// Which columns are wanted of those that a file has. The others are not read, so that it does not matter what their cells
+// hold. `hasNumbers` tells of each whether it seems to hold numbers.
+using WantedColumns =
+    std::function<std::vector<bool>(const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers)>;
 
 // Turns text, piece by piece as it comes, into rows of bars. A row is a line; empty lines count, but are none. The layout
 // of the text is found out from its first lines.

@@ -46,8 +46,14 @@ Library LibraryOptions::Load() const {
 BarFile StudyOptions::ReadBars(const Library& loaded, bool wholeBars) const {
     ReadSettings settings = reading;
     settings.tell = Tell;
-    settings.wanted = [&](const std::vector<std::string>& titles) {
-        return WantedBy(loaded, titles, expressions, run.operators, wholeBars);
+    settings.wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
+        std::vector<bool> wanted = WantedBy(loaded, titles, expressions, run.operators);
+        for (std::size_t i = 0; wholeBars && i < titles.size(); ++i) {
+            const std::string_view name = StandardName(titles[i]);
+            const bool isPrice = name == "open" || name == "high" || name == "low" || name == "close";
+            if (isPrice || (name == "volume" && hasNumbers[i])) wanted[i] = true;
+        }
+        return wanted;
     };
     if (barFile != "-") RefuseAsStandardOutput(PathOf(barFile));
     return BarFile(PathOf(barFile), settings);

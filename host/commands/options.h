@@ -29,7 +29,8 @@ struct StudyOptions {
     ReadSettings reading = {};
     RunSettings run = {};
 
-    // Of the columns, those that the expressions read; with `wholeBars` also open, high, low and close.
+    // Of the columns, those that the expressions read; with `wholeBars` also open, high, low,
+    // close, and volume if it holds numbers.
     BarFile ReadBars(const Library& loaded, bool wholeBars = false) const;
     // Adds the expressions to `study` and tells the user what is odd about them.
     void AddTo(Study& study, bool allOutputs) const;

@@ -126,7 +126,7 @@ TEST(Layout, IsFoundForTheFilesOfManySources) {
         SCOPED_TRACE(known.name);
         ReadSettings settings;
         std::vector<std::string> titles;
-        settings.wanted = [&](const std::vector<std::string>& all) {
+        settings.wanted = [&](const std::vector<std::string>& all, const std::vector<bool>&) {
             std::vector<bool> wanted;
             for (const std::string& title : all) {
                 const std::string_view name = StandardName(title);
@@ -197,7 +197,7 @@ TEST(Layout, LeavesTextsAloneThatNobodyAsksFor) {
     const auto read = [&](std::vector<bool> wanted, bool textIsGap) {
         ReadSettings settings;
         settings.layout.textIsGap = textIsGap;
-        settings.wanted = [&](const std::vector<std::string>&) { return wanted; };
+        settings.wanted = [&](const std::vector<std::string>&, const std::vector<bool>&) { return wanted; };
         const BarFile bars(file.Path(), settings);
         return fmt::format("{} {}", fmt::join(bars.Columns(), ","), bars.Value(0, 0) == UndefinedValue ? "gap" : "number");
     };
