@@ -36,22 +36,31 @@ function candlePoints({open, high, low, close}) {
   });
 }
 
-// A stop turns when it jumps over the price. Gives its values below the price and those above it, null for a curve that
-// is no stop: it stays on one side, or the price crosses it where it stands still.
+// The two other outputs of a stop's expression that it changes between: on every bar it equals one of them. The lower one
+// comes first. Null for a curve that is none.
+function stopsBehind(curve) {
+  if (curve.drawing !== 'step') return null;
+  const others = study.studies.filter(other =>
+    other.expression === curve.expression && other.name !== curve.name && other.drawing === 'step');
+  if (others.length !== 2 || !curve.values.some(isDrawn)) return null;
+  const isOneOf = (value, bar) => value === null || others.some(other => other.values[bar] === value);
+  const isChanging = others.every(other => curve.values.some((value, bar) => value !== null && value !== other.values[bar]));
+  if (!curve.values.every(isOneOf) || !isChanging) return null;
+  let balance = 0;
+  for (let bar = 0; bar < barCount; ++bar) balance += (others[0].values[bar] ?? 0) > (others[1].values[bar] ?? 0) ? 1 : -1;
+  return balance > 0 ? others.reverse() : others;
+}
+
+// The values of a stop while it is the lower one, and while it is the upper one. Null for a curve that is no stop.
 function sidesOfStop(curve) {
-  if (curve.drawing !== 'step' || curve.pane !== 0 || !priceValues) return null;
-  const known = bar => isDrawn(curve.values[bar]) && isDrawn(priceValues[bar]);
-  const isBelow = bar => curve.values[bar] <= priceValues[bar];
-  let turns = 0, jumps = 0;
-  for (let bar = 1; bar < barCount; ++bar) {
-    if (!known(bar) || !known(bar - 1) || isBelow(bar) === isBelow(bar - 1)) continue;
-    ++turns;
-    jumps += curve.values[bar] !== curve.values[bar - 1];
+  const behind = stopsBehind(curve);
+  if (!behind) return null;
+  const isLower = [];
+  for (const [bar, value] of curve.values.entries()) {
+    const equal = behind.map(stop => stop.values[bar] === value);
+    isLower.push(equal[0] === equal[1] ? isLower.at(-1) ?? true : equal[0]);
   }
-  const keep = below => curve.values.map((value, bar) => known(bar) && isBelow(bar) === below ? value : null);
-  const [longs, shorts] = [keep(true), keep(false)];
-  const fewest = Math.min(...[longs, shorts].map(values => values.filter(isDrawn).length));
-  return jumps > 0 && jumps >= 0.9 * turns && fewest >= 0.1 * curve.values.filter(isDrawn).length ? [longs, shorts] : null;
+  return [true, false].map(lower => curve.values.map((value, bar) => isLower[bar] === lower ? value : null));
 }
 
 // Names that tell the curves of an expression apart: the beginning of the meaning, with the output's name where two
@@ -60,6 +69,6 @@ function shortMeaning(curve) {
   const beginning = ({meaning}) => meaning.split(/[:;,(]/)[0].trim();
   if (!curve.meaning || !curve.name) return curve.name;
   const isShared = study.studies.some(other =>
-    other !== curve && other.expression === curve.expression && beginning(other) === beginning(curve));
+    other.name !== curve.name && other.expression === curve.expression && beginning(other) === beginning(curve));
   return isShared ? `${beginning(curve)} (${curve.name})` : beginning(curve);
 }

@@ -20,8 +20,8 @@ function addStandIns() {
   return addSeries(charts.LineSeries, points, 0, {lastValueVisible: false}, () => ({color: 'transparent'}));
 }
 
-const markers = labelHost && study.labels.length ? charts.createSeriesMarkers(labelHost, []) : null;
-const strayMarkers = standIns.size ? charts.createSeriesMarkers(addStandIns(), []) : null;
+const markers = labelHost && study.labels.length ? charts.createSeriesMarkers(labelHost, [], {autoScale: false}) : null;
+const strayMarkers = standIns.size ? charts.createSeriesMarkers(addStandIns(), [], {autoScale: false}) : null;
 const hiddenLabels = new Set();
 
 // Labels point up or down where an operator has both kinds.

@@ -21,7 +21,7 @@ function addChip(row, {colorNames = [], name, title, read, toggle}) {
 }
 
 function addPrices() {
-  const row = element(legends[0], 'div', 'row');
+  const row = element(legends[0], 'div', 'row prices');
   const date = element(row, 'b', 'date');
   const shown = isCandles ? {open: 'O', high: 'H', low: 'L', close: 'C'} : {[priceName]: priceName};
   const prices = Object.entries(shown).map(([name, letter]) => {
@@ -105,8 +105,10 @@ function placeLegends() {
       placeBands(index, place);
       continue;
     }
-    const share = Math.min(0.6, (legends[index].offsetHeight + 2 * gap) / place.height);
-    const bottom = index === 0 && hasVolume ? 0.2 : 0.06;
+    const isLabelled = index === 0 && markers;
+    const labelRoom = isLabelled ? 45 : 0;  // the scale leaves no room for labels by itself
+    const share = Math.min(0.6, (legends[index].offsetHeight + 2 * gap + labelRoom) / place.height);
+    const bottom = index === 0 && hasVolume ? 0.2 : isLabelled ? 0.15 : 0.06;
     chart.priceScale('right', index).applyOptions({scaleMargins: {top: share, bottom}});
   }
 }

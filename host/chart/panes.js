@@ -60,8 +60,8 @@ function addHistogram(values, pane, colorName) {
   return addSeries(charts.HistogramSeries, points, pane, {base: 0}, () => ({color: color(colorName)}));
 }
 
-function addCandles(prices, pane, paint) {
-  return addSeries(charts.CandlestickSeries, candlePoints(prices), pane, {}, paint);
+function addCandles(prices, pane, paint, options = {}) {
+  return addSeries(charts.CandlestickSeries, candlePoints(prices), pane, options, paint);
 }
 
 // In the lowest fifth of the top pane, on a scale of its own.
@@ -82,7 +82,8 @@ const hasVolume = Boolean(priceSeries && study.volume?.some(isDrawn));
 // The series of a curve, drawn as its output is best drawn, and the colours that its legend shows.
 function addCurve(curve, colorName) {
   const {values, pane, drawing} = curve;
-  const lineWidth = pane === 0 && priceSeries ? 2 : 1.5;
+  const isBehindStop = study.studies.some(other => other.expression === curve.expression && stopsBehind(other)?.includes(curve));
+  const lineWidth = isBehindStop ? 1 : pane === 0 && priceSeries ? 2 : 1.5;
   if (drawing === 'band') {
     const row = study.studies.filter(other => other.pane === pane).indexOf(curve) + 1;
     return {series: [addBand(curve, row, bandRows(pane))], colorNames: []};
@@ -91,7 +92,7 @@ function addCurve(curve, colorName) {
     const candles = addCandles({...curve.bar, close: values}, pane, () => ({
       upColor: color('page'), downColor: color(colorName), borderUpColor: color(colorName),
       borderDownColor: color(colorName), wickUpColor: color(colorName), wickDownColor: color(colorName),
-    }));
+    }), {lastValueVisible: false});
     return {series: [candles], colorNames: [colorName]};
   }
   const sides = sidesOfStop(curve);
