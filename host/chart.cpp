@@ -154,8 +154,12 @@ public:
     }
 
     int Height() const {
-        constexpr int Frame = 90, TopPane = 400, Pane = 150;
-        return Frame + TopPane + Pane * static_cast<int>(paneCount - 1);
+        constexpr int Frame = 90, TopPane = 400, Pane = 150, Band = 26;
+        std::vector<int> bands(paneCount);
+        for (const Curve& curve : curves) bands[curve.pane] += curve.drawing == "band";
+        int height = Frame + TopPane;
+        for (std::size_t pane = 1; pane < paneCount; ++pane) height += std::max(Pane, Band * (bands[pane] + 1));
+        return height;
     }
 
     json Json(const ChartSettings& settings) const {
