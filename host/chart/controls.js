@@ -73,6 +73,12 @@ document.getElementById('title').textContent = study.title;
 document.getElementById('span').textContent = barCount === 0 ? 'no bars' :
   `${shortened(study.dates[0], 40)} – ${shortened(study.dates[barCount - 1], 40)}, ${barCount.toLocaleString('en')} bars`;
 
+const notice = barCount === 0 ? 'The file has no bars.' : !priceName && !curves.length ? 'The file has no price column.' : '';
+if (notice) {
+  main.style.minHeight = '220px';
+  element(main, 'p', '', notice).id = 'notice';
+}
+
 applyTheme();
 if (barCount > 0) {
   showBar(barCount - 1);

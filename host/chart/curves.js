@@ -2,11 +2,12 @@
 
 // The colour of a point is that of the line from it to the next point. The library draws this line over a gap too, so
 // that it is transparent there. The last point keeps its colour for the price axis.
-function linePoints(values) {
+// A step rises in the colour of the point that it rises to, so that after a gap it rises unseen, one bar early.
+function linePoints(values, isStep = false) {
   const last = values.findLastIndex(isDrawn);
   return values.map((value, bar) => {
     const time = times[bar];
-    if (!isDrawn(value)) return {time};
+    if (!isDrawn(value)) return isStep && isDrawn(values[bar + 1]) ? {time, value: values[bar + 1], color: 'transparent'} : {time};
     return bar === last || isDrawn(values[bar + 1]) ? {time, value} : {time, value, color: 'transparent'};
   });
 }

@@ -19,7 +19,7 @@ function csvCell(value) {
 // All digits of the bars in view.
 function visibleCsv() {
   const view = chart.timeScale().getVisibleLogicalRange();
-  const [first, last] = [Math.max(0, Math.ceil(view.from)), Math.min(barCount - 1, Math.floor(view.to))];
+  const [first, last] = view ? [Math.max(0, Math.ceil(view.from)), Math.min(barCount - 1, Math.floor(view.to))] : [0, -1];
   const columns = [
     ['date', study.dates],
     ...Object.entries(study.prices),

@@ -40,7 +40,7 @@ function addLine(values, pane, colorName, lineWidth, isStep) {
   const paint = () => ({color: color(colorName)});
   const add = (points, options) => addSeries(charts.LineSeries, points, pane, {lineWidth, lineType, ...options}, paint);
   // A line of a single point would be a dash.
-  const line = add(linePoints(values), {lineVisible: values.filter(isDrawn).length > 1});
+  const line = add(linePoints(values, isStep), {lineVisible: values.filter(isDrawn).length > 1});
   const dots = dotPoints(values);
   return dots.length === 0 ? [line] : [line, add(dots, {
     lineVisible: false, lastValueVisible: false, pointMarkersVisible: true, pointMarkersRadius: 1.5 * lineWidth,
