@@ -292,7 +292,7 @@ for (const {name, ...device} of devices) {
       return [bar, close, close + 3, close - 3, close + 1, gaps, lone].join();
     });
     fs.writeFileSync(file('holes.csv'), ['time,open,high,low,close,gaps,lone', ...lines, ''].join('\n'));
-    const page = await open(file('holes.csv'), ['Sim(Close, 20)', 'KaseCCSS(Bar)', 'Gaps', 'Lone'], device);
+    const page = await open(file('holes.csv'), ['Sim(Close, 20)', 'KaseCCSS(Bar)', 'Gaps', 'Gaps * 1', 'Lone', '--draw', 'Gaps=step'], device);
     const fresh = await browser.newPage(device);
 
     const clickOneOf = async selector => {
