@@ -1,6 +1,7 @@
 #include "chart.h"
 
 #include "chart_template.h"
+#include "description.h"
 #include "failure.h"
 #include "output_file.h"
 #include "path.h"
@@ -24,7 +25,10 @@ using nlohmann::json;
 struct Curve {
     const Result* result;
     std::string name;  // tells it from others of its expression
+    std::string_view drawing;
+    std::vector<const Result*> beside = {};  // of a bar: its open, high and low
     std::vector<double> values = {};
+    std::vector<std::vector<double>> besideValues = {};
     std::size_t pane = 0;  // counted from the top
 };
 
@@ -35,20 +39,34 @@ struct Label {
     bool pointsDown;
 };
 
-bool Names(const std::vector<const Result*>& results, std::string_view output) {
-    return std::ranges::any_of(results, [&](const Result* result) { return result->output == output; });
+const Result* Find(const std::vector<const Result*>& results, std::string_view output) {
+    const auto found = std::ranges::find(results, output, &Result::output);
+    return found == results.end() ? nullptr : *found;
 }
 
-// What is drawn of one expression as curves. High and low beside labels are the places for the labels; a bar among
-// bars is drawn as its close.
+// The expression as the user typed it, without the output that its title ends with.
+std::string TypedText(const Result& result) {
+    const std::size_t suffix = result.output.empty() ? 0 : result.output.size() + 1;
+    return result.title.substr(0, result.title.size() - suffix);
+}
+
+// What is drawn of one expression as curves. High and low beside labels are the places for the labels; open, high and
+// low of a bar are drawn with its close, as candles.
 std::vector<Curve> CurvesOf(const std::vector<const Result*>& results) {
     const bool hasLabels = std::ranges::any_of(results, &Result::isLabel);
-    const bool isBar = Names(results, "open") && Names(results, "high") && Names(results, "low");
+    const std::vector<const Result*> besideClose = {Find(results, "open"), Find(results, "high"), Find(results, "low")};
+    const bool isBar = Find(results, "close") && std::ranges::none_of(besideClose, [](auto* price) { return !price; });
     std::vector<Curve> curves;
     for (const Result* const result : results) {
         const bool isPlace = hasLabels && (result->output == "high" || result->output == "low");
-        const bool isBesideClose = isBar && result->output != "close";
-        if (!result->isLabel && !isPlace && !isBesideClose) curves.push_back({result, result->output});
+        const bool isBesideClose = isBar && std::ranges::find(besideClose, result) != besideClose.end();
+        if (result->isLabel || isPlace || isBesideClose) continue;
+        curves.push_back({result, result->output, DrawingName(result->drawing)});
+        if (isBar && result->output == "close") {
+            curves.back().beside = besideClose;
+            curves.back().besideValues.resize(besideClose.size());
+            curves.back().drawing = "candles";
+        }
     }
     if (curves.size() == 1) curves.front().name.clear();
     return curves;
@@ -74,6 +92,12 @@ bool PointsDown(double packed) { return (std::bit_cast<std::uint64_t>(packed) & 
 
 json Number(double value) { return IsUndefined(value) || !std::isfinite(value) ? json() : json(value); }
 
+json Numbers(const std::vector<double>& column) {
+    json values = json::array();
+    for (const double value : column) values.push_back(Number(value));
+    return values;
+}
+
 json ColumnJson(const BarFile& bars, std::size_t column) {
     json values = json::array();
     for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) values.push_back(Number(bars.Value(column, bar)));
@@ -82,7 +106,8 @@ json ColumnJson(const BarFile& bars, std::size_t column) {
 
 class Drawing {
 public:
-    Drawing(const BarFile& file, const Study& study) : bars(file) {
+    // Fails if no curve has a name of `settings.drawings`.
+    Drawing(const BarFile& file, const Study& study, const ChartSettings& settings) : bars(file) {
         std::vector<const Result*> expression;
         const std::vector<Result>& results = study.Results();
         for (std::size_t i = 0; i < results.size(); ++i) {
@@ -92,6 +117,7 @@ public:
             std::ranges::move(CurvesOf(expression), std::back_inserter(curves));
             expression.clear();
         }
+        for (const auto& [name, drawing] : settings.drawings) DrawOtherwise(name, drawing);
         for (Curve& curve : curves) curve.values.reserve(bars.BarCount());
         for (const std::string_view price : {"close", "open", "high", "low"}) {
             if (!priceColumn) priceColumn = bars.FindColumn(price);
@@ -99,29 +125,41 @@ public:
     }
 
     void TakeBar(std::size_t bar) {
-        for (Curve& curve : curves) curve.values.push_back(*curve.result->value);
+        for (Curve& curve : curves) {
+            curve.values.push_back(*curve.result->value);
+            for (std::size_t n = 0; n < curve.beside.size(); ++n)
+                curve.besideValues[n].push_back(*curve.beside[n]->value);
+        }
         for (const Result* const result : labelled) {
             const auto text = LabelText(*result->value);
             if (text) labels.push_back({bar, result->expression, Utf8(*text), PointsDown(*result->value)});
         }
     }
 
-    // What is not drawn over the prices shares a pane with the rest of its expression.
+    // What is not drawn over the prices shares a pane with the rest of its expression. Bands have no scale, and so a pane
+    // of their own.
     void AssignPanes() {
         paneCount = priceColumn ? 1 : 0;
-        const Result* lastBelow = nullptr;
+        const Curve* lastBelow = nullptr;
         for (Curve& curve : curves) {
-            if (curve.result->inPriceUnits && LiesAmongPrices(curve)) continue;
-            if (!lastBelow || lastBelow->expression != curve.result->expression) ++paneCount;
-            lastBelow = curve.result;
+            const bool isBand = curve.drawing == "band";
+            if (!isBand && priceColumn && curve.result->inPriceUnits && LiesAmongPrices(curve)) continue;
+            if (!lastBelow || lastBelow->result->expression != curve.result->expression ||
+                (lastBelow->drawing == "band") != isBand)
+                ++paneCount;
+            lastBelow = &curve;
             curve.pane = paneCount - 1;
         }
         paneCount = std::max<std::size_t>(paneCount, 1);
     }
 
     int Height() const {
-        constexpr int Frame = 90, TopPane = 400, Pane = 150;
-        return Frame + TopPane + Pane * static_cast<int>(paneCount - 1);
+        constexpr int Frame = 90, TopPane = 400, Pane = 150, Band = 26;
+        std::vector<int> bands(paneCount);
+        for (const Curve& curve : curves) bands[curve.pane] += curve.drawing == "band";
+        int height = Frame + TopPane;
+        for (std::size_t pane = 1; pane < paneCount; ++pane) height += std::max(Pane, Band * (bands[pane] + 1));
+        return height;
     }
 
     json Json(const ChartSettings& settings) const {
@@ -132,23 +170,32 @@ public:
             if (const auto column = bars.FindColumn(price)) prices[price] = ColumnJson(bars, *column);
         }
         for (const Curve& curve : curves) {
-            json values = json::array();
-            for (const double value : curve.values) values.push_back(Number(value));
             studies.push_back({{"expression", curve.result->expression},
+                               {"typed", TypedText(*curve.result)},
                                {"formula", curve.result->formula},
                                {"name", curve.name},
+                               {"meaning", curve.result->meaning},
+                               {"drawing", curve.drawing},
                                {"pane", curve.pane},
-                               {"values", std::move(values)}});
+                               {"values", Numbers(curve.values)}});
+            if (curve.beside.empty()) continue;
+            json& bar = studies.back()["bar"];
+            for (std::size_t n = 0; n < curve.beside.size(); ++n)
+                bar[curve.beside[n]->output] = Numbers(curve.besideValues[n]);
         }
         for (const Result* const result : labelled) {
             if (!sources.empty() && sources.back()["expression"] == result->expression) continue;
-            sources.push_back({{"expression", result->expression}, {"formula", result->formula}});
+            sources.push_back({{"expression", result->expression},
+                               {"typed", TypedText(*result)},
+                               {"formula", result->formula}});
         }
         for (const auto& [bar, expression, text, pointsDown] : labels)
             marks.push_back({{"bar", bar}, {"expression", expression}, {"text", text}, {"down", pointsDown}});
+        const auto volume = bars.FindColumn("volume");
         return {{"title", TextOf(PathOf(bars.Name()).filename())},
                 {"dates", std::move(dates)},
                 {"prices", std::move(prices)},
+                {"volume", volume ? ColumnJson(bars, *volume) : json()},
                 {"studies", std::move(studies)},
                 {"labelled", std::move(sources)},
                 {"labels", std::move(marks)},
@@ -159,6 +206,19 @@ public:
     }
 
 private:
+    // `name` is an expression as it was typed, an output, or both with a point between them.
+    void DrawOtherwise(const std::string& name, const std::string& drawing) {
+        bool isFound = false;
+        for (Curve& curve : curves) {
+            const Result& result = *curve.result;
+            if (name != result.title && name != TypedText(result) && name != result.output) continue;
+            isFound = true;
+            curve.drawing = drawing;
+            curve.beside.clear();
+        }
+        if (!isFound) Fail("--draw: no curve is named \"{}\"", name);
+    }
+
     // A deviation or an oscillator may be measured as prices are, and still press the prices flat if it shared their
     // scale.
     bool LiesAmongPrices(const Curve& curve) const {
@@ -228,7 +288,7 @@ ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& sett
     if (place == std::string_view::npos)
         Fail("charts are not part of this program: it was built without lightweight-charts, which npm brings. "
              "Install npm and build again");
-    Drawing drawing(bars, study);
+    Drawing drawing(bars, study, settings);
     Progress progress("calculating", static_cast<double>(bars.BarCount()));
     study.Reset();
     for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) {
@@ -243,7 +303,7 @@ ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& sett
     return {std::move(html), drawing.Height()};
 }
 
-std::string PaintPicture(const std::string& name, const ChartPage& page, int width) {
+std::string PaintPicture(const std::string& name, const ChartPage& page, const PictureSize& size) {
     std::vector<std::string> words = BrowserCommand();
     if (words.empty()) Fail("{}: no picture, for that takes Chromium, and none is installed", name);
     const TemporaryFolder folder;
@@ -255,9 +315,9 @@ std::string PaintPicture(const std::string& name, const ChartPage& page, int wid
     std::ranges::copy(
         std::initializer_list<std::string>{
             "--headless", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
-            "--disable-component-update", "--disable-sync", "--hide-scrollbars", "--force-device-scale-factor=1",
+            "--disable-component-update", "--disable-sync", "--hide-scrollbars", fmt::format("--force-device-scale-factor={}", size.scale),
             "--virtual-time-budget=3000", fmt::format("--user-data-dir={}", TextOf(folder.Path() / "profile")),
-            fmt::format("--window-size={},{}", width, page.height), fmt::format("--screenshot={}", TextOf(picture)),
+            fmt::format("--window-size={},{}", size.width, size.height.value_or(page.height)), fmt::format("--screenshot={}", TextOf(picture)),
             FileUrl(html) + "#picture"},
         std::back_inserter(words));
     if (!RunSilently(words) || !fs::exists(picture)) Fail("{}: {} painted no picture", name, browser);

@@ -4,12 +4,23 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace sarvane::study {
 
 struct ChartSettings {
     std::string theme = "auto";            // "light" or "dark", or what the reader's system prefers
     std::optional<std::size_t> last = {};  // how many bars are in view at first
+    // How curves are drawn that should not be drawn as their description says: names and "line", "step", "band",
+    // "histogram" or "marker".
+    std::vector<std::pair<std::string, std::string>> drawings = {};
+};
+
+struct PictureSize {
+    int width = 1280;
+    std::optional<int> height = {};  // as high as the page needs to be
+    double scale = 1;                // pixels of the picture to a pixel of the page
 };
 
 struct ChartPage {
@@ -21,8 +32,7 @@ struct ChartPage {
 // over them, all others in panes below. Fails if this program was built without what draws charts.
 ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& settings);
 
-// Has a browser of this machine paint a page, `width` pixels wide, and gives the bytes of the PNG file `name`. Fails where
-// there is none.
-std::string PaintPicture(const std::string& name, const ChartPage& page, int width);
+// Has a browser of this machine paint a page, and gives the bytes of the PNG file `name`. Fails where there is none.
+std::string PaintPicture(const std::string& name, const ChartPage& page, const PictureSize& size);
 
 }  // namespace sarvane::study

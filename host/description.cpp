@@ -23,17 +23,6 @@ std::string FieldOf(std::string barType) {
     return barType;
 }
 
-std::string_view DrawingName(DrawnAs drawing) {
-    switch (drawing) {
-    case DrawnAs::Line: return "line";
-    case DrawnAs::Step: return "step";
-    case DrawnAs::Band: return "band";
-    case DrawnAs::Histogram: return "histogram";
-    case DrawnAs::Marker: return "marker";
-    }
-    return "";
-}
-
 std::string IdText(const OperatorClass& operatorClass) { return Utf8(BracedText(operatorClass.id)); }
 
 // Words with a separator between them, so that a width can be given to the whole.
@@ -186,6 +175,17 @@ std::string MarkdownWords(const std::vector<ArgumentWord>& words) {
 }
 
 }  // namespace
+
+std::string_view DrawingName(DrawnAs drawing) {
+    switch (drawing) {
+    case DrawnAs::Line: return "line";
+    case DrawnAs::Step: return "step";
+    case DrawnAs::Band: return "band";
+    case DrawnAs::Histogram: return "histogram";
+    case DrawnAs::Marker: return "marker";
+    }
+    return "";
+}
 
 Description Describe(const Library& library, IZelmorOp& op) {
     Description described;

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace sarvane::study {
@@ -33,6 +34,9 @@ struct Description {
 };
 
 Description Describe(const Library& library, IZelmorOp& op);
+
+// "line", "step", "band", "histogram" or "marker".
+std::string_view DrawingName(DrawnAs drawing);
 
 // What stands for an argument that is left out: its default, or "needed" or "none".
 std::string ArgumentDefault(const ArgumentInfo& argument);

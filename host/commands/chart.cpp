@@ -2,8 +2,12 @@
 
 #include "commands/commands.h"
 #include "commands/options.h"
+#include "description.h"
 #include "output_file.h"
 #include "path.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace sarvane::study {
 namespace {
@@ -13,7 +17,8 @@ struct ChartOptions {
     ChartSettings chart = {};
     std::string page = {};
     std::string picture = {};
-    int pictureWidth = 1280;
+    PictureSize pictureSize = {};
+    std::vector<std::string> drawings = {};
 };
 
 // Null without a path. Nothing is written over what the command reads, or over `other`, which it writes besides.
@@ -24,6 +29,21 @@ std::unique_ptr<OutputFile> Open(const std::string& path, const std::string& oth
     return std::make_unique<OutputFile>(PathOf(path), taken);
 }
 
+std::pair<std::string, std::string> SplitDrawing(const std::string& text) {
+    const std::size_t equals = text.rfind('=');
+    if (equals == std::string::npos) return {};
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+// Empty if there is none.
+std::string DrawingFault(const std::string& text) {
+    const std::string kind = SplitDrawing(text).second;
+    for (const DrawnAs drawing : {DrawnAs::Line, DrawnAs::Step, DrawnAs::Band, DrawnAs::Histogram, DrawnAs::Marker}) {
+        if (kind == DrawingName(drawing)) return "";
+    }
+    return "\"" + text + "\" does not end with =line, =step, =band, =histogram or =marker";
+}
+
 void Draw(const ChartOptions& options) {
     if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
     const Library library = options.study.library.Load();
@@ -32,13 +52,15 @@ void Draw(const ChartOptions& options) {
     options.study.AddTo(study, true);
     const auto pageFile = Open(options.page, options.picture, options.study);
     const auto pictureFile = Open(options.picture, options.page, options.study);
-    const ChartPage page = DrawChart(bars, study, options.chart);
+    ChartSettings settings = options.chart;
+    std::ranges::transform(options.drawings, std::back_inserter(settings.drawings), SplitDrawing);
+    const ChartPage page = DrawChart(bars, study, settings);
     if (pageFile) {
         pageFile->Write(page.html);
         pageFile->Close();
     }
     if (pictureFile) {
-        pictureFile->Write(PaintPicture(options.picture, page, options.pictureWidth));
+        pictureFile->Write(PaintPicture(options.picture, page, options.pictureSize));
         pictureFile->Close();
     }
 }
@@ -55,10 +77,24 @@ void AddChart(CLI::App& app, const std::string& library) {
     command.add_option("-o,--output", options->page, "the page")->type_name("FILE");
     command.add_option("--png", options->picture, "a picture of the page, painted by an installed Chromium")
         ->type_name("FILE");
-    command.add_option("--width", options->pictureWidth, "of the picture, in pixels")
+    command.add_option("--width", options->pictureSize.width, "of the picture, in pixels of the page")
         ->type_name("PIXELS")
-        ->check(WholeNumber(500, 10000))
+        ->check(WholeNumber(300, 10000))
         ->capture_default_str();
+    command.add_option("--height", options->pictureSize.height, "of the picture; as high as its panes need if not given")
+        ->type_name("PIXELS")
+        ->check(WholeNumber(300, 10000));
+    command.add_option("--scale", options->pictureSize.scale, "pixels of the picture to a pixel of the page")
+        ->type_name("N")
+        ->check(CLI::Range(0.5, 4.0))
+        ->capture_default_str();
+    command
+        .add_option("--draw", options->drawings,
+                    "draw a curve otherwise: NAME=line, step, band, histogram or marker. The name is an expression as "
+                    "typed, an output, or both with a point between them")
+        ->type_name("NAME=KIND")
+        ->check(CLI::Validator(DrawingFault, ""))
+        ->allow_extra_args(false);
     command.add_option("--last", options->chart.last, "show the last N bars at first")
         ->type_name("N")
         ->check(WholeNumber(1));

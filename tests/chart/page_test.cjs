@@ -99,9 +99,34 @@ const look = page => page.evaluate(() => {
     }
   }
 
+  // A cell of a vote has one colour, and none is painted where there is no vote.
+  function checkBand(curve, row, pane, isVisible) {
+    const style = getComputedStyle(document.documentElement);
+    const colorOf = name => {
+      const digits = style.getPropertyValue('--' + name).trim().match(/[0-9a-f]{2}/g).map(two => parseInt(two, 16));
+      return new Uint32Array(new Uint8Array([...digits, 255]).buffer)[0];
+    };
+    const [up, down, zero] = ['up', 'down', 'grid'].map(colorOf);
+    const top = pane.getHTMLElement().getBoundingClientRect().top - document.getElementById('canvas').getBoundingClientRect().top;
+    const y = Math.floor(top + pane.getSeries()[0].priceToCoordinate(-row - 0.75));
+    for (const [bar, value] of curve.values.entries()) {
+      const x = origin + bar * spacing;
+      if (spacing < 3 || x < 0 || x > scale.width() - 1) continue;
+      const pixel = pixels[y * canvas.width + Math.floor(x)];
+      const isRight = value === null || !isVisible ? pixel !== up && pixel !== down
+        : pixel === (value > 0 ? up : value < 0 ? down : zero);
+      if (!isRight) stray.push({band: curve.name, bar, value, isVisible});
+      ++painted;
+    }
+  }
+
   for (const [index, pane] of studyChart.panes().entries()) {
     const chips = document.querySelectorAll('.legend')[index].querySelectorAll('.chip');
     for (const [row, curve] of study.studies.filter(curve => curve.pane === index).entries()) {
+      if (curve.drawing === 'band') {
+        checkBand(curve, row + 1, pane, chips[row].ariaPressed === 'true');
+        continue;
+      }
       const swatch = getComputedStyle(chips[row].querySelector('.swatch')).backgroundColor;
       const [color] = new Uint32Array(new Uint8Array([...swatch.match(/\d+/g), 255]).buffer);
       checkCurve(chips[row].ariaPressed === 'true' ? curve : {...curve, values: []}, color, pane);
@@ -116,16 +141,18 @@ const look = page => page.evaluate(() => {
   };
 });
 
+// The first pane holds volume too.
 const layouts = [
-  {name: 'averages lie over the prices', expressions: ['Sim(Close, 5)', 'Sim(Sim(Close, 5), 20)'], panes: [3]},
-  {name: 'bands lie over the prices', expressions: ['Sim(Close, 20) + 2 * SDev(Close, 20)'], panes: [2]},
-  {name: 'what is measured as prices but far from them has a pane', expressions: ['SDev(Close, 20)'], panes: [1, 1]},
-  {name: 'quotients and volumes have panes', expressions: ['Bar / Sim(Close, 20)', 'Volume'], panes: [1, 1, 1]},
-  {name: 'an average of volumes has a pane', expressions: ['Sim(Volume, 5)'], panes: [1, 1]},
-  {name: 'outputs of an expression share a pane', expressions: ['KasePermStoch(Bar, 2, 3)'], panes: [1, 2]},
-  {name: 'labels are no curves', expressions: ['KaseCCSS(Bar).label1'], panes: [1]},
-  {name: 'places of labels are no curves', expressions: ['KaseCCSS(Bar)'], panes: [1, 8]},
-  {name: 'prices alone', expressions: [], panes: [1]},
+  {name: 'averages lie over the prices', expressions: ['Sim(Close, 5)', 'Sim(Sim(Close, 5), 20)'], panes: [4]},
+  {name: 'bands lie over the prices', expressions: ['Sim(Close, 20) + 2 * SDev(Close, 20)'], panes: [3]},
+  {name: 'what is measured as prices but far from them has a pane', expressions: ['SDev(Close, 20)'], panes: [2, 1]},
+  {name: 'quotients and volumes have panes', expressions: ['Bar / Sim(Close, 20)', 'Volume'], panes: [2, 1, 1]},
+  {name: 'an average of volumes has a pane', expressions: ['Sim(Volume, 5)'], panes: [2, 1]},
+  {name: 'outputs of an expression share a pane', expressions: ['KasePermStoch(Bar, 2, 3)'], panes: [2, 2]},
+  {name: 'labels are no curves', expressions: ['KaseCCSS(Bar).label1'], panes: [2]},
+  {name: 'places of labels are no curves', expressions: ['KaseCCSS(Bar)'], panes: [2, 8]},
+  {name: 'prices alone', expressions: [], panes: [2]},
+  {name: 'a bar is candles', expressions: ['Bar + 100'], panes: [3]},
 ];
 
 for (const layout of layouts) {
@@ -145,22 +172,22 @@ test('the crosshair shows what a run gives', async () => {
     return [date, cells];
   }));
   const page = await open(data, expressions);
-  const tenDigits = cell => String(Number(Number(cell).toPrecision(10)));
+  const onAxis = cell => Number(cell).toFixed(2);
   const seen = new Set();
   let labels = 0;
   for (let x = 5; x < 1100; x += 9) {
     await page.mouse.move(x, 400);
     const [date] = await texts(page, '.date');
     const [mean, deviation, label, open, close] = table.get(date);
-    assert.deepStrictEqual(await texts(page, '.chip b'), [tenDigits(mean), label, tenDigits(deviation)], date);
+    assert.deepStrictEqual(await texts(page, '.chip b'), [onAxis(mean), label, onAxis(deviation)], date);
     const prices = await texts(page, '.price b');
-    assert.deepStrictEqual([prices[0], prices[3]], [tenDigits(open), tenDigits(close)], date);
+    assert.deepStrictEqual([prices[0], prices[3]], [onAxis(open), onAxis(close)], date);
     seen.add(date);
     labels += label !== '';
   }
   assert.ok(seen.size > 100 && labels > 0);
   assert.deepStrictEqual(await texts(page, '.formula'),
-    ['Sim( close, 5)', 'KasePeakOsc( Bar, 8, 65, 2.000000).label1', 'SDev (close, 20, N)']);
+    ['Sim(Close, 5)', 'KasePeakOsc(Bar, 8, 65, 2).label1', 'SDev(Close, 20)']);
   assert.deepStrictEqual(page.faults, []);
   await page.close();
 });
@@ -173,8 +200,8 @@ test('texts are inert', async () => {
   fs.writeFileSync(file(name), `date,close,"${plain}"\n${quoted},1,2\n<b>2,2,3\nMonday,3,4\n`);
   fs.appendFileSync(file(name), Buffer.from('\xff\xfe,4,5\n', 'latin1'));
   const page = await open(file(name), [`"${plain}"`, `Sim("${plain}", 2)`]);
-  assert.deepStrictEqual(await texts(page, '.formula'), [plain, `Sim( ${plain}, 2)`]);
-  assert.deepStrictEqual(await texts(page, '.chip b'), ['5', '4.5']);
+  assert.deepStrictEqual(await texts(page, '.formula'), [`"${plain}"`, `Sim("${plain}", 2)`]);
+  assert.deepStrictEqual(await texts(page, '.chip b'), ['5', '4.5000']);
   assert.strictEqual(await page.title(), name);
   assert.match((await texts(page, '#span'))[0], /^<\/script>.* – \ufffd+, 4 bars$/);
   assert.strictEqual(await page.evaluate(() => window.hit), undefined);
@@ -265,7 +292,7 @@ for (const {name, ...device} of devices) {
       return [bar, close, close + 3, close - 3, close + 1, gaps, lone].join();
     });
     fs.writeFileSync(file('holes.csv'), ['time,open,high,low,close,gaps,lone', ...lines, ''].join('\n'));
-    const page = await open(file('holes.csv'), ['Sim(Close, 20)', 'KaseCCSS(Bar)', 'Gaps', 'Lone'], device);
+    const page = await open(file('holes.csv'), ['Sim(Close, 20)', 'KaseCCSS(Bar)', 'Gaps', 'Gaps * 1', 'Lone', '--draw', 'Gaps=step'], device);
     const fresh = await browser.newPage(device);
 
     const clickOneOf = async selector => {
@@ -278,10 +305,10 @@ for (const {name, ...device} of devices) {
     };
     const {width, height} = device.viewport;
     const moves = {
-      range: () => clickOneOf('#ranges button'),
+      range: () => clickOneOf('#ranges button[title$=" bars"]'),
       theme: () => clickOneOf('#theme'),
       legend: async () => {
-        for (let count = 0; count < 3; ++count) await clickOneOf('.chip:has-text("integer")');
+        for (let count = 0; count < 3; ++count) await clickOneOf('.bands .chip');
       },
       resize: () => page.setViewportSize({width: width - random(90), height: height - random(90)}),
       key: async () => {

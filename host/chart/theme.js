@@ -1,0 +1,30 @@
+// Colours: those of the page's style sheet, light or dark.
+
+const preferred = matchMedia('(prefers-color-scheme: dark)');
+let chosenTheme = study.theme === 'auto' ? null : study.theme;
+
+function color(name) {
+  return getComputedStyle(root).getPropertyValue('--' + name).trim();
+}
+
+function applyTheme() {
+  const theme = chosenTheme ?? (preferred.matches ? 'dark' : 'light');
+  root.dataset.theme = theme;
+  document.getElementById('theme').textContent = theme === 'dark' ? '☀ Light' : '☾ Dark';
+  chart.applyOptions({
+    layout: {
+      background: {type: 'solid', color: color('page')},
+      textColor: color('quiet'),
+      panes: {separatorColor: color('line'), separatorHoverColor: color('hover')},
+    },
+    grid: {vertLines: {color: color('grid')}, horzLines: {color: color('grid')}},
+    timeScale: {borderColor: color('line')},
+    rightPriceScale: {borderColor: color('line')},
+    crosshair: {
+      vertLine: {color: color('quiet'), labelBackgroundColor: color('label')},
+      horzLine: {color: color('quiet'), labelBackgroundColor: color('label')},
+    },
+  });
+  for (const {series, paint} of drawn) series.applyOptions(paint());
+  drawLabels();
+}
