@@ -26,7 +26,8 @@ foreach(folder IN LISTS own_headers)
   string(APPEND headers " -isystem ${folder}")
 endforeach()
 string(APPEND headers " -isystem ${LINUX_ROOT}/usr/include/${triplet} -isystem ${LINUX_ROOT}/usr/include")
-set(CMAKE_CXX_FLAGS_INIT "-nostdinc -nostdinc++${headers}")
+# The same bytes in whatever folder it is built.
+set(CMAKE_CXX_FLAGS_INIT "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -nostdinc -nostdinc++${headers}")
 
 # The start of programs comes from the old system as well: it differs.
 foreach(kind EXE SHARED)
