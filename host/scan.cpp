@@ -28,6 +28,7 @@ struct FileResult {
 
 // The name that a symbol's file has: what stands ahead of the first point.
 std::string SymbolOf(const std::filesystem::path& file) {
+    if (file == "-") return "standard input";
     const std::string name = TextOf(file.filename());
     std::string symbol = name;
     for (const std::string_view ending : {".gz", ".zst", ".csv", ".tsv", ".txt"}) {

@@ -391,7 +391,7 @@ private:
             layout.times = ShortYearFormatOf(cells).value_or(TimeFormat{});
         }
         if (layout.times.kind != TimeFormat::Kind::Unix) return;
-        layout.times.onlyDays = true;
+        layout.times.onlyDays = CellsIn(layout.timeColumn).size() > 1;  // a single one tells nothing
         for (const std::string_view cell : CellsIn(layout.timeColumn)) {
             const auto normal = NormalTime(layout.times, cell, {});
             layout.times.onlyDays = layout.times.onlyDays && normal && normal->size() == 10;
@@ -399,9 +399,16 @@ private:
     }
 
     [[noreturn]] void FailWithoutTimes() const {
+        constexpr std::size_t MostShown = 160;  // characters
         std::vector<std::string> titles;
-        for (const Layout::Column& column : layout.columns) titles.push_back(Quoted(column.name));
-        if (titles.size() > 12) titles.resize(12);
+        std::size_t length = 0;
+        for (const Layout::Column& column : layout.columns) {
+            titles.push_back(Quoted(column.name));
+            length += titles.back().size();
+            if (length < MostShown) continue;
+            titles.back() = "...";
+            break;
+        }
         Fail("no column has times: the columns are {}; --names names them, one of them date or time",
              fmt::join(titles, ", "));
     }

@@ -47,7 +47,9 @@ void Sort(const std::vector<std::string>& words, ScanSettings& settings) {
     for (const std::string& word : words) {
         std::error_code error;
         const fs::path path = PathOf(word);
-        if (fs::is_directory(path, error)) {
+        if (word == "-") {
+            settings.files.push_back(path);
+        } else if (fs::is_directory(path, error)) {
             const std::vector<fs::path> files = FilesIn(path);
             settings.files.insert(settings.files.end(), files.begin(), files.end());
         } else if (fs::exists(path, error)) {
@@ -68,7 +70,9 @@ void RunScan(const ScanOptions& options) {
     Sort(options.words, settings);
     if (settings.threads == 0) settings.threads = std::max(1u, std::thread::hardware_concurrency());
     const Library library = options.library.Load();
-    TableOutput table(options.table, settings.files, TableOutput::Kind::Separate);
+    std::vector<fs::path> read = settings.files;
+    std::erase(read, fs::path("-"));
+    TableOutput table(options.table, read, TableOutput::Kind::Separate);
     ScanResult scan = Scan(library, settings);
     if (options.top && scan.rows.size() > *options.top) scan.rows.resize(*options.top);
 

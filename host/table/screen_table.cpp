@@ -96,6 +96,7 @@ std::string ScreenTable::Finish() {
 void ScreenTable::Begin() {
     hasBegun = true;
     for (const Line& line : waiting) {
+        dateWidth = std::max(dateWidth, Width(Shown(line.date)));
         for (std::size_t i = 0; i < columns.size(); ++i) MakeRoomFor(columns[i], line.values[i]);
     }
     CutTitles();
