@@ -185,9 +185,8 @@ public:
         }
         for (const Result* const result : labelled) {
             if (!sources.empty() && sources.back()["expression"] == result->expression) continue;
-            sources.push_back({{"expression", result->expression},
-                               {"typed", TypedText(*result)},
-                               {"formula", result->formula}});
+            sources.push_back(
+                {{"expression", result->expression}, {"typed", TypedText(*result)}, {"formula", result->formula}});
         }
         for (const auto& [bar, expression, text, pointsDown] : labels)
             marks.push_back({{"bar", bar}, {"expression", expression}, {"text", text}, {"down", pointsDown}});
@@ -315,10 +314,11 @@ std::string PaintPicture(const std::string& name, const ChartPage& page, const P
     std::ranges::copy(
         std::initializer_list<std::string>{
             "--headless", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
-            "--disable-component-update", "--disable-sync", "--hide-scrollbars", fmt::format("--force-device-scale-factor={}", size.scale),
-            "--virtual-time-budget=3000", fmt::format("--user-data-dir={}", TextOf(folder.Path() / "profile")),
-            fmt::format("--window-size={},{}", size.width, size.height.value_or(page.height)), fmt::format("--screenshot={}", TextOf(picture)),
-            FileUrl(html) + "#picture"},
+            "--disable-component-update", "--disable-sync", "--hide-scrollbars",
+            fmt::format("--force-device-scale-factor={}", size.scale), "--virtual-time-budget=3000",
+            fmt::format("--user-data-dir={}", TextOf(folder.Path() / "profile")),
+            fmt::format("--window-size={},{}", size.width, size.height.value_or(page.height)),
+            fmt::format("--screenshot={}", TextOf(picture)), FileUrl(html) + "#picture"},
         std::back_inserter(words));
     if (!RunSilently(words) || !fs::exists(picture)) Fail("{}: {} painted no picture", name, browser);
     std::ostringstream bytes;

@@ -82,9 +82,7 @@ std::string Shown(std::string_view text) { return Escaped(text, ""); }
 
 void Print(std::string_view lines) { PrintShown(Escaped(lines, "\n")); }
 
-void PrintData(std::string_view lines) {
-    IsShownAtOnce() ? PrintShown(Escaped(lines, "\n\t")) : PrintShown(lines);
-}
+void PrintData(std::string_view lines) { IsShownAtOnce() ? PrintShown(Escaped(lines, "\n\t")) : PrintShown(lines); }
 
 void PrintShown(std::string_view lines) {
     if (pending.size() + lines.size() > LongestWrite) FlushOutput();

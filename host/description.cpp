@@ -115,8 +115,7 @@ std::pair<const OperatorClass&, Description> DescribeWith(const Library& library
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (arguments[i].empty()) continue;
         const ArgumentInfo& argument = operatorClass.arguments[i + 1];
-        const std::string error =
-            library.SetArgument(*op.Get(), operatorClass, static_cast<int>(i) + 1, arguments[i]);
+        const std::string error = library.SetArgument(*op.Get(), operatorClass, static_cast<int>(i) + 1, arguments[i]);
         if (!error.empty()) Fail("{}: {}", operatorClass.keyword, error);
         if (!MayBe(argument, arguments[i]))
             Fail("{}: `{}` must be a {}, but is {}", operatorClass.keyword, argument.name, argument.Range(),

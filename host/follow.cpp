@@ -83,7 +83,8 @@ void Following::Run() {
         isEnd = state == GrowingFile::State::End;
         if (state == GrowingFile::State::StartsOver) Begin();
         if (!hasBegun && LooksCompressed(text))
-            Fail("{}: compressed files can't be followed; unpack it into a pipe: zcat FILE | study live - EXPRESSION", source.Name());
+            Fail("{}: compressed files can't be followed; unpack it into a pipe: zcat FILE | study live - EXPRESSION",
+                 source.Name());
         hasBegun = hasBegun || !text.empty();
         if (!isForeign) reader->Add(text);
         if (isEnd) reader->End();

@@ -25,8 +25,8 @@ public:
 private:
     std::size_t count = 0;
     std::size_t expected = 0;
-    std::string dates;                   // one behind the other
-    std::size_t dateLength = 0;          // of each, as long as they all have one length
+    std::string dates;                  // one behind the other
+    std::size_t dateLength = 0;         // of each, as long as they all have one length
     std::vector<std::size_t> dateEnds;  // once they have not
 };
 

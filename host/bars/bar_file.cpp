@@ -65,8 +65,14 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
     if (!remark.second.empty()) tell(fmt::format("line {} is left out: a remark at the end", remark.first));
     if (reader.TextCells() > 0) tell(fmt::format("gaps that are texts: {}", reader.TextCells()));
     const Layout& layout = reader.PresentLayout();
-    FileReading reading{layout, layout.titlesAreLatin1 ? Encoding::Latin1 : reader.PresentEncoding(), source.IsCompressed(), rows.NewestFirst(),
-                        rows.Repeats(), rows.LeftOut(), reader.Line(), BarFile(reader.Header())};
+    FileReading reading{layout,
+                        layout.titlesAreLatin1 ? Encoding::Latin1 : reader.PresentEncoding(),
+                        source.IsCompressed(),
+                        rows.NewestFirst(),
+                        rows.Repeats(),
+                        rows.LeftOut(),
+                        reader.Line(),
+                        BarFile(reader.Header())};
     reading.bars = BarFile(reader.Header(), std::move(rows));
     return reading;
 }

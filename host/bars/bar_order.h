@@ -14,8 +14,8 @@ struct RowOrder {
     std::vector<std::size_t> rows;
     // Rows that are left out, each with the one whose time it lies before.
     std::vector<std::pair<std::size_t, std::size_t>> late;
-    bool newestFirst = false;    // in the file, so that `rows` goes from its last row to its first
-    std::size_t repeats = 0;     // rows with the time of an earlier one
+    bool newestFirst = false;  // in the file, so that `rows` goes from its last row to its first
+    std::size_t repeats = 0;   // rows with the time of an earlier one
 };
 
 // Times that mostly fall stand newest first. Otherwise a row may also have the time of an older bar than the last one, as

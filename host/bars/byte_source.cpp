@@ -183,8 +183,7 @@ std::size_t ByteSource::Read(std::span<char> bytes) {
             const bool isWhole = state->unpacker->IsWhole();
             if (state->atEnd && isWhole) break;
             const std::size_t before = free.size();
-            if (!state->unpacker->Unpack(state->rest, free))
-                Fail("{}: the compressed content is damaged", state->name);
+            if (!state->unpacker->Unpack(state->rest, free)) Fail("{}: the compressed content is damaged", state->name);
             if (state->atEnd && free.size() == before && !state->unpacker->IsWhole())
                 Fail("{}: the compressed content ends too early", state->name);
             state->atEnd = state->atEnd && free.size() == before;

@@ -1,5 +1,7 @@
 #include "bars/layout.h"
 
+#include "bars/cell_reader.h"
+#include "bars/column_names.h"
 #include "failure.h"
 #include "language/parser.h"
 
@@ -14,65 +16,25 @@ namespace {
 using Role = Layout::Role;
 using Cells = std::vector<std::string>;
 
-constexpr std::string_view Blanks = " \t";
-
-// Titles without letter case, brackets and points, by the name that they stand for. The first ones of a name win.
-constexpr std::pair<std::string_view, std::string_view> Synonyms[] = {
-    {"date", "date"}, {"datetime", "date"}, {"timestamp", "date"}, {"time", "time"}, {"date/time", "date"},
-    {"date time", "date"}, {"open_time", "date"}, {"open time", "date"}, {"opentime", "date"}, {"gmt time", "date"},
-    {"local time", "date"}, {"time (utc)", "date"}, {"utc", "date"}, {"utc time", "date"}, {"window_start", "date"},
-    {"unix", "date"}, {"unix timestamp", "date"}, {"unixtime", "date"}, {"epoch", "date"}, {"t", "date"}, {"ts", "date"},
-    {"observation_date", "date"}, {"trade date", "date"}, {"trade_date", "date"}, {"tradedate", "date"}, {"day", "date"},
-    {"dtyyyymmdd", "date"}, {"datum", "date"}, {"data", "date"}, {"fecha", "date"}, {"date_time", "date"},
-    {"datetime (utc)", "date"}, {"zeit", "time"}, {"heure", "time"}, {"czas", "time"},
-    {"open", "open"}, {"o", "open"}, {"open price", "open"}, {"openprice", "open"}, {"er\xC3\xB6"
-                                                                                       "ffnung", "open"},
-    {"eroeffnung", "open"}, {"er\xC3\xB6"
-                             "ffn", "open"}, {"ouverture", "open"}, {"ouv", "open"}, {"otwarcie", "open"}, {"apertura", "open"},
-    {"high", "high"}, {"h", "high"}, {"high price", "high"}, {"highprice", "high"}, {"max", "high"}, {"hoch", "high"},
-    {"tageshoch", "high"}, {"haut", "high"}, {"plus haut", "high"}, {"najwyzszy", "high"},
-    {"low", "low"}, {"l", "low"}, {"low price", "low"}, {"lowprice", "low"}, {"min", "low"}, {"tief", "low"},
-    {"tagestief", "low"}, {"bas", "low"}, {"plus bas", "low"}, {"najnizszy", "low"},
-    {"close", "close"}, {"c", "close"}, {"close/last", "close"}, {"last", "close"}, {"close price", "close"},
-    {"closeprice", "close"}, {"price", "close"}, {"settle", "close"}, {"schluss", "close"}, {"schlusskurs", "close"},
-    {"schlu\xC3\x9F", "close"}, {"cl\xC3\xB4ture", "close"}, {"cloture", "close"}, {"clot", "close"}, {"dernier", "close"},
-    {"zamkniecie", "close"}, {"cierre", "close"}, {"zuletzt", "close"},
-    {"volume", "volume"}, {"vol", "volume"}, {"v", "volume"}, {"tickvol", "tickvol"}, {"volumen", "volume"},
-    {"st\xC3\xBC"
-     "cke", "volume"}, {"wolumen", "volume"}, {"shares", "volume"},
-    {"adj close", "Adj Close"}, {"adjclose", "Adj Close"}, {"adj_close", "Adj Close"}, {"adjusted close", "Adj Close"},
-    {"adjusted_close", "Adj Close"}, {"adj. close", "Adj Close"}, {"adjusted close price", "Adj Close"},
-    {"openint", "openint"}, {"open interest", "openint"}, {"openinterest", "openint"}, {"open_interest", "openint"},
-};
-
 // First cells of header lines behind the first one.
-constexpr std::string_view FurtherHeaders[] = {"ticker", "tickers", "symbol", "symbols", "date", "datetime", "", "attributes"};
+constexpr std::string_view FurtherHeaders[] = {"ticker", "tickers",  "symbol", "symbols",
+                                               "date",   "datetime", "",       "attributes"};
 
-constexpr std::array<std::string_view, 12> KlineNames = {
-    "open_time",  "open",         "high",  "low",              "close",                  "volume",
-    "close_time", "quote_volume", "count", "taker_buy_volume", "taker_buy_quote_volume", "ignore"};
+constexpr std::array<std::string_view, 12> KlineNames = {"open_time",
+                                                         "open",
+                                                         "high",
+                                                         "low",
+                                                         "close",
+                                                         "volume",
+                                                         "close_time",
+                                                         "quote_volume",
+                                                         "count",
+                                                         "taker_buy_volume",
+                                                         "taker_buy_quote_volume",
+                                                         "ignore"};
 constexpr std::array<std::string_view, 6> BarNames = {"open", "high", "low", "close", "volume", "openint"};
 // Behind a Unix time, as exchanges of currencies write them.
 constexpr std::array<std::string_view, 6> TradeNames = {"open", "high", "low", "close", "volume", "count"};
-
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return lower;
-}
-
-// Without letter case, angle brackets, a number in front such as that of "1. open", and a point behind.
-std::string Simplified(std::string_view title) {
-    std::string text = LowerCase(WithoutBlanks(title));
-    if (text.starts_with('<') && text.ends_with('>')) text = text.substr(1, text.size() - 2);
-    if (text.size() > 3 && text[0] >= '0' && text[0] <= '9' && text.substr(1, 2) == ". ") text.erase(0, 3);
-    while (text.ends_with('.')) text.pop_back();
-    // Some pages explain a title in further lines of its cell.
-    const std::size_t lineEnd = text.find_first_of("\r\n");
-    return std::string(WithoutBlanks(std::string_view(text).substr(0, lineEnd)));
-}
 
 Cells CellsOf(std::string_view line, char delimiter) {
     Cells cells;
@@ -112,11 +74,6 @@ std::string ColumnName(char delimiter) {
     case ' ': return "blanks";
     default: return Quoted({&delimiter, 1});
     }
-}
-
-bool IsPrice(std::string_view title) {
-    const std::string_view name = StandardName(title);
-    return name == "open" || name == "high" || name == "low" || name == "close";
 }
 
 // Finds out about one file, step by step.
@@ -174,16 +131,19 @@ private:
     void FindHeader() {
         std::size_t first = 0;
         const std::size_t usual = rows.size() > 1 ? rows[rows.size() / 2].size() : rows[0].size();
-        while (!settings.noHeader && first + 1 < rows.size() && rows[first].size() == 1 && usual > 1 && !HasValue(rows[first]))
+        while (!settings.noHeader && first + 1 < rows.size() && rows[first].size() == 1 && usual > 1 &&
+               !HasValue(rows[first]))
             ++first;
         layout.hasHeader = !settings.noHeader && !HasValue(rows[first]);
         std::size_t data = first;
         if (layout.hasHeader) {
-            for (++data; data < rows.size() && data < first + 3 && IsFurtherHeader(rows[data], rows[first].size());) ++data;
+            for (++data; data < rows.size() && data < first + 3 && IsFurtherHeader(rows[data], rows[first].size());)
+                ++data;
         } else if (first > 0) {
             first = data = 0;
         }
-        header.assign(rows.begin() + static_cast<std::ptrdiff_t>(first), rows.begin() + static_cast<std::ptrdiff_t>(data));
+        header.assign(rows.begin() + static_cast<std::ptrdiff_t>(first),
+                      rows.begin() + static_cast<std::ptrdiff_t>(data));
         for (Cells& titles : header) {
             for (std::string& title : titles) {
                 const std::string converted = AsUtf8(title);
@@ -197,10 +157,10 @@ private:
 
     static bool IsFurtherHeader(const Cells& cells, std::size_t count) {
         if (cells.empty() || cells.size() != count) return false;
-        const std::string first = Simplified(cells[0]);
+        const std::string first = SimplifiedTitle(cells[0]);
         if (first == "ticker" || first == "symbols" || first == "symbol" || first == "tickers") return true;
-        return std::ranges::find(FurtherHeaders, first) != std::end(FurtherHeaders) && !HasValue(cells) && cells.size() > 1 &&
-               std::ranges::all_of(cells.begin() + 1, cells.end(), [](const std::string& cell) {
+        return std::ranges::find(FurtherHeaders, first) != std::end(FurtherHeaders) && !HasValue(cells) &&
+               cells.size() > 1 && std::ranges::all_of(cells.begin() + 1, cells.end(), [](const std::string& cell) {
                    return cell.empty() || StandardName(cell).empty();
                });
     }
@@ -219,16 +179,11 @@ private:
         const Cells& titles = header.front();
         // The first title of a name in the order of Synonyms has it; a title that is the name itself comes first of all.
         std::map<std::string, std::size_t> owners;
-        const auto rank = [](const std::string& title) {
-            const std::string simple = Simplified(title);
-            const auto found = std::ranges::find(Synonyms, std::string_view(simple), &std::pair<std::string_view, std::string_view>::first);
-            return found - std::begin(Synonyms);
-        };
         for (std::size_t i = 0; i < titles.size(); ++i) {
             const std::string name(StandardName(titles[i]));
             if (name.empty()) continue;
             const auto [owner, isNew] = owners.try_emplace(name, i);
-            if (!isNew && rank(titles[i]) < rank(titles[owner->second])) owner->second = i;
+            if (!isNew && RankOfTitle(titles[i]) < RankOfTitle(titles[owner->second])) owner->second = i;
         }
         for (std::size_t i = 0; i < titles.size(); ++i) {
             const std::string standard(StandardName(titles[i]));
@@ -241,10 +196,9 @@ private:
         if (rows.empty()) return;
         // A line of data may end with a delimiter that the header lacks, or lack the one that the header ends with.
         const std::size_t usual = rows[rows.size() / 2].size();
-        const bool allEnd = std::ranges::all_of(rows, [&](const Cells& cells) { return cells.size() != usual || (usual > 0 && cells.back().empty());
-        });
-        if (usual == layout.columns.size() + 1 && allEnd)
-            layout.columns.push_back({"", "", Role::Other});
+        const bool allEnd = std::ranges::all_of(
+            rows, [&](const Cells& cells) { return cells.size() != usual || (usual > 0 && cells.back().empty()); });
+        if (usual == layout.columns.size() + 1 && allEnd) layout.columns.push_back({"", "", Role::Other});
         if (usual + 1 == layout.columns.size() && layout.columns.back().original.empty()) layout.columns.pop_back();
     }
 
@@ -276,17 +230,22 @@ private:
             Fail("--names has {} names, and the lines have {} columns", settings.names.size(), ColumnCount());
         layout.namesAreGiven = true;
         for (std::size_t i = 0; i < settings.names.size(); ++i) {
-            const std::string original = layout.hasHeader && i < header.front().size() ? header.front()[i] : std::string();
-            layout.columns.push_back({settings.names[i], original, settings.names[i].empty() ? Role::Other : Role::Value});
+            const std::string original =
+                layout.hasHeader && i < header.front().size() ? header.front()[i] : std::string();
+            layout.columns.push_back(
+                {settings.names[i], original, settings.names[i].empty() ? Role::Other : Role::Value});
         }
     }
 
     // Files without a header that are known by the shape of their lines.
     void NameKnownShape() {
         const std::size_t count = ColumnCount();
-        const auto cell = [&](std::size_t column) { return rows.front().size() > column ? std::string_view(rows.front()[column]) : ""; };
+        const auto cell = [&](std::size_t column) {
+            return rows.front().size() > column ? std::string_view(rows.front()[column]) : "";
+        };
         if (count == KlineNames.size() && UnixUnitsOf(cell(0)) && UnixUnitsOf(cell(6))) {
-            for (const std::string_view name : KlineNames) layout.columns.push_back({std::string(name), "", Role::Value});
+            for (const std::string_view name : KlineNames)
+                layout.columns.push_back({std::string(name), "", Role::Value});
             return CheckBars(1);
         }
         const std::size_t prices = LooksLikeTime(cell(0)) && IsClock(cell(1)) && count >= 6 && !ArePrices(1) ? 2 : 1;
@@ -321,7 +280,8 @@ private:
 
     void CheckBars(std::size_t first) const {
         if (!ArePrices(first))
-            Fail("the file has no header line, and columns {} to {} are not open, high, low and close; --names names them",
+            Fail("the file has no header line, and columns {} to {} are not open, high, low and close; --names names "
+                 "them",
                  first + 1, first + 4);
     }
 
@@ -336,7 +296,8 @@ private:
 
     bool AllOf(std::size_t column, bool (*test)(std::string_view)) const {
         const auto cells = CellsIn(column);
-        return !cells.empty() && std::ranges::count_if(cells, test) * 10 >= static_cast<std::ptrdiff_t>(cells.size()) * 8;
+        return !cells.empty() &&
+               std::ranges::count_if(cells, test) * 10 >= static_cast<std::ptrdiff_t>(cells.size()) * 8;
     }
 
     void FindTimes() {
@@ -357,7 +318,8 @@ private:
                 dates.push_back(i);
         }
         // Without a title that tells it is the first column, where data frames have their index.
-        if (titled.empty() && !columns.empty() && columns[0].role == Role::Value && AllOf(0, LooksLikeTime)) dates.push_back(0);
+        if (titled.empty() && !columns.empty() && columns[0].role == Role::Value && AllOf(0, LooksLikeTime))
+            dates.push_back(0);
         // Texts come before numbers of seconds, which stand beside them in some files.
         const auto isText = [&](std::size_t i) { return !CellsIn(i).empty() && !UnixUnitsOf(CellsIn(i).front()); };
         const auto text = std::ranges::find_if(dates, isText);
@@ -443,7 +405,8 @@ private:
             }
         }
         if (!point.empty() && !comma.empty())
-            Fail("{} has a decimal point and {} a decimal comma; --decimal says which one it is", Quoted(point), Quoted(comma));
+            Fail("{} has a decimal point and {} a decimal comma; --decimal says which one it is", Quoted(point),
+                 Quoted(comma));
         if (point.empty() && comma.empty() && !unclear.empty())
             Fail("{} can be a number of thousands or one with decimals; --decimal says which", Quoted(unclear));
         layout.numbers = {comma.empty() ? '.' : ',', !point.empty() || !comma.empty()};
@@ -470,14 +433,6 @@ private:
 
 }  // namespace
 
-std::string_view StandardName(std::string_view title) {
-    const std::string simple = Simplified(title);
-    for (const auto& [synonym, name] : Synonyms) {
-        if (simple == synonym) return name;
-    }
-    return {};
-}
-
 Layout FindLayout(const std::vector<std::string_view>& lines, const LayoutSettings& settings) {
     return Finder(lines, settings).Find();
 }
@@ -496,11 +451,13 @@ std::string Layout::Text() const {
         words.push_back(fmt::format("times in {} since 1970", unit));
     }
     if (times.kind == TimeFormat::Kind::Pattern && !timesAreGiven) words.push_back("times as " + times.pattern);
-    if (clockColumn) words.push_back(fmt::format("times from {} and {}", columns[timeColumn].name, columns[*clockColumn].name));
+    if (clockColumn)
+        words.push_back(fmt::format("times from {} and {}", columns[timeColumn].name, columns[*clockColumn].name));
     std::vector<std::string> names;
     for (const Column& column : columns) {
         if (namesAreGiven) break;
-        const bool isRenamed = hasHeader && !column.name.empty() && Simplified(column.original) != LowerCase(column.name);
+        const bool isRenamed =
+            hasHeader && !column.name.empty() && SimplifiedTitle(column.original) != LowerCase(column.name);
         if (isRenamed && column.role != Role::Other)
             words.push_back(fmt::format("{} from {}", column.name, Quoted(column.original)));
         if (!hasHeader && names.size() < 7 && !column.name.empty()) names.push_back(column.name);
@@ -508,50 +465,6 @@ std::string Layout::Text() const {
     if (names.size() == 7 && columns.size() > 7) names.back() = "...";
     if (!names.empty()) words.push_back(fmt::format("the columns {}", fmt::join(names, ", ")));
     return fmt::format("{}", fmt::join(words, ", "));
-}
-
-CellReader::CellReader(std::string_view line, char between) : rest(line), delimiter(between) {
-    if (delimiter == ' ') rest = WithoutBlanks(rest);
-}
-
-std::optional<std::string_view> CellReader::Next() {
-    if (ended) return std::nullopt;
-    ++column;
-    SkipBlanks();
-    const std::string_view cell = rest.starts_with('"') ? TakeQuoted() : TakePlain();
-    ended = rest.empty();
-    if (!ended) rest.remove_prefix(1);  // the delimiter
-    return cell;
-}
-
-std::string_view CellReader::TakePlain() {
-    std::size_t length = 0;
-    while (length < rest.size() && !IsDelimiter(rest[length])) ++length;
-    const std::string_view cell = rest.substr(0, length);
-    if (cell.find('"') != std::string_view::npos) Fail("a quote inside a cell that does not begin with one");
-    rest.remove_prefix(cell.size());
-    return cell.substr(0, cell.find_last_not_of(Blanks) + 1);
-}
-
-std::string_view CellReader::TakeQuoted() {
-    unquoted.clear();
-    do {
-        rest.remove_prefix(1);  // the opening quote, or the second one of two
-        const std::size_t quote = rest.find('"');
-        if (quote == std::string_view::npos) Fail("a quote that is not closed");
-        unquoted += rest.substr(0, quote);
-        rest.remove_prefix(quote + 1);
-        if (rest.starts_with('"')) unquoted += '"';
-    } while (rest.starts_with('"'));
-    if (delimiter != ' ') SkipBlanks();
-    if (!rest.empty() && !IsDelimiter(rest.front())) Fail("a text behind the closing quote of its cell");
-    return unquoted;
-}
-
-// A tab that parts cells is no blank.
-void CellReader::SkipBlanks() {
-    while (!rest.empty() && Blanks.find(rest.front()) != std::string_view::npos && (delimiter == ' ' || rest.front() != delimiter))
-        rest.remove_prefix(1);
 }
 
 }  // namespace sarvane::study

@@ -14,13 +14,13 @@ namespace sarvane::study {
 
 // What the user says of the layout of a file of bars. What is not said is found out.
 struct LayoutSettings {
-    std::optional<char> delimiter = {};     // a blank stands for any number of blanks and tabs
-    std::optional<char> decimal = {};       // '.' or ','
-    std::vector<std::string> names = {};    // of the columns, from the left; empty for one that is left out
-    bool noHeader = false;                  // the first line is one of data
+    std::optional<char> delimiter = {};   // a blank stands for any number of blanks and tabs
+    std::optional<char> decimal = {};     // '.' or ','
+    std::vector<std::string> names = {};  // of the columns, from the left; empty for one that is left out
+    bool noHeader = false;                // the first line is one of data
     std::optional<TimeFormat> times = {};
     std::optional<Encoding> encoding = {};
-    bool textIsGap = false;                 // a cell that is no number is a missing one
+    bool textIsGap = false;  // a cell that is no number is a missing one
 };
 
 // How a file of bars is laid out.
@@ -40,8 +40,8 @@ struct Layout {
     bool namesAreGiven = false;    // by the user
     bool timesAreGiven = false;    // likewise, how they are written
     bool titlesAreLatin1 = false;  // they are no UTF-8
-    std::size_t headerLines = 0;  // lines ahead of the data, empty ones not counted
-    std::vector<Column> columns;  // from the left
+    std::size_t headerLines = 0;   // lines ahead of the data, empty ones not counted
+    std::vector<Column> columns;   // from the left
     std::size_t timeColumn = 0;
     std::optional<std::size_t> clockColumn = {};  // of the time of day, if that has a column of its own
     bool dropsClock = false;                      // the times of day are all zero
@@ -56,35 +56,5 @@ constexpr std::size_t LayoutSample = 200;
 // The layout of a file that begins with these lines, none of which is empty. Fails with what can't be found out, and which
 // option says it.
 Layout FindLayout(const std::vector<std::string_view>& lines, const LayoutSettings& settings);
-
-// Takes the cells of one line from left to right. A cell may stand in double quotes, and it must where it holds the
-// delimiter, a quote, or a blank at either end. A quote inside is written twice.
-class CellReader {
-public:
-    explicit CellReader(std::string_view line, char delimiter = ',');
-
-    // The next cell without its quotes and without blanks around it, or nothing behind the last one. The text is valid until
-    // the next call. Fails on a quote in the wrong place.
-    std::optional<std::string_view> Next();
-
-    // Which cell `Next` took or failed on, from 1.
-    std::size_t Column() const { return column; }
-
-private:
-    std::string_view TakePlain();
-    std::string_view TakeQuoted();
-    void SkipBlanks();
-    bool IsDelimiter(char c) const { return c == delimiter || (delimiter == ' ' && c == '\t'); }
-
-    std::string_view rest;  // of the line
-    char delimiter;
-    std::size_t column = 0;
-    bool ended = false;
-    std::string unquoted;  // the present cell, if it stands in quotes
-};
-
-// The name that a column with this title has in expressions, such as "close" for "<CLOSE>", "c" and "Schluss"; empty if it is
-// none of those of a bar.
-std::string_view StandardName(std::string_view title);
 
 }  // namespace sarvane::study

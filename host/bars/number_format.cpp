@@ -12,8 +12,9 @@ namespace sarvane::study {
 namespace {
 
 constexpr std::string_view GapWords[] = {"nan", "-nan", "null", "none", "n/a", "#n/a", "na", "-", "--", "."};
-constexpr std::string_view Currencies[] = {"$", "\xE2\x82\xAC", "\xC2\xA3", "\xC2\xA5"};                 // $ euro pound yen
-constexpr std::string_view WideBlanks[] = {"\xC2\xA0", "\xE2\x80\xAF", "\xE2\x80\x89", " ", "'", "\xE2\x80\x99"};  // in numbers
+constexpr std::string_view Currencies[] = {"$", "\xE2\x82\xAC", "\xC2\xA3", "\xC2\xA5"};  // $ euro pound yen
+constexpr std::string_view WideBlanks[] = {"\xC2\xA0", "\xE2\x80\xAF", "\xE2\x80\x89", " ",
+                                           "'",        "\xE2\x80\x99"};  // in numbers
 constexpr std::string_view MinusSign = "\xE2\x88\x92";
 constexpr std::size_t LongestNumber = 64;
 
@@ -88,7 +89,8 @@ Groups ReadGroups(std::string_view text, char decimal) {
         } else if ((c == 'e' || c == 'E') && digits > 0) {
             if (!separator.empty()) return read;
             if (text.size() > read.plain.size() - read.length) return read;
-            read.length = static_cast<std::size_t>(std::ranges::copy(text, &read.plain[read.length]).out - read.plain.data());
+            read.length =
+                static_cast<std::size_t>(std::ranges::copy(text, &read.plain[read.length]).out - read.plain.data());
             read.fits = true;
             return read;
         } else {

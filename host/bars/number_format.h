@@ -21,9 +21,9 @@ bool IsGapText(std::string_view cell);
 
 // What a cell tells of the decimals of a file.
 enum class DecimalEvidence {
-    None,         // it is no number, or has neither point nor comma
-    Point,        // its point can't stand between groups of digits, or its comma can't begin decimals
-    Comma,        // the other way round
+    None,           // it is no number, or has neither point nor comma
+    Point,          // its point can't stand between groups of digits, or its comma can't begin decimals
+    Comma,          // the other way round
     ProbablyPoint,  // 1.234
     Unclear,        // 1,234
 };

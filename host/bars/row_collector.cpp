@@ -9,7 +9,8 @@
 namespace sarvane::study {
 
 void RowCollector::LineNumbers::Append(std::size_t line) {
-    if (starts.empty() || line != starts.back().second + (count - starts.back().first)) starts.emplace_back(count, line);
+    if (starts.empty() || line != starts.back().second + (count - starts.back().first))
+        starts.emplace_back(count, line);
     ++count;
 }
 
@@ -22,9 +23,7 @@ RowCollector::RowCollector(std::string file, ReadSettings how)
     : name(std::move(file)), settings(std::move(how)),
       reader(settings.layout.times ? settings.layout.times->order : DateOrder::Unknown) {}
 
-void RowCollector::Expect(std::size_t rows) {
-    columns.Expect(rows);
-}
+void RowCollector::Expect(std::size_t rows) { columns.Expect(rows); }
 
 void RowCollector::Take(const BarRow& row, std::size_t line) {
     columns.Append(row);

@@ -70,7 +70,8 @@ private:
         std::size_t Of(std::size_t row) const;
 
     private:
-        std::vector<std::pair<std::size_t, std::size_t>> starts;  // rows whose line does not follow that of the row before
+        std::vector<std::pair<std::size_t, std::size_t>>
+            starts;  // rows whose line does not follow that of the row before
         std::size_t count = 0;
     };
 

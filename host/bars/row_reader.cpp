@@ -1,5 +1,6 @@
 #include "bars/row_reader.h"
 
+#include "bars/cell_reader.h"
 #include "failure.h"
 #include "language/parser.h"
 #include "sarvane/values.h"

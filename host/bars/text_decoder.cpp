@@ -65,7 +65,11 @@ std::string_view NameOf(Encoding encoding) {
 std::string AsUtf8(std::string_view text) {
     // By how a character begins: how many bytes follow.
     const auto following = [](unsigned char first) {
-        return first < 0x80 ? 0 : first >= 0xC2 && first < 0xE0 ? 1 : first >= 0xE0 && first < 0xF0 ? 2 : first < 0xF5 ? 3 : -1;
+        return first < 0x80                    ? 0
+               : first >= 0xC2 && first < 0xE0 ? 1
+               : first >= 0xE0 && first < 0xF0 ? 2
+               : first < 0xF5                  ? 3
+                                               : -1;
     };
     bool isUtf8 = true;
     for (std::size_t i = 0; isUtf8 && i < text.size(); ++i) {
@@ -121,7 +125,8 @@ void TextDecoder::DecodeWaiting(std::string& text, bool isEnd) {
         return;
     }
     const auto unitAt = [&](std::size_t at) {
-        const auto first = static_cast<unsigned char>(waiting[at]), second = static_cast<unsigned char>(waiting[at + 1]);
+        const auto first = static_cast<unsigned char>(waiting[at]),
+                   second = static_cast<unsigned char>(waiting[at + 1]);
         return static_cast<char32_t>(encoding == Encoding::Utf16Little ? second << 8 | first : first << 8 | second);
     };
     constexpr char32_t Replacement = 0xFFFD;

@@ -47,8 +47,8 @@ std::string TextOfUnixTime(const TimeFormat& format, std::int64_t count, std::in
     const chrono::sys_seconds time{chrono::seconds(second)};
     const auto day = chrono::floor<chrono::days>(time);
     const chrono::year_month_day date(day);
-    std::string text = fmt::format("{:04}-{:02}-{:02}", static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                                   static_cast<unsigned>(date.day()));
+    std::string text = fmt::format("{:04}-{:02}-{:02}", static_cast<int>(date.year()),
+                                   static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
     const chrono::hh_mm_ss clock(time - day);
     if (format.onlyDays && clock.to_duration() == chrono::seconds(0) && nanoseconds == 0) return text;
     text += fmt::format(" {:02}:{:02}:{:02}", clock.hours().count(), clock.minutes().count(), clock.seconds().count());
@@ -87,7 +87,8 @@ public:
         if (isAfternoon && (hour < 1 || hour > 12)) return std::nullopt;
         if (isAfternoon) hour = hour % 12 + (*isAfternoon ? 12 : 0);
         std::string iso = fmt::format("{:04}-{:02}-{:02}", year, month, day);
-        if (hour >= 0) iso += fmt::format(" {:02}:{:02}:{:02}{}", hour, std::max(minute, 0), std::max(second, 0), fraction);
+        if (hour >= 0)
+            iso += fmt::format(" {:02}:{:02}:{:02}{}", hour, std::max(minute, 0), std::max(second, 0), fraction);
         return iso + zone;
     }
 
@@ -140,7 +141,8 @@ private:
             return length > 0;
         }
         case 'p':
-            if (!EqualIgnoringCase(text.substr(0, 2), "am") && !EqualIgnoringCase(text.substr(0, 2), "pm")) return false;
+            if (!EqualIgnoringCase(text.substr(0, 2), "am") && !EqualIgnoringCase(text.substr(0, 2), "pm"))
+                return false;
             isAfternoon = EqualIgnoringCase(text.substr(0, 2), "pm");
             text.remove_prefix(2);
             return true;
@@ -189,14 +191,17 @@ std::optional<TimeFormat> ShortYearFormatOf(const std::vector<std::string_view>&
     if (texts.empty()) return std::nullopt;
     const std::size_t first = texts[0].find_first_of("/-."), clock = texts[0].find(' ');
     if (first == 0 || first > 2) return std::nullopt;
-    const std::string_view rest = clock == std::string_view::npos                  ? ""
+    const std::string_view rest = clock == std::string_view::npos          ? ""
                                   : std::ranges::count(texts[0], ':') == 2 ? " %H:%M:%S"
-                                                                                     : " %H:%M";
+                                                                           : " %H:%M";
     std::optional<TimeFormat> found;
     for (const char* const letters : {"mdy", "dmy", "ymd"}) {
         const char separator = texts[0][first];
         const TimeFormat format{
-            TimeFormat::Kind::Pattern, {}, 1, false,
+            TimeFormat::Kind::Pattern,
+            {},
+            1,
+            false,
             fmt::format("%{1}{0}%{2}{0}%{3}{4}", separator, letters[0], letters[1], letters[2], rest)};
         std::vector<BarTime> times;
         for (const std::string_view text : texts) {

@@ -42,7 +42,9 @@ std::vector<Suspicion> FindSuspicious(const BarFile& bars) {
             return column ? bars.Value(*column, bar) : UndefinedValue;
         };
         const double o = price(open), h = price(high), l = price(low), c = price(close);
-        const auto isOutside = [&](double x) { return IsNumber(x) && ((IsNumber(h) && x > h) || (IsNumber(l) && x < l)); };
+        const auto isOutside = [&](double x) {
+            return IsNumber(x) && ((IsNumber(h) && x > h) || (IsNumber(l) && x < l));
+        };
         if (IsNumber(h) && IsNumber(l) && h < l)
             upsideDown.Note(bars.Date(bar));
         else if (isOutside(o) || isOutside(c))
@@ -52,7 +54,8 @@ std::vector<Suspicion> FindSuspicious(const BarFile& bars) {
             zeros.Note(bars.Date(bar));
             break;
         }
-        if (IsNumber(c) && IsNumber(before) && before > 0.0 && std::abs(c - before) > 0.5 * before) jumps.Note(bars.Date(bar));
+        if (IsNumber(c) && IsNumber(before) && before > 0.0 && std::abs(c - before) > 0.5 * before)
+            jumps.Note(bars.Date(bar));
         if (IsNumber(c)) before = c;
     }
     std::vector<Suspicion> found;
@@ -120,7 +123,8 @@ nlohmann::ordered_json BarsJson(const FileReading& reading) {
                                    {"leftOut", reading.leftOut}};
     json["columns"] = nlohmann::json::array();
     for (const Layout::Column& column : layout.columns) {
-        nlohmann::ordered_json entry = {{"name", column.name}, {"title", column.original}, {"role", RoleText(column.role)}};
+        nlohmann::ordered_json entry = {
+            {"name", column.name}, {"title", column.original}, {"role", RoleText(column.role)}};
         const auto place = column.role == Layout::Role::Value ? bars.FindColumn(column.name) : std::nullopt;
         if (place) {
             std::size_t gaps = 0;
@@ -143,9 +147,11 @@ nlohmann::ordered_json BarsJson(const FileReading& reading) {
 std::string BarsText(const FileReading& reading) {
     const nlohmann::ordered_json json = BarsJson(reading);
     const Layout& layout = reading.layout;
-    const auto text = [&](const char* key) { return json[key].is_string() ? json[key].get<std::string>() : std::string("-"); };
-    std::string lines = fmt::format("bars        {} from {} to {}, {}\n", json["bars"].get<std::size_t>(), text("first"),
-                                    text("last"), text("direction"));
+    const auto text = [&](const char* key) {
+        return json[key].is_string() ? json[key].get<std::string>() : std::string("-");
+    };
+    std::string lines = fmt::format("bars        {} from {} to {}, {}\n", json["bars"].get<std::size_t>(),
+                                    text("first"), text("last"), text("direction"));
     const std::string_view delimiter = DelimiterText(layout.delimiter);
     lines += fmt::format("layout      delimiter {}, decimal {}, {}, {}{}\n",
                          delimiter.empty() ? Quoted({&layout.delimiter, 1}) : delimiter,
@@ -175,8 +181,8 @@ std::string BarsText(const FileReading& reading) {
     if (json["suspicious"].empty()) return lines + "\nno suspicious bars\n";
     lines += "\nsuspicious bars\n";
     for (const auto& kind : json["suspicious"])
-        lines += fmt::format("{:>8}  {}, the first on {}\n", kind["bars"].get<std::size_t>(), kind["what"].get<std::string>(),
-                             kind["first"].get<std::string>());
+        lines += fmt::format("{:>8}  {}, the first on {}\n", kind["bars"].get<std::size_t>(),
+                             kind["what"].get<std::string>(), kind["first"].get<std::string>());
     return lines;
 }
 

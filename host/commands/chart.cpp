@@ -81,7 +81,8 @@ void AddChart(CLI::App& app, const std::string& library) {
         ->type_name("PIXELS")
         ->check(WholeNumber(300, 10000))
         ->capture_default_str();
-    command.add_option("--height", options->pictureSize.height, "of the picture; as high as its panes need if not given")
+    command
+        .add_option("--height", options->pictureSize.height, "of the picture; as high as its panes need if not given")
         ->type_name("PIXELS")
         ->check(WholeNumber(300, 10000));
     command.add_option("--scale", options->pictureSize.scale, "pixels of the picture to a pixel of the page")

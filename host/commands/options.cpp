@@ -1,5 +1,6 @@
 #include "commands/options.h"
 
+#include "bars/column_names.h"
 #include "console.h"
 #include "failure.h"
 #include "output_file.h"
@@ -116,19 +117,28 @@ void AddReading(CLI::App& command, ReadSettings& settings) {
 void AddLayout(CLI::App& command, LayoutSettings& settings) {
     static const std::map<std::string, char> delimiters = {
         {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}, {"pipe", '|'}, {"space", ' '}};
-    const auto ofLayout = [](CLI::Option* option) { option->group("Options of the file's layout, which else is found out"); };
+    const auto ofLayout = [](CLI::Option* option) {
+        option->group("Options of the file's layout, which else is found out");
+    };
     const auto delimiter = command.add_option_function<std::string>(
-        "--delimiter", [&settings](const std::string& text) {
+        "--delimiter",
+        [&settings](const std::string& text) {
             settings.delimiter = delimiters.contains(text) ? delimiters.at(text) : text == "\\t" ? '\t' : text.front();
         },
         "what stands between columns: comma, semicolon, tab, pipe, space, or another character");
-    delimiter->type_name("CHARACTER")->check(CLI::Validator([](const std::string& text) {
-        const bool isCharacter = text.size() == 1 && static_cast<unsigned char>(text[0]) < 0x80 && text != "\"" && text != "\n";
-        return delimiters.contains(text) || isCharacter || text == "\\t" ? std::string() : Quoted(text) + " is no delimiter";
-    }, ""));
+    delimiter->type_name("CHARACTER")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                const bool isCharacter =
+                    text.size() == 1 && static_cast<unsigned char>(text[0]) < 0x80 && text != "\"" && text != "\n";
+                return delimiters.contains(text) || isCharacter || text == "\\t" ? std::string()
+                                                                                 : Quoted(text) + " is no delimiter";
+            },
+            ""));
     ofLayout(delimiter);
     const auto decimal = command.add_option_function<std::string>(
-        "--decimal", [&settings](const std::string& word) { settings.decimal = word == "comma" || word == "," ? ',' : '.'; },
+        "--decimal",
+        [&settings](const std::string& word) { settings.decimal = word == "comma" || word == "," ? ',' : '.'; },
         "what decimals begin with");
     OneOf(*decimal, {"point", "comma"});
     ofLayout(decimal);
@@ -140,12 +150,16 @@ void AddLayout(CLI::App& command, LayoutSettings& settings) {
     const auto times = command.add_option_function<std::string>(
         "--time-format", [&settings](const std::string& text) { settings.times = TimeFormatOf(text); },
         "day-first, month-first, unix, unix-ms, unix-us, unix-ns, or a pattern such as \"%d.%m.%y %H:%M\"");
-    times->type_name("FORMAT")->check(CLI::Validator([](const std::string& text) {
-        return TimeFormatOf(text) ? std::string() : Quoted(text) + " is no format of times with year, month and day";
-    }, ""));
+    times->type_name("FORMAT")->check(CLI::Validator(
+        [](const std::string& text) {
+            return TimeFormatOf(text) ? std::string()
+                                      : Quoted(text) + " is no format of times with year, month and day";
+        },
+        ""));
     ofLayout(times);
     const auto encoding = command.add_option_function<std::string>(
-        "--encoding", [&settings](const std::string& name) { settings.encoding = EncodingOf(name); }, "of the file's characters");
+        "--encoding", [&settings](const std::string& name) { settings.encoding = EncodingOf(name); },
+        "of the file's characters");
     OneOf(*encoding, {"utf-8", "utf-16le", "utf-16be", "latin-1"});
     ofLayout(encoding);
     ofLayout(command.add_flag("--text-as-gap", settings.textIsGap, "a cell that is no number is a missing one"));

@@ -15,5 +15,4 @@ __attribute__((visibility("hidden"))) std::uint32_t arc4random() {
     if (getrandom(&number, sizeof number, 0) != static_cast<ssize_t>(sizeof number)) std::abort();
     return number;
 }
-
 }

@@ -1,6 +1,8 @@
 #include "bars/layout.h"
 
 #include "bars/bar_file.h"
+#include "bars/cell_reader.h"
+#include "bars/column_names.h"
 #include "failure.h"
 #include "sarvane/values.h"
 #include "table/csv.h"
@@ -59,7 +61,6 @@ TEST(CsvCell, ReadsBackAsItWas) {
     }
 }
 
-
 struct KnownFile {
     const char* name;
     const char* lastTime;
@@ -76,7 +77,8 @@ const KnownFile knownFiles[] = {
      "volume,close_time,quote_volume,count,taker_buy_volume,taker_buy_quote_volume,ignore",
      "no header, times in milliseconds since 1970, the columns open_time, open, high, low, close, volume, ..."},
     {"blanks.txt", "2020-04-17 16:00", "", "columns between blanks, times from Date and Time"},
-    {"crypto_data_download.csv", "2020-04-17 00:00:00", "unix,symbol,Volume BTC,Volume USD", "2 lines ahead of the data"},
+    {"crypto_data_download.csv", "2020-04-17 00:00:00", "unix,symbol,Volume BTC,Volume USD",
+     "2 lines ahead of the data"},
     {"data_frame.csv", "2020-04-17", "symbol,volume", ""},
     {"datareader_multiple.csv", "2020-04-17", "Adj Close,Volume", "3 lines ahead of the data"},
     {"dukascopy.csv", "17.04.2020 00:00:00.000", "Volume", ""},
@@ -99,10 +101,10 @@ const KnownFile knownFiles[] = {
     {"ninja_trader.txt", "20200417 160000", "volume",
      "columns between semicolons, no header, the columns date, open, high, low, close, volume"},
     {"polygon.csv", "2020-04-17", "volume,vw,n",
-     "times in milliseconds since 1970, volume from \"v\", open from \"o\", close from \"c\", high from \"h\", low from "
+     "times in milliseconds since 1970, volume from \"v\", open from \"o\", close from \"c\", high from \"h\", low "
+     "from "
      "\"l\""},
-    {"polygon_flat.csv", "2020-04-17", "ticker,volume,transactions",
-     "times in nanoseconds since 1970"},
+    {"polygon_flat.csv", "2020-04-17", "ticker,volume,transactions", "times in nanoseconds since 1970"},
     {"stooq.csv", "2020-04-17", "Volume", ""},
     {"stooq.csv.gz", "2020-04-17", "Volume", ""},
 #ifndef _WIN32
@@ -135,7 +137,8 @@ TEST(Layout, IsFoundForTheFilesOfManySources) {
             }
             return wanted;
         };
-        const FileReading reading = ReadBarFile(PROJECT_FOLDER "/tests/host/layouts/" + std::string(known.name), settings);
+        const FileReading reading =
+            ReadBarFile(PROJECT_FOLDER "/tests/host/layouts/" + std::string(known.name), settings);
         EXPECT_EQ(fmt::format("{}", fmt::join(titles, ",")), known.columns);
         EXPECT_EQ(reading.layout.Text(), known.layout);
         const BarFile& bars = reading.bars;
@@ -176,7 +179,12 @@ TEST(Layout, IsAnErrorWhereItCantBeFound) {
         {"date,close\n1577836800,5\n1577836800.5,6\n", {}, "5 6 at 2020-01-01 00:00:00.5"},
         {"date,close\n202001020930,5\n", {}, "5 at 20200102 0930"},
         {"date,close\n2020-01-01,\"5\n", {}, ":2:2: a quote that is not closed"},
-        {std::string("d\0a\0t\0e\0,\0c\0\n\0" "1\0,\0" "2\0", 20), {}, "2 at 1"},
+        {std::string("d\0a\0t\0e\0,\0c\0\n\0"
+                     "1\0,\0"
+                     "2\0",
+                     20),
+         {},
+         "2 at 1"},
     };
     for (const auto& [content, settings, expected] : files) {
         const TemporaryFile file(content);
@@ -199,7 +207,8 @@ TEST(Layout, LeavesTextsAloneThatNobodyAsksFor) {
         settings.layout.textIsGap = textIsGap;
         settings.wanted = [&](const std::vector<std::string>&, const std::vector<bool>&) { return wanted; };
         const BarFile bars(file.Path(), settings);
-        return fmt::format("{} {}", fmt::join(bars.Columns(), ","), bars.Value(0, 0) == UndefinedValue ? "gap" : "number");
+        return fmt::format("{} {}", fmt::join(bars.Columns(), ","),
+                           bars.Value(0, 0) == UndefinedValue ? "gap" : "number");
     };
     EXPECT_EQ(read({false, true, false}, false), "close number");
     EXPECT_THROW(read({true, true, false}, false), Failure);
