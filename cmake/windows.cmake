@@ -24,10 +24,17 @@ add_custom_command(
 # Type libraries refer to the system's own, which comes with Wine.
 find_program(WIDL x86_64-w64-mingw32-widl REQUIRED)
 find_path(SYSTEM_TYPE_LIBRARIES stdole2.tlb PATHS /usr/lib/x86_64-linux-gnu/wine/x86_64-windows NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+# It writes the time into type libraries. Packages have that of their commit.
+set(widl ${WIDL})
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+  find_program(FAKETIME faketime REQUIRED)
+  string(TIMESTAMP commit_time "%Y-%m-%d %H:%M:%S" UTC)
+  set(widl ${FAKETIME} -f ${commit_time} ${WIDL})
+endif()
 function(add_type_library name)
   add_custom_command(
     OUTPUT ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}.tlb
-    COMMAND ${WIDL} --win64 -t -I ${resources} -L ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} -L ${SYSTEM_TYPE_LIBRARIES}
+    COMMAND ${widl} --win64 -t -I ${resources} -L ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} -L ${SYSTEM_TYPE_LIBRARIES}
             -o ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}.tlb ${resource_sources}/${name}.idl
     DEPENDS ${resource_sources}/${name}.idl ${resource_sources}/operator.idl ${resource_sources}/platform.idl ${ARGN}
     VERBATIM)
@@ -44,7 +51,7 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} -E copy ${resource_sources}/operator.idl ${interface_files}/zelmorop.idl
   COMMAND sed -i "s/platform.idl/unknwn.idl/" ${interface_files}/zelmorop.idl
   COMMAND ${WIDL} --win64 -h -o ${interface_files}/zelmorop.h ${resource_sources}/operator.idl
-  COMMAND sed -i "s/<platform.h>/<unknwn.h>/" ${interface_files}/zelmorop.h
+  COMMAND sed -i "s/<platform.h>/<unknwn.h>/; 1s, from [^ ]*/, from ," ${interface_files}/zelmorop.h
   DEPENDS ${resource_sources}/operator.idl ${resource_sources}/platform.idl
   VERBATIM)
 add_custom_target(interface_files ALL DEPENDS ${interface_files}/zelmorop.idl ${interface_files}/zelmorop.h)
