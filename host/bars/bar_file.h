@@ -36,7 +36,7 @@ public:
     // In a form of ISO 8601, unless it is no time.
     std::string IsoDate(std::size_t bar) const;
     bool HasTimes() const { return reader.HasTimes(); }
-    BarTime Time(std::size_t bar) const { return TimeOf(bar); }
+    BarTime Time(std::size_t bar) const;
 
     // Names of the columns of numbers, as the file has them.
     const std::vector<std::string>& Columns() const { return header.titles; }
@@ -57,7 +57,6 @@ public:
 
 private:
     bool ReadAnew(std::string_view date);
-    BarTime TimeOf(std::size_t bar) const;
     void FillTimes();
 
     BarHeader header;
@@ -74,7 +73,6 @@ struct FileReading {
     bool newestFirst;
     std::size_t repeats;  // lines with the time of an earlier one
     std::size_t leftOut;  // lines
-    std::size_t lines;
     BarFile bars;
 };
 

@@ -115,24 +115,16 @@ void AddReading(CLI::App& command, ReadSettings& settings) {
 }
 
 void AddLayout(CLI::App& command, LayoutSettings& settings) {
-    static const std::map<std::string, char> delimiters = {
-        {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}, {"pipe", '|'}, {"space", ' '}};
     const auto ofLayout = [](CLI::Option* option) {
         option->group("Options of the file's layout, which else is found out");
     };
     const auto delimiter = command.add_option_function<std::string>(
-        "--delimiter",
-        [&settings](const std::string& text) {
-            settings.delimiter = delimiters.contains(text) ? delimiters.at(text) : text == "\\t" ? '\t' : text.front();
-        },
+        "--delimiter", [&settings](const std::string& text) { settings.delimiter = DelimiterOf(text); },
         "what stands between columns: comma, semicolon, tab, pipe, space, or another character");
     delimiter->type_name("CHARACTER")
         ->check(CLI::Validator(
             [](const std::string& text) {
-                const bool isCharacter =
-                    text.size() == 1 && static_cast<unsigned char>(text[0]) < 0x80 && text != "\"" && text != "\n";
-                return delimiters.contains(text) || isCharacter || text == "\\t" ? std::string()
-                                                                                 : Quoted(text) + " is no delimiter";
+                return DelimiterOf(text) ? std::string() : Quoted(text) + " is no delimiter";
             },
             ""));
     ofLayout(delimiter);
