@@ -113,7 +113,12 @@ BarFile::BarFile(BarHeader first, RowCollector rows) : BarFile(std::move(first),
     for (std::size_t i = 0; i < rows.RowCount(); ++i) {
         const BarRow row = rows.Row(i);
         const std::size_t bar = BarOf(row.date);
-        bar == BarCount() ? Append(row) : Replace(bar, row.values);
+        if (bar == BarCount()) {
+            Append(row);
+        } else {
+            ticks.push_back({bar, Row(bar).values});
+            Replace(bar, row.values);
+        }
     }
 }
 

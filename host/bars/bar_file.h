@@ -43,6 +43,12 @@ public:
     std::optional<std::size_t> FindColumn(std::string_view title) const { return header.FindColumn(title); }
     double Value(std::size_t column, std::size_t bar) const { return columns.values[column][bar]; }
     BarRow Row(std::size_t bar) const { return columns.Row(bar); }
+    // What bars of the file were before a further line with their time changed them, in the order of the bars.
+    struct Tick {
+        std::size_t bar;
+        std::vector<double> values;
+    };
+    const std::vector<Tick>& Ticks() const { return ticks; }
 
     // The bar with this date, or BarCount() for a date behind all bars. Fails if it is no time, or lies before the last
     // bar and is none of the bars.
@@ -62,6 +68,7 @@ private:
     BarHeader header;
     TimeReader reader;
     BarColumns columns;
+    std::vector<Tick> ticks;
     std::vector<BarTime> times;  // of the bars; empty for those of a file until somebody asks for a bar by its time
 };
 

@@ -47,7 +47,7 @@ std::string DrawingFault(const std::string& text) {
 void Draw(const ChartOptions& options) {
     if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
     const Library library = options.study.library.Load();
-    const BarFile bars = options.study.ReadBars(library, true);
+    const BarFile bars = options.study.ReadBars(library, WholeBars);
     Study study(library, bars, options.study.run);
     options.study.AddTo(study, true);
     const auto pageFile = Open(options.page, options.picture, options.study);

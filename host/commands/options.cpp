@@ -44,15 +44,14 @@ Library LibraryOptions::Load() const {
     return Library(PathOf(file), files);
 }
 
-BarFile StudyOptions::ReadBars(const Library& loaded, bool wholeBars) const {
+BarFile StudyOptions::ReadBars(const Library& loaded, std::span<const std::string_view> besides) const {
     ReadSettings settings = reading;
     settings.tell = Tell;
     settings.wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
         std::vector<bool> wanted = WantedBy(loaded, titles, expressions, run.operators);
-        for (std::size_t i = 0; wholeBars && i < titles.size(); ++i) {
-            const std::string_view name = StandardName(titles[i]);
-            const bool isPrice = name == "open" || name == "high" || name == "low" || name == "close";
-            if (isPrice || (name == "volume" && hasNumbers[i])) wanted[i] = true;
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            const bool isNamed = std::ranges::find(besides, StandardName(titles[i])) != besides.end();
+            if (isNamed && (hasNumbers[i] || IsPrice(titles[i]))) wanted[i] = true;
         }
         return wanted;
     };
@@ -195,6 +194,14 @@ CLI::Validator AboveZero() {
     const auto check = [](const std::string& text) {
         const auto number = NumberIn<double>(text);
         return number && *number > 0.0 && std::isfinite(*number) ? "" : fmt::format("{} is no number above 0", text);
+    };
+    return {check, ""};
+}
+
+CLI::Validator ZeroOrAbove() {
+    const auto check = [](const std::string& text) {
+        const auto number = NumberIn<double>(text);
+        return number && *number >= 0.0 && std::isfinite(*number) ? "" : fmt::format("{} is no number from 0 on", text);
     };
     return {check, ""};
 }

@@ -1,6 +1,8 @@
 #include "commands/commands.h"
 #include "commands/options.h"
+#include "console.h"
 #include "progress.h"
+#include "verify/fingerprint.h"
 
 namespace sarvane::study {
 namespace {
@@ -10,11 +12,16 @@ struct RunOptions {
     TableOptions table = {};
     std::optional<std::size_t> last = {};
     bool allOutputs = false;
+    bool fingerprint = false;
 };
 
 void Run(const RunOptions& options) {
     const Library library = options.study.library.Load();
     const BarFile bars = options.study.ReadBars(library);
+    if (options.fingerprint) {
+        const StudyOptions& study = options.study;
+        return Print(JsonText(FingerprintRun(library, bars, study.expressions, study.run, options.allOutputs).Json()));
+    }
     Study study(library, bars, options.study.run);
     options.study.AddTo(study, options.allOutputs);
 
@@ -47,6 +54,10 @@ void AddRun(CLI::App& app, const std::string& library) {
     AddTable(command, options->table);
     command.add_option("--last", options->last, "show only the last N bars")->type_name("N")->check(WholeNumber(0));
     command.add_flag("--all-outputs", options->allOutputs, "a column for each output of an expression");
+    const auto fingerprint = command.add_flag("--fingerprint", options->fingerprint,
+                                              "show fingerprints of the columns instead, for `study verify`, as JSON");
+    for (const char* const other : {"--last", "--output", "--format", "--na", "--precision"})
+        fingerprint->excludes(command.get_option(other));
     command.callback([options] { Run(*options); });
 }
 
