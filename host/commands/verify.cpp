@@ -6,6 +6,7 @@
 #include "verify/fingerprint.h"
 #include "verify/reasons.h"
 #include "verify/repaint.h"
+#include "verify/warm_up.h"
 
 #include <fmt/format.h>
 #include <fstream>
@@ -20,6 +21,8 @@ struct VerifyOptions {
     std::string against = {};
     std::string fingerprint = {};
     bool repaint = false;
+    bool warmUp = false;
+    std::string at = {};
     double tolerance = 1e-9;
 };
 
@@ -120,19 +123,31 @@ void VerifyRepaint(const VerifyOptions& options) {
     if (repainting > 0) throw FailedCheck(fmt::format("{} columns change values that were shown before", repainting));
 }
 
+// ---- --warm-up
+
+void ShowWarmUp(const VerifyOptions& options) {
+    const Library library = options.study.library.Load();
+    BarFile bars = options.study.ReadBars(library);
+    if (bars.BarCount() == 0) Fail("{}: has no bars", bars.Name());
+    const std::size_t bar = options.at.empty() ? bars.BarCount() - 1 : bars.BarOf(options.at);
+    if (bar == bars.BarCount()) Fail("{} lies behind the last bar, {}", options.at, bars.Date(bar - 1));
+    Print(WarmUpText(library, bars, options.study.expressions, options.study.run, bar));
+}
+
 void Verify(const VerifyOptions& options, bool toleranceIsGiven) {
     if (options.study.expressions.empty() && options.fingerprint.empty()) throw CLI::RequiredError("an expression");
     if (!options.against.empty()) return VerifyAgainst(options, toleranceIsGiven);
     if (!options.fingerprint.empty()) return VerifyFingerprint(options);
     if (options.repaint) return VerifyRepaint(options);
-    throw CLI::RequiredError("--against, --fingerprint or --repaint");
+    if (options.warmUp) return ShowWarmUp(options);
+    throw CLI::RequiredError("--against, --fingerprint, --repaint or --warm-up");
 }
 
 }  // namespace
 
 void AddVerify(CLI::App& app, const std::string& library) {
     CLI::App& command = *app.add_subcommand(
-        "verify", "compare a run with another program's numbers or another machine's, or with what it showed before");
+        "verify", "check a run against another program's numbers, another machine's, or what it showed before");
     const auto options = std::make_shared<VerifyOptions>(VerifyOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
     command.get_option("expressions")->required(false);
@@ -156,11 +171,22 @@ void AddVerify(CLI::App& app, const std::string& library) {
                         "last bit; its expressions and settings are taken from there")
             ->type_name("FILE")
             ->excludes(against);
-    command
-        .add_flag("--repaint", options->repaint,
-                  "go through the bars one by one and list every bar whose value or label changed later")
-        ->excludes(against)
-        ->excludes(fingerprint);
+    const auto repaint =
+        command
+            .add_flag("--repaint", options->repaint,
+                      "go through the bars one by one and list every bar whose value or label changed later")
+            ->excludes(against)
+            ->excludes(fingerprint);
+    const auto warmUp =
+        command
+            .add_flag("--warm-up", options->warmUp,
+                      "show how much a value depends on where the data start, and from which bar on it is settled")
+            ->excludes(against)
+            ->excludes(fingerprint)
+            ->excludes(repaint);
+    command.add_option("--at", options->at, "the bar whose value it is; the last one")
+        ->type_name("TIME")
+        ->needs(warmUp);
     command.callback([options, tolerance] { Verify(*options, tolerance->count() > 0); });
 }
 

@@ -11,8 +11,6 @@
 namespace sarvane::study {
 namespace {
 
-constexpr int AllDigits = 16;
-
 double Median(std::vector<double> values) {
     if (values.empty()) return 0.0;
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
@@ -22,13 +20,22 @@ double Median(std::vector<double> values) {
 
 bool HasValue(double value) { return !IsUndefined(value) && !std::isnan(value); }
 
+}  // namespace
+
 int DigitsAgreeing(double a, double b, double usual) {
-    if (a == b) return AllDigits;
+    if (a == b || (std::isnan(a) && std::isnan(b))) return AllDigits;
+    if (!HasValue(a) || !HasValue(b)) return 0;
     const double share = std::abs(a - b) / std::max({std::abs(a), std::abs(b), usual});
     return std::isfinite(share) ? std::clamp(static_cast<int>(-std::log10(share)), 0, AllDigits - 1) : 0;
 }
 
-}  // namespace
+double UsualSize(std::span<const double> values) {
+    std::vector<double> sizes;
+    for (const double value : values) {
+        if (HasValue(value)) sizes.push_back(std::abs(value));
+    }
+    return Median(std::move(sizes));
+}
 
 int OtherColumn::Decimals() const {
     int most = 0;
@@ -97,16 +104,13 @@ Agreement Compare(const CommonBars& common, std::span<const double> values, cons
     };
     const auto theirs = [&](std::ptrdiff_t i) { return other.values[common[static_cast<std::size_t>(i)].second]; };
 
-    std::vector<double> sizes;
     std::ptrdiff_t first = count, last = -1;  // with both values
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        if (!HasValue(theirs(i))) continue;
-        sizes.push_back(std::abs(theirs(i)));
-        if (!HasValue(ours(i))) continue;
+        if (!HasValue(theirs(i)) || !HasValue(ours(i))) continue;
         first = std::min(first, i);
         last = i;
     }
-    const double usual = Median(sizes);
+    const double usual = UsualSize(other.values);
 
     Agreement result;
     result.first = static_cast<std::size_t>(std::max<std::ptrdiff_t>(std::min(first, count - 1), 0));
@@ -120,7 +124,7 @@ Agreement Compare(const CommonBars& common, std::span<const double> values, cons
             continue;
         }
         ++result.compared;
-        const int agreeing = isHere && isThere ? DigitsAgreeing(a, b, usual) : 0;
+        const int agreeing = DigitsAgreeing(a, b, usual);
         digits.push_back(agreeing);
         const double limit = tolerance.relative * std::max({std::abs(a), std::abs(b), usual}) + tolerance.absolute;
         const bool agrees = isHere && isThere && (a == b || std::abs(a - b) <= limit);

@@ -34,6 +34,13 @@ struct Tolerance {
     double absolute = 0.0;
 };
 
+// The significant digits to which two numbers agree, AllDigits if they are equal. `usual` is a usual size of such numbers:
+// near zero it counts in the place of theirs. A gap agrees with a gap only.
+inline constexpr int AllDigits = 16;
+int DigitsAgreeing(double a, double b, double usual);
+// The median size of the values that are there.
+double UsualSize(std::span<const double> values);
+
 // How two columns agree on their common bars, from the first bar on which both have a value to the last such bar.
 struct Agreement {
     std::size_t compared = 0;
@@ -41,8 +48,8 @@ struct Agreement {
     std::size_t first = 0;           // common bar on which both have a value
     std::size_t firstDifferent = 0;  // common bars
     std::size_t lastDifferent = 0;
-    std::size_t worst = 0;                   // where the fewest digits agree
-    int worstDigits = 16, usualDigits = 16;  // that agree at the worst, and at the median
+    std::size_t worst = 0;                                 // where the fewest digits agree
+    int worstDigits = AllDigits, usualDigits = AllDigits;  // that agree at the worst, and at the median
     std::size_t onlyHere = 0,
                 onlyThere = 0;  // values of one column ahead of the first bar with both, or behind the last
 
