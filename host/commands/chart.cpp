@@ -53,6 +53,7 @@ void Draw(const ChartOptions& options) {
     const auto pageFile = Open(options.page, options.picture, options.study);
     const auto pictureFile = Open(options.picture, options.page, options.study);
     ChartSettings settings = options.chart;
+    settings.notices = options.study.Settle(library, bars, study, true);
     std::ranges::transform(options.drawings, std::back_inserter(settings.drawings), SplitDrawing);
     const ChartPage page = DrawChart(bars, study, settings);
     if (pageFile) {
@@ -73,6 +74,7 @@ void AddChart(CLI::App& app, const std::string& library) {
     const auto options = std::make_shared<ChartOptions>(ChartOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
+    AddSettled(command, options->study);
     command.get_option("expressions")->required(false);
     command.add_option("-o,--output", options->page, "the page")->type_name("FILE");
     command.add_option("--png", options->picture, "a picture of the page, painted by an installed Chromium")

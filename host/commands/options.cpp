@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "output_file.h"
 #include "path.h"
+#include "verify/warm_up.h"
 
 #include <algorithm>
 #include <charconv>
@@ -64,6 +65,22 @@ void StudyOptions::AddTo(Study& study, bool allOutputs) const {
     TellAll(study.Warnings());
 }
 
+std::vector<StartNotice> StudyOptions::Settle(const Library& loaded, const BarFile& bars, Study& study, bool allOutputs,
+                                              std::size_t firstShown) const {
+    if (!settled) return UnsettledNotices(loaded, bars, expressions, run, allOutputs, firstShown);
+    std::vector<std::size_t> first;
+    std::vector<StartNotice> notices;
+    for (const auto& bar : BarsUntilSettled(loaded, BarTable(bars), expressions, run, allOutputs, *settled)) {
+        if (!bar)
+            notices.push_back({fmt::format("{}: on no bar are {} digits known to be settled; all values are blank",
+                                           study.Results()[first.size()].title, *settled),
+                               bars.BarCount()});
+        first.push_back(bar.value_or(bars.BarCount()));
+    }
+    study.BlankAhead(std::move(first));
+    return notices;
+}
+
 std::vector<std::filesystem::path> StudyOptions::FilesRead() const {
     std::vector<std::filesystem::path> files;
     if (barFile != "-") files.push_back(PathOf(barFile));
@@ -105,6 +122,15 @@ void AddStudy(CLI::App& command, StudyOptions& options) {
         ->required();
     AddRunSettings(command, options.run);
     AddDefinitions(command, options.library);
+}
+
+void AddSettled(CLI::App& command, StudyOptions& options) {
+    command
+        .add_option("--settled", options.settled,
+                    "leave out values at the start of which fewer than DIGITS digits are settled: they still depend on "
+                    "where the data start")
+        ->type_name("DIGITS")
+        ->check(WholeNumber(1, 15));
 }
 
 void AddReading(CLI::App& command, ReadSettings& settings) {

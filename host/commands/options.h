@@ -31,12 +31,17 @@ struct StudyOptions {
     std::vector<std::string> expressions = {};
     ReadSettings reading = {};
     RunSettings run = {};
+    std::optional<int> settled = {};  // digits; values with fewer are blanked
 
     // Of the columns, those that the expressions read, and those with these standard names (column_names.h) that hold
     // numbers.
     BarFile ReadBars(const Library& loaded, std::span<const std::string_view> besides = {}) const;
     // Adds the expressions to `study` and tells the user what is odd about them.
     void AddTo(Study& study, bool allOutputs) const;
+    // Leaves out values at the start that `settled` asks to blank. Gives what the user should know of values from bar
+    // `firstShown` on that depend on where the data start.
+    std::vector<StartNotice> Settle(const Library& loaded, const BarFile& bars, Study& study, bool allOutputs,
+                                    std::size_t firstShown = 0) const;
     // What a command that reads these must not write over.
     std::vector<std::filesystem::path> FilesRead() const;
 };
@@ -45,6 +50,7 @@ void AddDefinitions(CLI::App& command, LibraryOptions& options);
 void AddOperatorSettings(CLI::App& command, OperatorSettings& settings);
 void AddRunSettings(CLI::App& command, RunSettings& settings);
 void AddStudy(CLI::App& command, StudyOptions& options);
+void AddSettled(CLI::App& command, StudyOptions& options);
 // How the lines of a file are read, for commands that read the whole of it.
 void AddReading(CLI::App& command, ReadSettings& settings);
 // How its lines are laid out.

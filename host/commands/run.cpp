@@ -3,9 +3,6 @@
 #include "console.h"
 #include "progress.h"
 #include "verify/fingerprint.h"
-#include "verify/warm_up.h"
-
-#include <fmt/format.h>
 
 namespace sarvane::study {
 namespace {
@@ -16,7 +13,6 @@ struct RunOptions {
     std::optional<std::size_t> last = {};
     bool allOutputs = false;
     bool fingerprint = false;
-    std::optional<int> settled = {};
 };
 
 void Run(const RunOptions& options) {
@@ -33,15 +29,7 @@ void Run(const RunOptions& options) {
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
     TableOutput table(options.table, options.study.FilesRead(), TableOutput::Kind::Bars);
     table.Begin(bars, study.Results());
-    const std::vector<std::string>& expressions = options.study.expressions;
-    // Ahead of these bars the results are blank.
-    std::vector<std::size_t> firstSettled(study.Results().size(), 0);
-    if (options.settled) {
-        const auto settled = BarsUntilSettled(library, BarTable(bars), expressions, options.study.run,
-                                              options.allOutputs, *options.settled);
-        for (std::size_t i = 0; i < settled.size(); ++i) firstSettled[i] = settled[i].value_or(count);
-    }
-    std::vector<Result> shown = study.Results();
+    const std::vector<StartNotice> notices = options.study.Settle(library, bars, study, options.allOutputs, firstShown);
     Progress progress("calculating", static_cast<double>(count));
     study.Reset();
     for (std::size_t bar = 0; bar < count; ++bar) {
@@ -49,20 +37,13 @@ void Run(const RunOptions& options) {
         progress.Update(static_cast<double>(bar));
         if (bar < firstShown) continue;
         progress.Hide();
-        for (std::size_t i = 0; i < shown.size(); ++i)
-            shown[i].value = bar < firstSettled[i] ? &UndefinedValue : study.Results()[i].value;
-        table.WriteBar(bars.Date(bar), shown);
+        table.WriteBar(bars.Date(bar), study.Results());
         if (!table.IsWanted()) return;
     }
     progress.Hide();
     table.Finish();
     TellAll(study.EmptyColumns());
-    if (!options.settled)
-        TellAll(UnsettledNotices(library, bars, expressions, options.study.run, options.allOutputs, firstShown));
-    for (std::size_t i = 0; i < shown.size(); ++i) {
-        if (count > 0 && firstSettled[i] == count)
-            Tell(fmt::format("{}: no value is settled to {} digits", shown[i].title, *options.settled));
-    }
+    for (const StartNotice& notice : notices) Tell(notice.text);
 }
 
 }  // namespace
@@ -75,12 +56,7 @@ void AddRun(CLI::App& app, const std::string& library) {
     AddTable(command, options->table);
     command.add_option("--last", options->last, "show only the last N bars")->type_name("N")->check(WholeNumber(0));
     command.add_flag("--all-outputs", options->allOutputs, "a column for each output of an expression");
-    command
-        .add_option("--settled", options->settled,
-                    "blank the values at the start of which fewer than DIGITS digits are settled, since they still "
-                    "depend on where the data start")
-        ->type_name("DIGITS")
-        ->check(WholeNumber(1, 15));
+    AddSettled(command, options->study);
     const auto fingerprint = command.add_flag("--fingerprint", options->fingerprint,
                                               "show fingerprints of the columns instead, for `study verify`, as JSON");
     for (const char* const other : {"--last", "--settled", "--output", "--format", "--na", "--precision"})

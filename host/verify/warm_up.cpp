@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <utility>
 
 namespace sarvane::study {
 namespace {
@@ -39,7 +40,7 @@ public:
         return RunTable(compiler.Compiled(), part, settings);
     }
 
-    // Whether some run is long enough to tell when the result is settled.
+    // Whether some run is long enough to have values, so that it tells when the result is settled.
     bool CanTell(std::size_t result) const {
         return std::ranges::any_of(later, [&](const auto& run) { return IsLongEnough(run.second, result); });
     }
@@ -63,7 +64,7 @@ public:
 
 private:
     static bool IsLongEnough(const ResultTable& run, std::size_t result) {
-        return run.values[result].size() > run.columns[result].lookback;
+        return !std::ranges::all_of(run.values[result], IsUndefined);
     }
 
     const BarTable& bars;
@@ -86,35 +87,36 @@ std::vector<std::optional<std::size_t>> BarsUntilSettled(const Library& library,
     return settled;
 }
 
-std::vector<std::string> UnsettledNotices(const Library& library, const BarFile& file,
+std::vector<StartNotice> UnsettledNotices(const Library& library, const BarFile& file,
                                           const std::vector<std::string>& expressions, const RunSettings& settings,
                                           bool allOutputs, std::size_t firstShown) {
     const BarTable bars(file);
     const Runs runs(library, bars, expressions, settings, allOutputs);
-    std::map<std::string, std::string> titles;  // of results, by what is to be said of them
-    const auto note = [&](const std::string& title, std::string text) {
-        std::string& list = titles[std::move(text)];
-        list += (list.empty() ? "" : ", ") + title;
-    };
-    for (std::size_t i = 0; i < runs.Whole().columns.size(); ++i) {
-        if (!runs.CanTell(i)) continue;
+    const std::vector<ResultColumn>& columns = runs.Whole().columns;
+    std::map<std::size_t, std::string> titles;  // of expressions, by the bars that are not settled in all their outputs
+    for (std::size_t i = 0, unsettled = 0; i < columns.size(); ++i) {
         const std::vector<double>& values = runs.Whole().values[i];
-        const std::string& title = runs.Whole().columns[i].title;
-        const auto settled = runs.BarsUntilSettled(i, ShownDigits);
-        if (!settled) {
-            note(title, "all values depend on where the data start");
-            continue;
+        const std::size_t settled = runs.BarsUntilSettled(i, ShownDigits).value_or(bars.BarCount());
+        const auto end = values.begin() + static_cast<std::ptrdiff_t>(settled);
+        const auto shown = values.begin() + static_cast<std::ptrdiff_t>(std::min(firstShown, settled));
+        if (runs.CanTell(i) && !std::all_of(shown, end, IsUndefined)) unsettled = std::max(unsettled, settled);
+        if (i + 1 < columns.size() && columns[i + 1].expression == columns[i].expression) continue;
+        if (unsettled > 0) {
+            std::string& list = titles[std::exchange(unsettled, 0)];
+            list += (list.empty() ? "" : ", ") + TypedText(columns[i]);
         }
-        const auto end = values.begin() + static_cast<std::ptrdiff_t>(*settled);
-        const auto shown = values.begin() + static_cast<std::ptrdiff_t>(std::min(firstShown, *settled));
-        if (std::all_of(shown, end, IsUndefined)) continue;
-        note(title, fmt::format("values ahead of {} depend on where the data start; from then on {} digits are settled "
-                                "(--settled {} blanks the others)",
-                                file.Date(*settled), ShownDigits, ShownDigits));
     }
-    std::vector<std::string> lines;
-    for (const auto& [text, list] : titles) lines.push_back(list + ": " + text);
-    return lines;
+    std::vector<StartNotice> notices;
+    for (const auto& [settled, list] : titles) {
+        const std::string text =
+            settled == bars.BarCount()
+                ? std::string("all values depend on where the data start")
+                : fmt::format("values ahead of {} depend on where the data start; from then on {} digits are settled "
+                              "(--settled {} blanks the others)",
+                              file.Date(settled), ShownDigits, ShownDigits);
+        notices.push_back({fmt::format("{}: {}", list, text), settled});
+    }
+    return notices;
 }
 
 std::string WarmUpText(const Library& library, const BarFile& file, const std::vector<std::string>& expressions,

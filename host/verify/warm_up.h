@@ -10,13 +10,13 @@ namespace sarvane::study {
 
 // How many bars after the start of the data each result depends on where they start: from then on a run that begins
 // there agrees to so many digits with one that begins earlier. Found out by runs from several bars on. Nothing for a
-// result that is still different on the last bar, such as a running total, or whose lookback is longer than the runs.
+// result that is still different on the last bar, such as a running total, or that has no values in runs over half of the bars.
 std::vector<std::optional<std::size_t>> BarsUntilSettled(const Library& library, const BarTable& bars,
                                                          const std::vector<std::string>& expressions,
                                                          const RunSettings& settings, bool allOutputs, int digits);
 
 // What the user should know of values from bar `firstShown` on whose first digits depend on the start, in a few lines.
-std::vector<std::string> UnsettledNotices(const Library& library, const BarFile& bars,
+std::vector<StartNotice> UnsettledNotices(const Library& library, const BarFile& bars,
                                           const std::vector<std::string>& expressions, const RunSettings& settings,
                                           bool allOutputs, std::size_t firstShown);
 
