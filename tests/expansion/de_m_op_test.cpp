@@ -37,6 +37,7 @@ const RunCase runs[] = {
      {1.0 / 3 * 100.0}},
     {"the seed stands in for first gaps", "- - - - 1", {{U, 5, U, U}, {U, 6, U, U}}, {100}, nullptr, {4, 4, 4, 4}},
     {"a bar without a value", "15 1 3 1 1", {{9, 10, 9, 9}, {9, 11, 9, 9}}, {}},
+    {"a movement above 1e-100 counts", "1 1 3 1 1", {{0, 0, 0, 0}, {0, 1.1e-100, 0, 0}}, {100}},
     {"a lag below 0 reaches no bar", "1 1 3 -1 1 2", {{9, 10, 8, 9}, {9, 11, 9, 9}}, {}},
 };
 

@@ -11,6 +11,8 @@ namespace {
 const DescriptionCase descriptions[] = {
     {"a long lag counts for the history", "3 0 1 5 4 6 40 2",
      "TDREI( %s, 3, 0, 1, 5, 4, 6, 40, 2) | in 0O 0H 0L 0C | out curve1:3 | par 3 0 1 5 4 6 40 2 | back 43"},
+    {"with short lags the period alone counts", "5",
+     "TDREI( %s, 5, 1, 0, 1, 2, 3, 2, 1) | in 0O 0H 0L 0C | out curve1:3 | par 5 1 0 1 2 3 2 1 | back 23"},
     {"a period below 1 is unset", "0",
      "TDREI( %s, -2147483648, 1, 0, 1, 2, 3, 2, 1) | in 0O 0H 0L 0C 1 | out curve1:3 | par -2147483648 1 0 1 2 3 2"
      " | back 0"},

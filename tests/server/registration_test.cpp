@@ -1,6 +1,7 @@
 #include "server/registration.h"
 
 #include "platform/platform.h"
+#include "sarvane/registry.h"
 #include "support/operator_driver.h"
 #include "support/registry.h"
 
@@ -71,6 +72,13 @@ TEST_F(Registration, RefusesWhatIsNoScript) {
     }
 }
 
+TEST_F(Registration, GivesNoNameOfAKeyThatThereIsNot) {
+    char16_t text[] = u"left over";
+    char16_t* name = text;
+    EXPECT_EQ(SarvaneReadRegistryKey(u"NoSuchKey", 0, &name), E_FILENOTFOUND);
+    EXPECT_EQ(name, nullptr);
+}
+
 // However deep the keys of a script lie, the stack suffices.
 TEST_F(Registration, RefusesKeysThatLieTooDeep) {
     for (const int depth : {50, 100'000}) {
@@ -83,6 +91,13 @@ TEST_F(Registration, RefusesKeysThatLieTooDeep) {
         else
             EXPECT_EQ(Value("Deep"), "none");
         RunScript(u"HKCR { Deep }", u"", Direction::Remove);
+    }
+    // Braces that would only match if the deepest keys were skipped.
+    for (int closed = 95; closed < 105; ++closed) {
+        std::u16string script = u"HKCR { Deep ";
+        for (int i = 0; i < 150; ++i) script += u"{ a ";
+        for (int i = 0; i < closed; ++i) script += u"} ";
+        EXPECT_EQ(RunScript(script, u"", Direction::Register), E_FAIL) << closed;
     }
 }
 

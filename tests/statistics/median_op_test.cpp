@@ -25,6 +25,7 @@ const RunCase runs[] = {
     {"what is no number takes no place", "2", {{1}, {INFINITY}, {U}, {3}}, {1, U, U, 1, U, U, 1, U, U, 2, U, U}},
     {"two curves share a window", "3 - - - - x", {{1, 3}, {8, 9}}, {2, U, U, 8, U, U}},
     {"the first of two equal zeros stands for both, even once it left", "1", {{-0.0}, {0.0}}, {-0.0, U, U, -0.0, U, U}},
+    {"but not once all zeros have left", "1", {{0.0}, {5}, {-0.0}}, {0.0, U, U, 5, U, U, -0.0, U, U}},
 };
 
 TEST(MedianOp, Cases) { CheckCases("MedOp", descriptions, runs); }
@@ -74,6 +75,13 @@ TEST(MedianOp, RestoresWhateverWindowWasSaved) {
     op->RestoreState(0);
     ExpectSameBits(op.Step({U}), {U, U, U}, "a slot never saved is an empty window");
     ExpectSameBits(op.Step({8}), {8, U, U}, "that goes on working");
+}
+
+TEST(MedianOp, AResetForgetsTheZeroThatStoodForAll) {
+    OperatorDriver op("MedOp");
+    op.Step({0.0});
+    op.Reset();
+    ExpectSameBits(op.Step({-0.0}), {-0.0, U, U}, "the first zero of the new run");
 }
 
 std::vector<double> Sorted(const std::deque<double>& values) {

@@ -39,6 +39,16 @@ TEST(SetStepMA, Steps) {
     }
 }
 
+TEST(SetStepMA, ItsKindCanChangeBetweenTwoBars) {
+    CSetStepMA extreme(StepHighest, 3), average(StepExp, 1);
+    for (const double input : {1.0, 5.0, 2.0}) extreme.Step(input);
+    extreme.Configure(StepLowest, 3);
+    EXPECT_EQ(extreme.Step(4.0), 2.0) << "of 5, 2 and 4";
+    for (const double input : {3.0, 4.0}) average.Step(input);
+    average.Configure(StepSim, 2);
+    EXPECT_EQ(average.Step(6.0), 3.0) << "the sum begins with this input";
+}
+
 TEST(SetStepMA, SnapshotsOutliveReset) {
     CSetStepMA step(StepSum, 3);
     EXPECT_EQ(step.Configure(StepExp, UndefinedValue), 0);
