@@ -64,6 +64,7 @@ using Statement = std::unique_ptr<sqlite3_stmt, StatementCloser>;
 struct ValueCloser {
     void operator()(sqlite3_value* value) const { sqlite3_value_free(value); }
 };
+using Value = std::unique_ptr<sqlite3_value, ValueCloser>;
 
 // What expressions give over the rows of a query, whose first column tells which bar it is, and whose other columns are
 // those of the expressions: a row for each bar and result.
@@ -84,7 +85,7 @@ public:
         case 1: sqlite3_result_value(context, keys[bar].get()); break;
         case 2: sqlite3_result_text(context, info.title, -1, SQLITE_TRANSIENT); break;
         case 3: sqlite3_result_text(context, *info.output ? info.output : nullptr, -1, SQLITE_TRANSIENT); break;
-        case 4: GiveNumber(context, results[result][bar]); break;
+        case 4: info.isLabel ? sqlite3_result_null(context) : GiveNumber(context, results[result][bar]); break;
         case 5: info.isLabel ? GiveLabel(context, results[result][bar]) : sqlite3_result_null(context); break;
         }
     }
@@ -147,8 +148,8 @@ private:
     }
 
     StudyHandle study;
-    std::vector<SarvaneResultInfo> infos;                      // by result
-    std::vector<std::unique_ptr<sqlite3_value, ValueCloser>> keys;  // by bar
+    std::vector<SarvaneResultInfo> infos;  // by result
+    std::vector<Value> keys;               // by bar
     std::vector<std::vector<double>> columns, results;
 };
 
@@ -173,6 +174,7 @@ struct Table : sqlite3_vtab {
 struct Cursor : sqlite3_vtab_cursor {
     RowsHandle rows;
     std::size_t row = 0;
+    std::vector<Value> arguments;
 
     Cursor() : sqlite3_vtab_cursor() {}
     const TableFunction& Function() const { return *static_cast<Table*>(pVtab)->function; }
@@ -233,6 +235,8 @@ int Filter(sqlite3_vtab_cursor* opened, int, const char*, int count, sqlite3_val
     try {
         cursor.row = 0;
         cursor.rows = function.make(*function.connection, Arguments(values, values + count), &fault);
+        cursor.arguments.clear();
+        for (int i = 0; i < count; ++i) cursor.arguments.emplace_back(sqlite3_value_dup(values[i]));
         if (cursor.rows) return SQLITE_OK;
         sqlite3_free(cursor.pVtab->zErrMsg);
         cursor.pVtab->zErrMsg = sqlite3_mprintf("%s", TextOf(function.name, fault).c_str());
@@ -252,7 +256,12 @@ int IsAtEnd(sqlite3_vtab_cursor* opened) {
 }
 int Column(sqlite3_vtab_cursor* opened, sqlite3_context* context, int column) {
     const auto& cursor = *static_cast<Cursor*>(opened);
-    if (column < cursor.Function().columnCount) cursor.rows->Give(context, cursor.row, column);
+    const auto argument = static_cast<std::size_t>(column - cursor.Function().columnCount);
+    if (column < cursor.Function().columnCount) {
+        cursor.rows->Give(context, cursor.row, column);
+    } else if (argument < cursor.arguments.size()) {  // SQLite compares some again
+        sqlite3_result_value(context, cursor.arguments[argument].get());
+    }
     return SQLITE_OK;
 }
 int RowId(sqlite3_vtab_cursor* cursor, sqlite3_int64* id) {

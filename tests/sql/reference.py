@@ -44,7 +44,7 @@ def expected(wanted):
         table = os.path.join(folder, "table.ndjson")
         subprocess.run([STUDY, "run", BAR_FILE, *wanted, "-o", table], check=True, capture_output=True)
         with open(table, encoding="utf-8") as file:
-            lines = [list(json.loads(line).values())[1:] for line in file]
+            lines = [list(json.loads(line, parse_int=float).values())[1:] for line in file]
     return {expression: [bits(value) for value in column] for expression, column in zip(wanted, zip(*lines), strict=True)}
 
 
