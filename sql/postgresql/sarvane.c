@@ -246,7 +246,7 @@ static double NextValue(FunctionCallInfo fcinfo, bool namesColumns, bool givesLa
                         errmsg("a row has %zu values, and the first one has %zu", width, partition->width)));
     }
     ReportStatus(SarvaneStep(partition->study, row, values, &result));
-    WinSetMarkPosition(window, row);  /* earlier rows aren't needed any more */
+    WinSetMarkPosition(window, row); /* earlier rows aren't needed any more */
     return result;
 }
 
@@ -321,7 +321,7 @@ static Datum AddBar(FunctionCallInfo fcinfo, Owned* owned, int time, const doubl
 
 static MemoryContext AggregateContext(FunctionCallInfo fcinfo) {
     MemoryContext context;
-    if (!AggCheckCallContext(fcinfo, &context)) elog(ERROR, "only study_state() calls this function");
+    if (!AggCheckCallContext(fcinfo, &context)) elog(ERROR, "only study_state() and study_update() call this function");
     return context;
 }
 
@@ -329,7 +329,7 @@ static void NeedArguments(FunctionCallInfo fcinfo) {
     for (int i = 1; i < PG_NARGS(); ++i) {
         if (PG_ARGISNULL(i)) {
             ereport(ERROR, (errcode(ERRCODE_NULL_VALUE_NOT_ALLOWED),
-                            errmsg("of the arguments of study_state() only values may be null")));
+                            errmsg("only values of bars may be null")));
         }
     }
 }

@@ -1,4 +1,4 @@
-// study_state() and study_value(): a series kept as a blob, for tables that hold the newest values.
+// study_state(), study_update() and study_value(): a series kept as a blob, for tables that hold the newest values.
 
 #include "sqlite/connection.h"
 #include "stored_series.h"
@@ -24,22 +24,24 @@ StoredSeries* Read(sqlite3_context* context, sqlite3_value* state, SqlFault* fau
                             &Limits, fault);
 }
 
-// The arguments are an expression and names of columns, or a state, and then time and values.
+// Study_state() has an expression and names of columns ahead of time and values, study_update() has a state there.
+template <bool resumes>
 void AddBar(sqlite3_context* context, int count, sqlite3_value** arguments) {
     auto** const slot = static_cast<StoredSeries**>(sqlite3_aggregate_context(context, sizeof(StoredSeries*)));
     if (!slot) return sqlite3_result_error_nomem(context);
-    Guarded(context, "study_state", [&](SqlFault* fault) {
-        const int ahead = count > 0 && sqlite3_value_type(arguments[0]) == SQLITE_BLOB ? 1 : 2;
+    Guarded(context, resumes ? "study_update" : "study_state", [&](SqlFault* fault) {
+        constexpr int ahead = resumes ? 1 : 2;
         const int valueCount = count - ahead - 1;
         if (valueCount < 1) {
-            SetFaultMessage(fault, "an expression with names of columns, or a state, then a time and values are needed");
+            SetFaultMessage(fault, resumes ? "a state, a time and values are needed"
+                                           : "an expression, names of columns, a time and values are needed");
             return false;
         }
         if (!*slot) {
-            *slot = ahead == 1 ? Read(context, arguments[0], fault)
-                               : StartStoredSeries(ConnectionOf(context).library, TextOf(arguments[0]),
-                                                   TextOf(arguments[1]), static_cast<std::size_t>(valueCount), &Limits,
-                                                   fault);
+            *slot = resumes ? Read(context, arguments[0], fault)
+                            : StartStoredSeries(ConnectionOf(context).library, TextOf(arguments[0]),
+                                                TextOf(arguments[1]), static_cast<std::size_t>(valueCount), &Limits,
+                                                fault);
         }
         if (!*slot) return false;
         if (sqlite3_value_numeric_type(arguments[ahead]) != SQLITE_INTEGER) {
@@ -79,14 +81,18 @@ void LastValueOf(sqlite3_context* context, int, sqlite3_value** arguments) {
 }  // namespace
 
 int AddStateFunctions(sqlite3* database, const SharedConnection& connection) {
-    constexpr int Flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-    const auto forget = [](void* held) { delete static_cast<SharedConnection*>(held); };
-    const int status =
-        sqlite3_create_function_v2(database, "study_state", -1, Flags, new SharedConnection(connection), nullptr, AddBar,
-                                   FinishState, forget);
-    if (status != SQLITE_OK) return status;
-    return sqlite3_create_function_v2(database, "study_value", 1, Flags, new SharedConnection(connection), LastValueOf,
-                                      nullptr, nullptr, forget);
+    const auto add = [&](const char* name, int count, auto* call, auto* step, auto* finish) {
+        const auto forget = [](void* held) { delete static_cast<SharedConnection*>(held); };
+        return sqlite3_create_function_v2(database, name, count, SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS,
+                                          new SharedConnection(connection), call, step, finish, forget);
+    };
+    using Call = void(sqlite3_context*, int, sqlite3_value**);
+    using Finish = void(sqlite3_context*);
+    constexpr Call* none = nullptr;
+    int status = add("study_state", -1, none, AddBar<false>, FinishState);
+    if (status == SQLITE_OK) status = add("study_update", -1, none, AddBar<true>, FinishState);
+    if (status == SQLITE_OK) status = add("study_value", 1, LastValueOf, none, static_cast<Finish*>(nullptr));
+    return status;
 }
 
 }  // namespace sarvane::sql

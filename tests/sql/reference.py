@@ -26,7 +26,7 @@ def expressions(describe, names):
         given = [row["default"] or stand_in.get(row["kind"], "5") if row["optional"] in ("0", "f") else ""
                  for row in rows if row["part"] == "argument"]
         outputs = [row["name"] for row in rows if row["part"] == "output"]
-        call = f"{name}({', '.join(given)})"
+        call = f"{name}({', '.join(given)})" if name != "KalmanFilter" else "KalmanFilter(Close, 0.01, 0.1, 1)"
         found += [call] if len(outputs) == 1 else [f"{call}.{output}" for output in outputs]
     return found
 

@@ -85,13 +85,13 @@ class Sqlite(unittest.TestCase):
              {"s": "b", "n": "1", "v": ""}, {"s": "b", "n": "2", "v": ""}])
 
     def test_stored_series_have_the_last_value_of_a_whole_run(self):
-        wanted = ["RSI(Close, 14)", "TDREBO(Bar).high", "KalmanFilter(Close)", "TimeAvg(Close, floor(Volume / 1e9))"]
+        wanted = ["RSI(Close, 14)", "TDREBO(Bar).high", "KalmanFilter(Close, 0.01, 0.1, 1)", "TimeAvg(Close, floor(Volume / 1e9))"]
         for expression, values in reference.expected(wanted).items():
             row = "rowid, open, high, low, close, volume"
             # A first part, its last bar as it was before a tick, one bar as it was before a correction; then the rest.
             state = (f"SELECT study_state({quoted(expression)}, '{reference.COLUMNS}', rowid, open, high, low, "
                      "close + (rowid IN (100, 5000)), volume) v FROM bars WHERE rowid <= 5000")
-            got = column(f"SELECT {BITS % 'study_value(s)'} v FROM (SELECT study_state(({state}), {row}) s FROM "
+            got = column(f"SELECT {BITS % 'study_value(s)'} v FROM (SELECT study_update(({state}), {row}) s FROM "
                          "(SELECT rowid, * FROM bars WHERE rowid = 100 OR rowid >= 5000 ORDER BY random()))")
             self.assertEqual(got, [values[-1]], expression)
 
