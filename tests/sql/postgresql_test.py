@@ -2,6 +2,7 @@
 import csv
 import io
 import os
+import sys
 import unittest
 
 import reference
@@ -67,6 +68,10 @@ class PostgreSql(unittest.TestCase):
                 SELECT {BITS % 'study_value(s)'} FROM later""")
             self.assertEqual(got, [values[-1]], expression)
 
+    def test_the_document_shows_what_its_statements_print(self):
+        statements, shown = reference.document("postgresql")
+        self.assertEqual(SERVER.psql(statements), (shown, ""))
+
     def test_faults_are_errors(self):
         deep = "(" * 30_000 + "Close" + ")" * 30_000
         for call, fault in {
@@ -120,6 +125,7 @@ if __name__ == "__main__":
         output, faults = SERVER.psql(f"CREATE EXTENSION sarvane; CREATE TABLE bars(day date, {columns}, n bigserial);"
                     f"GRANT SELECT ON bars TO PUBLIC;\n\\copy bars(day, {PRICES}) FROM '{reference.BAR_FILE}' CSV HEADER\n")
         assert not faults, faults
-        unittest.main(exit=False, verbosity=2)
+        passed = unittest.main(exit=False, verbosity=2).result.wasSuccessful()
     finally:
         SERVER.stop()
+    sys.exit(not passed)

@@ -2,12 +2,15 @@
 import csv
 import json
 import os
+import re
 import struct
 import subprocess
 import tempfile
 
 STUDY = os.environ["STUDY_PROGRAM"]
 BAR_FILE = os.environ["BAR_FILE"]
+PROJECT = os.path.dirname(os.path.dirname(BAR_FILE))
+DOCUMENT = os.path.join(PROJECT, "docs/sql.md")
 COLUMNS = "open,high,low,close,volume"
 
 
@@ -57,3 +60,10 @@ def first_difference(got, want):
 
 def gives_labels(values):
     return any(value.startswith("label") for value in values)
+
+
+def document(database):
+    """The statements that docs/sql.md has for a database, and what it shows as their output."""
+    with open(DOCUMENT, encoding="utf-8") as file:
+        text = file.read()
+    return ["".join(re.findall(f"^```{kind} {database}\n(.*?)^```$", text, re.M | re.S)) for kind in ("sql", "text")]

@@ -54,9 +54,8 @@ class Server:
 
     def psql(self, text, *options):
         """What a session prints, and what it complains of."""
-        run = subprocess.run([f"/{BIN}/psql", "-X", "-q", "-v", "VERBOSITY=verbose" if "-V" in options else
-                              "VERBOSITY=default", *[option for option in options if option != "-V"]], input=text,
-                             text=True, capture_output=True, env=self.environment, timeout=300)
+        run = subprocess.run([f"/{BIN}/psql", "-X", "-q", *options], input=text, text=True, capture_output=True,
+                             env=self.environment, timeout=300)
         return run.stdout, run.stderr
 
     def stop(self):

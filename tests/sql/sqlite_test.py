@@ -95,6 +95,13 @@ class Sqlite(unittest.TestCase):
                          "(SELECT rowid, * FROM bars WHERE rowid = 100 OR rowid >= 5000 ORDER BY random()))")
             self.assertEqual(got, [values[-1]], expression)
 
+    def test_the_document_shows_what_its_statements_print(self):
+        statements, shown = reference.document("sqlite")
+        run = subprocess.run(["sqlite3", "-batch", "-table"], text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                             input=statements.replace("build/release/bin/libsarvane_sqlite", EXTENSION),
+                             cwd=reference.PROJECT)
+        self.assertEqual(run.stdout, shown)
+
     def test_faults_are_errors(self):
         deep = "(" * 100_000 + "Close" + ")" * 100_000
         for call, fault in {
