@@ -9,7 +9,7 @@ import tempfile
 
 STUDY = os.environ["STUDY_PROGRAM"]
 BAR_FILE = os.environ["BAR_FILE"]
-PROJECT = os.path.dirname(os.path.dirname(BAR_FILE))
+PROJECT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 DOCUMENT = os.path.join(PROJECT, "docs/sql.md")
 COLUMNS = "open,high,low,close,volume"
 

@@ -10,6 +10,7 @@ import tempfile
 BIN = "usr/lib/postgresql/15/bin"
 LIB = "usr/lib/postgresql/15/lib"
 SHARE = "usr/share/postgresql/15"
+PROJECT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
 
 class Server:
@@ -55,7 +56,7 @@ class Server:
     def psql(self, text, *options):
         """What a session prints, and what it complains of."""
         run = subprocess.run([f"/{BIN}/psql", "-X", "-q", *options], input=text, text=True, capture_output=True,
-                             env=self.environment, timeout=300)
+                             cwd=PROJECT, env=self.environment, timeout=300)
         return run.stdout, run.stderr
 
     def stop(self):
