@@ -130,13 +130,13 @@ SqlTable* ListStudies(SarvaneLibrary* library, SqlFault* fault) {
         for (std::size_t study = 0; study < definitions; ++study) {
             SarvaneDefinitionInfo about = {};
             SarvaneGetDefinitionInfo(library, study, &about);
-            const Cell arguments = NameList<SarvaneArgumentInfo>(
-                about.argumentCount, [&](auto i, auto* info) { SarvaneGetDefinitionArgument(library, study, i, info); });
+            const Cell arguments = NameList<SarvaneArgumentInfo>(about.argumentCount, [&](auto i, auto* info) {
+                SarvaneGetDefinitionArgument(library, study, i, info);
+            });
             const Cell outputs = NameList<SarvaneWordInfo>(
                 about.outputCount, [&](auto i, auto* info) { SarvaneGetDefinitionOutput(library, study, i, info); });
-            table->rows.push_back({about.name, "study", TextOrNull(about.sentence), arguments,
-                                   outputs, TextOrNull(about.group), TextOrNull(about.source),
-                                   about.text});
+            table->rows.push_back({about.name, "study", TextOrNull(about.sentence), arguments, outputs,
+                                   TextOrNull(about.group), TextOrNull(about.source), about.text});
         }
         return table.release();
     });

@@ -62,7 +62,8 @@ bool Apply(StoredSeries& series, SqlFault* fault) {
     for (; row < series.times.size() && count > 0 && series.times[row] <= last; ++row) {
         const std::size_t bar = SarvaneFindBar(series.bars, series.times[row]);
         if (bar == count) {
-            SetFaultMessage(fault, "there is no bar of the time %" PRId64 " to correct, and one of %" PRId64 " behind it",
+            SetFaultMessage(fault,
+                            "there is no bar of the time %" PRId64 " to correct, and one of %" PRId64 " behind it",
                             series.times[row], last);
             return false;
         }
@@ -103,7 +104,8 @@ StoredSeries* ReadStoredSeries(const SarvaneLibrary* library, const void* bytes,
         SarvaneStudyInfo info = {};
         SarvaneGetStudyInfo(study, &info);
         if (SarvaneResultCount(study) != 1 || info.columnCount == 0) {
-            SetFaultMessage(fault, "the stored series has %zu results from %zu columns, which study_state() never writes",
+            SetFaultMessage(fault,
+                            "the stored series has %zu results from %zu columns, which study_state() never writes",
                             SarvaneResultCount(study), info.columnCount);
             return nullptr;
         }

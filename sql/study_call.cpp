@@ -117,8 +117,8 @@ void SetProblem(SqlFault* fault, SarvaneStatus status, SarvaneProblem* problem) 
     const std::string_view text = problem->text;
     if (!text.empty()) {
         const std::string part(text.substr(std::min(problem->offset, text.size()), problem->length));
-        CopyText(fault->detail, part.empty() ? "at the expression's end"
-                                             : "at byte " + std::to_string(problem->offset) + ": " + part);
+        CopyText(fault->detail,
+                 part.empty() ? "at the expression's end" : "at byte " + std::to_string(problem->offset) + ": " + part);
     }
     std::string nearest;
     for (std::size_t i = 0; i < problem->nearestCount; ++i) {

@@ -32,7 +32,8 @@ typedef struct SqlLimits {
     size_t expressionBytes;
     size_t lookback; /* bars, through the longest chain of operators */
 } SqlLimits;
-#define SQL_LIMITS {65536, 1000000}
+#define SQL_LIMITS                                                                                                     \
+    { 65536, 1000000 }
 
 /* Fills a fault from a status that came without a problem. */
 void SetFault(SqlFault* fault, SarvaneStatus status);

@@ -41,9 +41,7 @@ static SqlLimits Limits(void) {
     return limits;
 }
 
-static char* InServerEncoding(const char* text) {
-    return pg_any_to_server(text, (int)strlen(text), PG_UTF8);
-}
+static char* InServerEncoding(const char* text) { return pg_any_to_server(text, (int)strlen(text), PG_UTF8); }
 
 pg_attribute_noreturn() static void Report(const SqlFault* fault) {
     const int code = fault->status == SARVANE_OUT_OF_MEMORY ? ERRCODE_OUT_OF_MEMORY
@@ -143,7 +141,8 @@ static const double* ArrayValues(ArrayType* array, Size* count) {
     int size;
     double* row;
     if (ARR_NDIM(array) != 1) {
-        ereport(ERROR, (errcode(ERRCODE_ARRAY_SUBSCRIPT_ERROR), errmsg("the values of a row are no array of one dimension")));
+        ereport(ERROR,
+                (errcode(ERRCODE_ARRAY_SUBSCRIPT_ERROR), errmsg("the values of a row are no array of one dimension")));
     }
     *count = (Size)ARR_DIMS(array)[0];
     if (!ARR_HASNULL(array)) return (const double*)ARR_DATA_PTR(array);
@@ -236,8 +235,8 @@ static double NextValue(FunctionCallInfo fcinfo, bool namesColumns, bool givesLa
                 !AreEqual(partition->expression, TextArgument(window, 0, "the expression"))) ||
                (namesColumns && !get_fn_expr_arg_stable(fcinfo->flinfo, 1) &&
                 !AreEqual(partition->columns, TextArgument(window, 1, "the list of columns")))) {
-        ereport(ERROR, (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
-                        errmsg("the expression changes inside of a partition")));
+        ereport(ERROR,
+                (errcode(ERRCODE_INVALID_PARAMETER_VALUE), errmsg("the expression changes inside of a partition")));
     }
     CheckFrame(window, row, partition->barCount);
     values = ReadRow(fcinfo, window, partition, &width);
@@ -328,8 +327,7 @@ static MemoryContext AggregateContext(FunctionCallInfo fcinfo) {
 static void NeedArguments(FunctionCallInfo fcinfo) {
     for (int i = 1; i < PG_NARGS(); ++i) {
         if (PG_ARGISNULL(i)) {
-            ereport(ERROR, (errcode(ERRCODE_NULL_VALUE_NOT_ALLOWED),
-                            errmsg("only values of bars may be null")));
+            ereport(ERROR, (errcode(ERRCODE_NULL_VALUE_NOT_ALLOWED), errmsg("only values of bars may be null")));
         }
     }
 }

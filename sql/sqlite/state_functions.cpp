@@ -38,10 +38,10 @@ void AddBar(sqlite3_context* context, int count, sqlite3_value** arguments) {
             return false;
         }
         if (!*slot) {
-            *slot = resumes ? Read(context, arguments[0], fault)
-                            : StartStoredSeries(ConnectionOf(context).library, TextOf(arguments[0]),
-                                                TextOf(arguments[1]), static_cast<std::size_t>(valueCount), &Limits,
-                                                fault);
+            *slot = resumes
+                        ? Read(context, arguments[0], fault)
+                        : StartStoredSeries(ConnectionOf(context).library, TextOf(arguments[0]), TextOf(arguments[1]),
+                                            static_cast<std::size_t>(valueCount), &Limits, fault);
         }
         if (!*slot) return false;
         if (sqlite3_value_numeric_type(arguments[ahead]) != SQLITE_INTEGER) {

@@ -34,7 +34,8 @@ public:
         const char* const cell = TableCell(table.get(), row, static_cast<std::size_t>(column));
         if (cell && (numericColumns >> column & 1U)) {
             const double number = std::stod(cell);
-            column == OptionalColumn ? sqlite3_result_int(context, number != 0.0) : sqlite3_result_double(context, number);
+            column == OptionalColumn ? sqlite3_result_int(context, number != 0.0)
+                                     : sqlite3_result_double(context, number);
         } else {
             sqlite3_result_text(context, cell, -1, SQLITE_TRANSIENT);  // NULL for null
         }
@@ -101,7 +102,8 @@ private:
             return nullptr;
         }
         if (!made || !sqlite3_stmt_readonly(made) || sqlite3_column_count(made) < 2) {
-            SetFaultMessage(fault, "the query has to read: what tells bars apart first, then the columns of expressions");
+            SetFaultMessage(fault,
+                            "the query has to read: what tells bars apart first, then the columns of expressions");
             return nullptr;
         }
         return statement;
@@ -162,7 +164,7 @@ RowsHandle Run(const Connection& connection, const Arguments& arguments, SqlFaul
 struct TableFunction {
     const char* name;
     std::string declaration;
-    int columnCount;    // without the hidden ones
+    int columnCount;  // without the hidden ones
     int neededArguments;
     RowsHandle (*make)(const Connection&, const Arguments&, SqlFault*);
     SharedConnection connection;
@@ -293,7 +295,8 @@ int AddTables(sqlite3* database, const SharedConnection& connection) {
     for (int i = 1; i <= MostExpressions; ++i) run += ", expression" + std::to_string(i) + " HIDDEN";
     const TableFunction functions[] = {
         {"study_list",
-         "CREATE TABLE x(name TEXT, kind TEXT, meaning TEXT, arguments TEXT, outputs TEXT, \"group\" TEXT, source TEXT, "
+         "CREATE TABLE x(name TEXT, kind TEXT, meaning TEXT, arguments TEXT, outputs TEXT, \"group\" TEXT, source "
+         "TEXT, "
          "definition TEXT)",
          LIST_COLUMNS, 0, List, connection},
         {"study_describe",
