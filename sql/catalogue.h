@@ -10,14 +10,14 @@ extern "C" {
 /* Rows that tell of operators and studies: the contents of study_list() and study_describe(). */
 typedef struct SqlTable SqlTable;
 
-/* Columns: name, kind ("operator" or "study"), meaning, arguments, outputs (lists with commas), group, source, definition.
- * Freed by FreeTable. No other thread may use the library meanwhile. Null if memory runs out. */
+/* Columns: name, kind ("operator" or "study"), meaning, arguments, outputs (lists with commas), group, source,
+ * definition. Freed by FreeTable. No other thread may use the library meanwhile. Null if memory runs out. */
 #define LIST_COLUMNS 8
 SqlTable* ListStudies(SarvaneLibrary* library, SqlFault* fault);
 
-/* The arguments of an operator or a study, the words that an argument takes, and the outputs. Columns: part ("argument",
- * "word" or "output"), name, meaning, default, least, greatest (numbers), kind (what an argument takes), optional ("1" or
- * "0"). Null if there is no operator and no study with this name. */
+/* The arguments of an operator or a study, the words that an argument takes, and the outputs. Columns: part
+ * ("argument", "word" or "output"), name, meaning, default, least, greatest (numbers), kind (what an argument takes),
+ * optional ("1" or "0"). Null if there is no operator and no study with this name. */
 #define DESCRIBE_COLUMNS 8
 SqlTable* DescribeStudy(SarvaneLibrary* library, SqlText name, SqlFault* fault);
 

@@ -7,8 +7,9 @@
 extern "C" {
 #endif
 
-/* An expression with its bars, which a database keeps as bytes between statements: what study_state() gives. Rows that are
- * added are collected first and put in the order of their times at the end, since databases hand them over in any order. */
+/* An expression with its bars, which a database keeps as bytes between statements: what study_state() gives. Rows that
+ * are added are collected first and put in the order of their times at the end, since databases hand them over in any
+ * order. */
 typedef struct StoredSeries StoredSeries;
 
 /* A series without bars; arguments as in CompileStudy. Freed by FreeStoredSeries. */
@@ -19,8 +20,8 @@ StoredSeries* ReadStoredSeries(const SarvaneLibrary* library, const void* bytes,
                                SqlFault* fault);
 void FreeStoredSeries(StoredSeries* series);
 
-/* Adds a row, which has one value for each column: a new bar if its time is later than that of all bars so far, a tick or
- * correction if there is a bar of this time. 0 if that fails. */
+/* Adds a row, which has one value for each column: a new bar if its time is later than that of all bars so far, a tick
+ * or correction if there is a bar of this time. 0 if that fails. */
 int AddRow(StoredSeries* series, int64_t time, size_t valueCount, const double* row, SqlFault* fault);
 
 /* Calculates what the added rows change, and writes the series; bytes are freed by SarvaneFreeBytes. 0 if that fails:

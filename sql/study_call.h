@@ -1,9 +1,9 @@
 #ifndef SARVANE_SQL_STUDY_CALL_H
 #define SARVANE_SQL_STUDY_CALL_H
 
-/* What the extensions for databases have in common, on top of sarvane/study.h: expressions that are compiled for columns
- * of SQL, with limits, and what goes wrong as texts of a fixed size, which nobody has to free. The functions are C: none
- * lets an exception out, and no database's way of leaving a function passes through C++.
+/* What the extensions for databases have in common, on top of sarvane/study.h: expressions that are compiled for
+ * columns of SQL, with limits, and what goes wrong as texts of a fixed size, which nobody has to free. The functions
+ * are C: none lets an exception out, and no database's way of leaving a function passes through C++.
  */
 
 #include "sarvane/study.h"
@@ -46,8 +46,8 @@ void SetFaultMessage(SqlFault* fault, const char* format, ...);
 /* The operators and the standard studies, or null. Freed by SarvaneCloseLibrary. */
 SarvaneLibrary* OpenStudyLibrary(SqlFault* fault);
 
-/* The names, with commas between them, of the columns of study(): 1 value is the close, 4 are the bar, 5 the bar with its
- * volume. Null for another count. */
+/* The names, with commas between them, of the columns of study(): 1 value is the close, 4 are the bar, 5 the bar with
+ * its volume. Null for another count. */
 const char* BarColumns(size_t valueCount);
 
 /* One expression, which gives one result, over columns whose names have commas between them; null if it can't be

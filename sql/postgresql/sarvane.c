@@ -1,6 +1,6 @@
 /* The extension for PostgreSQL. It is C: PostgreSQL leaves functions by longjmp when an error is raised or a query is
- * cancelled, which must pass no C++ frame. Objects of the study library belong to a memory context each, which frees them
- * also then. */
+ * cancelled, which must pass no C++ frame. Objects of the study library belong to a memory context each, which frees
+ * them also then. */
 
 #include "postgres.h"
 
@@ -134,7 +134,7 @@ static bool AreEqual(text* a, text* b) {
            memcmp(VARDATA_ANY(a), VARDATA_ANY(b), VARSIZE_ANY_EXHDR(a)) == 0;
 }
 
-/* The values of a row's array, without copying where it has no gaps; null for an array that is not one row. */
+/* The values of a row's array, without copying where it has no gaps. */
 static const double* ArrayValues(ArrayType* array, Size* count) {
     Datum* values;
     bool* nulls;
@@ -176,8 +176,8 @@ static bool IsInFrame(WindowObject window, int64 rowsFromHead) {
     return !isOut;
 }
 
-/* A study runs over the partition up to the present row. Another frame is an error on the first row, if it ends elsewhere,
- * or on the last, if it begins later: as many rows as the partition has are not in it then. */
+/* A study runs over the partition up to the present row. Another frame is an error on the first row, if it ends
+ * elsewhere, or on the last, if it begins later: as many rows as the partition has are not in it then. */
 static void CheckFrame(WindowObject window, int64 row, int64 barCount) {
     bool isRight = true;
     if (row == 0) {
@@ -311,7 +311,7 @@ Datum sarvane_study_describe(PG_FUNCTION_ARGS) {
 
 /* ---- Stored series ---- */
 
-/* Adds the row of the last two arguments to the series of an aggregate. */
+/* Adds a row to the series of an aggregate. `time` is the number of the argument with its time. */
 static Datum AddBar(FunctionCallInfo fcinfo, Owned* owned, int time, const double* row, Size width) {
     SqlFault fault;
     if (!AddRow(owned->object, PG_GETARG_INT64(time), width, row, &fault)) Report(&fault);

@@ -39,8 +39,8 @@ inline SqlText TextOf(sqlite3_value* value) {
     return {first, static_cast<std::size_t>(sqlite3_value_bytes(value))};
 }
 
-// Runs what answers one call of SQLite's. What goes wrong becomes the error of the statement: C++ has no exceptions that
-// SQLite knows.
+// Runs what answers one call of SQLite's. What goes wrong becomes the error of the statement: C++ has no exceptions
+// that SQLite knows.
 template <class Call>
 void Guarded(sqlite3_context* context, const char* function, Call call) noexcept {
     try {

@@ -108,8 +108,8 @@ private:
 
 const Function& FunctionOf(sqlite3_context* context) { return *static_cast<Function*>(sqlite3_user_data(context)); }
 
-// SQLite keeps a pointer for each partition, null at first, and calls Finish for each, after errors and cancellation, too.
-// With a size of 0 there may be none.
+// SQLite keeps a pointer for each partition, null at first, and calls Finish for each, after errors and cancellation,
+// too. With a size of 0 there may be none.
 Frame** FrameOf(sqlite3_context* context, int size) {
     return static_cast<Frame**>(sqlite3_aggregate_context(context, size));
 }
