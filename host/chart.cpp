@@ -44,12 +44,6 @@ const Result* Find(const std::vector<const Result*>& results, std::string_view o
     return found == results.end() ? nullptr : *found;
 }
 
-// The expression as the user typed it, without the output that its title ends with.
-std::string TypedText(const Result& result) {
-    const std::size_t suffix = result.output.empty() ? 0 : result.output.size() + 1;
-    return result.title.substr(0, result.title.size() - suffix);
-}
-
 // What is drawn of one expression as curves. High and low beside labels are the places for the labels; open, high and
 // low of a bar are drawn with its close, as candles.
 std::vector<Curve> CurvesOf(const std::vector<const Result*>& results) {
@@ -164,7 +158,9 @@ public:
 
     json Json(const ChartSettings& settings) const {
         json dates = json::array(), prices = json::object(), studies = json::array(), marks = json::array();
-        json sources = json::array();
+        json sources = json::array(), notices = json::array();
+        for (const StartNotice& notice : settings.notices)
+            notices.push_back({{"text", notice.text}, {"bars", notice.bars}});
         for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) dates.push_back(bars.IsoDate(bar));
         for (const char* price : {"open", "high", "low", "close"}) {
             if (const auto column = bars.FindColumn(price)) prices[price] = ColumnJson(bars, *column);
@@ -201,6 +197,7 @@ public:
                 {"panes", paneCount},
                 {"height", Height()},
                 {"theme", settings.theme},
+                {"notices", std::move(notices)},
                 {"last", settings.last ? json(*settings.last) : json()}};
     }
 

@@ -15,6 +15,7 @@ struct ChartSettings {
     // How curves are drawn that should not be drawn as their description says: names and "line", "step", "band",
     // "histogram" or "marker".
     std::vector<std::pair<std::string, std::string>> drawings = {};
+    std::vector<StartNotice> notices = {};  // shown while their bars are in view
 };
 
 struct PictureSize {

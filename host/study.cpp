@@ -4,6 +4,11 @@
 
 namespace sarvane::study {
 
+std::string TypedText(const ResultColumn& column) {
+    const std::size_t suffix = column.output.empty() ? 0 : column.output.size() + 1;
+    return column.title.substr(0, column.title.size() - suffix);
+}
+
 std::vector<bool> WantedBy(const Library& library, const std::vector<std::string>& titles,
                            const std::vector<std::string>& expressions, const OperatorSettings& settings) {
     Compiler compiler(library.Studies(), titles);
@@ -62,6 +67,9 @@ void Study::Step(std::size_t bar) {
     for (std::size_t column = 0; column < row.size(); ++column) row[column] = bars.Value(column, bar);
     const HRESULT status = compiler.Compiled().graph.Step(row.data(), settings.live ? 0 : static_cast<int>(bar));
     if (FAILED(Checked(status))) Fail("an operator can't calculate the bar of {}", bars.Date(bar));
+    for (std::size_t i = 0; i < blankUntil.size(); ++i)
+        results[i].value =
+            bar < blankUntil[i] ? &UndefinedValue : compiler.Compiled().graph.Values() + results[i].place;
     for (std::size_t i = 0; i < results.size(); ++i) {
         if (!IsUndefined(*results[i].value)) hasValue[i] = true;
     }

@@ -22,6 +22,15 @@ struct Result : ResultColumn {
     const std::string* text = nullptr;  // in the place of a number
 };
 
+// The expression of a column as it was typed, or its name, without the output.
+std::string TypedText(const ResultColumn& column);
+
+// What the user should know of the first bars.
+struct StartNotice {
+    std::string text;
+    std::size_t bars;  // that it is about
+};
+
 // Which columns expressions read. Fails with the place of what is wrong with an expression.
 std::vector<bool> WantedBy(const Library& library, const std::vector<std::string>& titles,
                            const std::vector<std::string>& expressions, const OperatorSettings& settings);
@@ -47,6 +56,9 @@ public:
     // The same of a whole run: columns that had a value on none of its bars, and why that may be.
     std::vector<std::string> EmptyColumns() const;
 
+    // Leaves results without a value ahead of these bars, one for each result.
+    void BlankAhead(std::vector<std::size_t> firstShown) { blankUntil = std::move(firstShown); }
+
     void Reset();
     void Step(std::size_t bar);
 
@@ -61,7 +73,8 @@ private:
     Compiler compiler;
     std::vector<double> row;  // the file's columns on the present bar
     std::vector<Result> results;
-    std::vector<bool> hasValue;  // of each result, on some bar since the reset
+    std::vector<bool> hasValue;           // of each result, on some bar since the reset
+    std::vector<std::size_t> blankUntil;  // bar from which on results are shown; empty for the first one
 };
 
 }  // namespace sarvane::study

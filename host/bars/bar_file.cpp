@@ -65,16 +65,13 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
     if (!remark.second.empty()) tell(fmt::format("line {} is left out: a remark at the end", remark.first));
     if (reader.TextCells() > 0) tell(fmt::format("gaps that are texts: {}", reader.TextCells()));
     const Layout& layout = reader.PresentLayout();
-    FileReading reading{layout,
-                        layout.titlesAreLatin1 ? Encoding::Latin1 : reader.PresentEncoding(),
-                        source.IsCompressed(),
-                        rows.NewestFirst(),
-                        rows.Repeats(),
-                        rows.LeftOut(),
-                        reader.Line(),
-                        BarFile(reader.Header())};
-    reading.bars = BarFile(reader.Header(), std::move(rows));
-    return reading;
+    return FileReading{layout,
+                       layout.titlesAreLatin1 ? Encoding::Latin1 : reader.PresentEncoding(),
+                       source.IsCompressed(),
+                       rows.NewestFirst(),
+                       rows.Repeats(),
+                       rows.LeftOut(),
+                       BarFile(reader.Header(), std::move(rows))};
 }
 
 std::vector<std::string> ReadColumns(const std::filesystem::path& path, const LayoutSettings& settings) {
@@ -116,7 +113,12 @@ BarFile::BarFile(BarHeader first, RowCollector rows) : BarFile(std::move(first),
     for (std::size_t i = 0; i < rows.RowCount(); ++i) {
         const BarRow row = rows.Row(i);
         const std::size_t bar = BarOf(row.date);
-        bar == BarCount() ? Append(row) : Replace(bar, row.values);
+        if (bar == BarCount()) {
+            Append(row);
+        } else {
+            ticks.push_back({bar, Row(bar).values});
+            Replace(bar, row.values);
+        }
     }
 }
 
@@ -138,7 +140,7 @@ std::size_t BarFile::BarOf(std::string_view date) {
     return static_cast<std::size_t>(found - times.begin());
 }
 
-BarTime BarFile::TimeOf(std::size_t bar) const {
+BarTime BarFile::Time(std::size_t bar) const {
     if (times.size() == BarCount()) return times[bar];
     return reader.Parse(Date(bar)).value_or(ParsedTime{}).Time();  // each of them is a time
 }
@@ -146,7 +148,7 @@ BarTime BarFile::TimeOf(std::size_t bar) const {
 void BarFile::FillTimes() {
     if (times.size() == BarCount()) return;
     std::vector<BarTime> all;
-    for (std::size_t bar = 0; bar < BarCount(); ++bar) all.push_back(TimeOf(bar));
+    for (std::size_t bar = 0; bar < BarCount(); ++bar) all.push_back(Time(bar));
     times = std::move(all);
 }
 

@@ -36,13 +36,19 @@ public:
     // In a form of ISO 8601, unless it is no time.
     std::string IsoDate(std::size_t bar) const;
     bool HasTimes() const { return reader.HasTimes(); }
-    BarTime Time(std::size_t bar) const { return TimeOf(bar); }
+    BarTime Time(std::size_t bar) const;
 
     // Names of the columns of numbers, as the file has them.
     const std::vector<std::string>& Columns() const { return header.titles; }
     std::optional<std::size_t> FindColumn(std::string_view title) const { return header.FindColumn(title); }
     double Value(std::size_t column, std::size_t bar) const { return columns.values[column][bar]; }
     BarRow Row(std::size_t bar) const { return columns.Row(bar); }
+    // What bars of the file were before a further line with their time changed them, in the order of the bars.
+    struct Tick {
+        std::size_t bar;
+        std::vector<double> values;
+    };
+    const std::vector<Tick>& Ticks() const { return ticks; }
 
     // The bar with this date, or BarCount() for a date behind all bars. Fails if it is no time, or lies before the last
     // bar and is none of the bars.
@@ -57,12 +63,12 @@ public:
 
 private:
     bool ReadAnew(std::string_view date);
-    BarTime TimeOf(std::size_t bar) const;
     void FillTimes();
 
     BarHeader header;
     TimeReader reader;
     BarColumns columns;
+    std::vector<Tick> ticks;
     std::vector<BarTime> times;  // of the bars; empty for those of a file until somebody asks for a bar by its time
 };
 
@@ -74,7 +80,6 @@ struct FileReading {
     bool newestFirst;
     std::size_t repeats;  // lines with the time of an earlier one
     std::size_t leftOut;  // lines
-    std::size_t lines;
     BarFile bars;
 };
 

@@ -109,38 +109,28 @@ struct ByteSource::State {
         if (file) std::fclose(file);
     }
 
-    // False at the end.
+    // Reads more bytes behind those that are left. False at the end.
     bool ReadChunk() {
+        std::ranges::copy(rest, chunk.begin());
+        const std::span<char> free = std::span(chunk).subspan(rest.size());
         std::size_t length = 0;
         if (file) {
-            length = std::fread(chunk.data(), 1, chunk.size(), file);
+            length = std::fread(free.data(), 1, free.size(), file);
             if (std::ferror(file)) Fail("{}: {}", name, std::strerror(errno));
         } else {
-            const long long count = ReadText(StandardInput(), chunk.data(), chunk.size());
+            const long long count = ReadText(StandardInput(), free.data(), free.size());
             if (count < 0) Fail("{}: {}", name, std::strerror(errno));
             length = static_cast<std::size_t>(count);
         }
         position += static_cast<double>(length);
-        rest = std::span(chunk).first(length);
+        rest = std::span(chunk).first(rest.size() + length);
         return length > 0;
     }
 
     void Begin() {
         hasBegun = true;
         // A pipe may give a single byte at first, which tells nothing.
-        while (rest.size() < 4) {
-            const std::vector<char> before(rest.begin(), rest.end());
-            if (!ReadChunk()) {
-                rest = std::span(chunk).first(before.size());
-                std::ranges::copy(before, chunk.begin());
-                break;
-            }
-            if (before.empty()) continue;
-            std::vector<char> joined(before);
-            joined.insert(joined.end(), rest.begin(), rest.end());
-            chunk.resize(std::max(chunk.size(), joined.size()));
-            std::ranges::copy(joined, chunk.begin());
-            rest = std::span(chunk).first(joined.size());
+        while (rest.size() < ZstdStart.size() && ReadChunk()) {
         }
         const std::string_view start(rest.data(), rest.size());
         if (start.starts_with(GzipStart)) unpacker = std::make_unique<GzipUnpacker>();

@@ -9,6 +9,7 @@
 #include <array>
 #include <fmt/ranges.h>
 #include <map>
+#include <span>
 
 namespace sarvane::study {
 namespace {
@@ -16,9 +17,16 @@ namespace {
 using Role = Layout::Role;
 using Cells = std::vector<std::string>;
 
-// First cells of header lines behind the first one.
-constexpr std::string_view FurtherHeaders[] = {"ticker", "tickers",  "symbol", "symbols",
-                                               "date",   "datetime", "",       "attributes"};
+struct DelimiterWord {
+    char delimiter;
+    std::string_view word;
+};
+constexpr DelimiterWord DelimiterWords[] = {
+    {',', "comma"}, {';', "semicolon"}, {'\t', "tab"}, {'|', "pipe"}, {' ', "space"}};
+
+// First cells of header lines behind the first one. Those of the first list tell it by themselves.
+constexpr std::string_view TickerTitles[] = {"ticker", "tickers", "symbol", "symbols"};
+constexpr std::string_view SecondTitles[] = {"date", "datetime", "", "attributes"};
 
 constexpr std::array<std::string_view, 12> KlineNames = {"open_time",
                                                          "open",
@@ -55,7 +63,7 @@ std::size_t CellCount(std::string_view line, char delimiter) {
     }
 }
 
-// Also in the digits of 20200103093000, and as a Unix time.
+// Whether a text is a date, perhaps with a time of day, such as 2020-01-03, 20200103093000 or a Unix time.
 bool LooksLikeTime(std::string_view cell) {
     const auto normal = NormalTime({}, cell, {});
     return UnixUnitsOf(cell) || (normal && ParseTime(*normal));
@@ -65,15 +73,8 @@ bool IsValue(std::string_view cell) {
     return ReadNumber(cell, {'.', true}) || ReadNumber(cell, {',', true}) || LooksLikeTime(cell);
 }
 
-std::string ColumnName(char delimiter) {
-    switch (delimiter) {
-    case ',': return "commas";
-    case ';': return "semicolons";
-    case '\t': return "tabs";
-    case '|': return "pipes";
-    case ' ': return "blanks";
-    default: return Quoted({&delimiter, 1});
-    }
+bool IsOneOf(std::string_view text, std::span<const std::string_view> texts) {
+    return std::ranges::find(texts, text) != texts.end();
 }
 
 // Finds out about one file, step by step.
@@ -158,11 +159,10 @@ private:
     static bool IsFurtherHeader(const Cells& cells, std::size_t count) {
         if (cells.empty() || cells.size() != count) return false;
         const std::string first = SimplifiedTitle(cells[0]);
-        if (first == "ticker" || first == "symbols" || first == "symbol" || first == "tickers") return true;
-        return std::ranges::find(FurtherHeaders, first) != std::end(FurtherHeaders) && !HasValue(cells) &&
-               cells.size() > 1 && std::ranges::all_of(cells.begin() + 1, cells.end(), [](const std::string& cell) {
-                   return cell.empty() || StandardName(cell).empty();
-               });
+        if (IsOneOf(first, TickerTitles)) return true;
+        const auto isNoTitle = [](const std::string& cell) { return StandardName(cell).empty(); };
+        return IsOneOf(first, SecondTitles) && cells.size() > 1 && !HasValue(cells) &&
+               std::ranges::all_of(cells.begin() + 1, cells.end(), isNoTitle);
     }
 
     std::size_t ColumnCount() const {
@@ -380,7 +380,10 @@ private:
         for (std::size_t i = 0; i < layout.columns.size(); ++i) {
             Layout::Column& column = layout.columns[i];
             if (column.role != Role::Value) continue;
-            if (column.name.empty()) column.role = Role::Other;
+            if (column.name.empty()) {
+                column.role = Role::Other;
+                continue;
+            }
             const auto cells = CellsIn(i);
             const auto isNumber = [&](std::string_view cell) { return ReadNumber(cell, layout.numbers).has_value(); };
             if (IsPrice(column.name) || cells.empty() || std::ranges::any_of(cells, isNumber)) continue;
@@ -433,24 +436,34 @@ private:
 
 }  // namespace
 
+std::string DelimiterText(char delimiter) {
+    for (const DelimiterWord& known : DelimiterWords) {
+        if (known.delimiter == delimiter) return std::string(known.word);
+    }
+    return Quoted({&delimiter, 1});
+}
+
+std::optional<char> DelimiterOf(std::string_view text) {
+    for (const DelimiterWord& known : DelimiterWords) {
+        if (known.word == text) return known.delimiter;
+    }
+    if (text == "\\t") return '\t';
+    const bool isDelimiter =
+        text.size() == 1 && static_cast<unsigned char>(text[0]) < 0x80 && text != "\"" && text != "\n";
+    return isDelimiter ? std::optional(text[0]) : std::nullopt;
+}
+
 Layout FindLayout(const std::vector<std::string_view>& lines, const LayoutSettings& settings) {
     return Finder(lines, settings).Find();
 }
 
 std::string Layout::Text() const {
     std::vector<std::string> words;
-    if (delimiter != ',') words.push_back("columns between " + ColumnName(delimiter));
+    if (delimiter != ',') words.push_back("the delimiter " + DelimiterText(delimiter));
     if (numbers.decimal == ',') words.push_back("decimal commas");
     if (!hasHeader) words.push_back("no header");
     if (headerLines > 1) words.push_back(fmt::format("{} lines ahead of the data", headerLines));
-    if (times.kind == TimeFormat::Kind::Unix) {
-        const char* const unit = times.unitsASecond == 1           ? "seconds"
-                                 : times.unitsASecond == 1000      ? "milliseconds"
-                                 : times.unitsASecond == 1'000'000 ? "microseconds"
-                                                                   : "nanoseconds";
-        words.push_back(fmt::format("times in {} since 1970", unit));
-    }
-    if (times.kind == TimeFormat::Kind::Pattern && !timesAreGiven) words.push_back("times as " + times.pattern);
+    if (times.kind != TimeFormat::Kind::Text && !timesAreGiven) words.push_back("times as " + TextOf(times));
     if (clockColumn)
         words.push_back(fmt::format("times from {} and {}", columns[timeColumn].name, columns[*clockColumn].name));
     std::vector<std::string> names;

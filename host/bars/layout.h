@@ -12,6 +12,11 @@
 
 namespace sarvane::study {
 
+// A delimiter as options and messages name it: by a word, such as comma, or as a character in quotes.
+std::string DelimiterText(char delimiter);
+// The delimiter that such a word, "\t" or the character itself names. Nothing for texts that are none, such as a quote.
+std::optional<char> DelimiterOf(std::string_view text);
+
 // What the user says of the layout of a file of bars. What is not said is found out.
 struct LayoutSettings {
     std::optional<char> delimiter = {};   // a blank stands for any number of blanks and tabs

@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::string_view GapWords[] = {"nan", "-nan", "null", "none", "n/a", "#n/a", "na", "-", "--", "."};
 constexpr std::string_view Currencies[] = {"$", "\xE2\x82\xAC", "\xC2\xA3", "\xC2\xA5"};  // $ euro pound yen
-constexpr std::string_view WideBlanks[] = {"\xC2\xA0", "\xE2\x80\xAF", "\xE2\x80\x89", " ",
-                                           "'",        "\xE2\x80\x99"};  // in numbers
+constexpr std::string_view GroupSeparators[] = {"\xC2\xA0", "\xE2\x80\xAF", "\xE2\x80\x89", " ",
+                                                "'",        "\xE2\x80\x99"};  // between three digits
 constexpr std::string_view MinusSign = "\xE2\x88\x92";
 constexpr std::size_t LongestNumber = 64;
 
@@ -69,7 +69,7 @@ Groups ReadGroups(std::string_view text, char decimal) {
     bool hasDecimals = false;
     const auto isSeparator = [&] {
         if (text.front() == between) return std::string_view(between == ',' ? "," : ".");
-        for (const std::string_view blank : WideBlanks) {
+        for (const std::string_view blank : GroupSeparators) {
             if (text.starts_with(blank)) return blank;
         }
         return std::string_view();

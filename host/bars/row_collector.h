@@ -46,8 +46,6 @@ public:
     // Empty where the reader tells the times of all rows by their texts.
     std::vector<BarTime> TakeTimes() { return std::move(times); }
 
-    // The line of the file that a row stands in.
-    std::size_t LineOf(std::size_t row) const { return lines.Of(row); }
     bool NewestFirst() const { return newestFirst; }
     // Rows with the time of an earlier one.
     std::size_t Repeats() const { return repeats; }

@@ -48,7 +48,11 @@ void RowReader::End() {
 bool RowReader::Next() {
     complete = false;
     while (!complete) {
-        if (!layout && !GatherLines()) return false;
+        if (!layout) {
+            GatherLines();
+            if (ended || gathered.size() == LayoutSample) Settle(true);
+            if (!layout) return false;
+        }
         if (nextGathered < gathered.size()) {
             const NumberedLine next = std::move(gathered[nextGathered++]);
             line = next.number;
@@ -87,27 +91,18 @@ std::optional<std::string_view> RowReader::NextLine() {
     return whole;
 }
 
-// False as long as there are too few.
-bool RowReader::GatherLines() {
+void RowReader::GatherLines() {
     while (gathered.size() < LayoutSample) {
         const auto next = NextLine();
-        if (!next) {
-            if (ended) Settle(true);
-            return layout.has_value();
-        }
-        if (next->find_first_not_of(" \t") != std::string_view::npos) gathered.push_back({line, std::string(*next)});
+        if (!next) return;
+        if (!WithoutBlanks(*next).empty()) gathered.push_back({line, std::string(*next)});
     }
-    Settle(true);
-    return true;
 }
 
 void RowReader::Settle(bool evenWithoutData) {
-    while (!layout && gathered.size() < LayoutSample) {
-        const auto next = NextLine();
-        if (!next) break;
-        if (next->find_first_not_of(" \t") != std::string_view::npos) gathered.push_back({line, std::string(*next)});
-    }
-    if (layout || gathered.empty()) return;
+    if (layout) return;
+    GatherLines();
+    if (gathered.empty()) return;
     std::vector<std::string_view> lines;
     for (const NumberedLine& known : gathered) lines.push_back(known.text);
     Layout found;
@@ -167,12 +162,14 @@ void RowReader::Parse(std::string_view whole) {
 
 void RowReader::ReadCells(std::string_view whole) {
     CellReader cells(whole, layout->delimiter);
-    try {
-        while (const auto cell = cells.Next()) TakeCell(*cell, cells.Column() - 1);
-    } catch (const Failure& failure) {
-        if (std::string_view(failure.what()).starts_with(header.name + ':')) throw;
-        FailAt(cells.Column(), failure.what());
-    }
+    const auto nextCell = [&] {
+        try {
+            return cells.Next();
+        } catch (const Failure& failure) {
+            FailAt(cells.Column(), failure.what());
+        }
+    };
+    while (const auto cell = nextCell()) TakeCell(*cell, cells.Column() - 1);
     EndRow(cells.Column());
 }
 

@@ -70,7 +70,7 @@ private:
     enum Use : std::size_t { Skipped, Time, Clock, FirstValue };  // FirstValue + i is the i-th title
 
     std::optional<std::string_view> NextLine();
-    bool GatherLines();
+    void GatherLines();
     void TakeLayout(Layout found);
     void Parse(std::string_view text);
     void TakeCell(std::string_view cell, std::size_t column);
@@ -85,7 +85,7 @@ private:
     std::optional<Layout> layout;
     std::vector<std::size_t> uses;  // of each column
     BarRow row;
-    std::string clock;
+    std::string clock;  // the cell of the time of day, if it has a column
 
     TextDecoder decoder;
     std::string text;       // that has come

@@ -16,6 +16,22 @@ namespace chrono = std::chrono;
 
 constexpr std::string_view PatternLetters = "YymdHIMSfpbz%";
 
+// Formats that options and messages name by a word.
+struct FormatWord {
+    std::string_view word;
+    TimeFormat::Kind kind;
+    DateOrder order;
+    std::int64_t unitsASecond;
+};
+constexpr FormatWord FormatWords[] = {
+    {"unix", TimeFormat::Kind::Unix, DateOrder::Unknown, 1},
+    {"unix-ms", TimeFormat::Kind::Unix, DateOrder::Unknown, 1000},
+    {"unix-us", TimeFormat::Kind::Unix, DateOrder::Unknown, 1'000'000},
+    {"unix-ns", TimeFormat::Kind::Unix, DateOrder::Unknown, 1'000'000'000},
+    {"day-first", TimeFormat::Kind::Text, DateOrder::DayFirst, 1},
+    {"month-first", TimeFormat::Kind::Text, DateOrder::MonthFirst, 1},
+};
+
 bool AllDigits(std::string_view text) {
     return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
@@ -163,17 +179,9 @@ private:
 }  // namespace
 
 std::optional<TimeFormat> TimeFormatOf(std::string_view text) {
-    using Kind = TimeFormat::Kind;
-    static const std::pair<std::string_view, TimeFormat> words[] = {
-        {"unix", {Kind::Unix, {}, 1, false, {}}},
-        {"unix-ms", {Kind::Unix, {}, 1000, false, {}}},
-        {"unix-us", {Kind::Unix, {}, 1'000'000, false, {}}},
-        {"unix-ns", {Kind::Unix, {}, 1'000'000'000, false, {}}},
-        {"day-first", {Kind::Text, DateOrder::DayFirst, 1, false, {}}},
-        {"month-first", {Kind::Text, DateOrder::MonthFirst, 1, false, {}}},
-    };
-    for (const auto& [word, format] : words) {
-        if (EqualIgnoringCase(text, word)) return format;
+    for (const FormatWord& known : FormatWords) {
+        if (EqualIgnoringCase(text, known.word))
+            return TimeFormat{known.kind, known.order, known.unitsASecond, false, {}};
     }
     if (text.find('%') == std::string_view::npos) return std::nullopt;
     std::string letters;
@@ -184,7 +192,16 @@ std::optional<TimeFormat> TimeFormatOf(std::string_view text) {
     }
     const auto hasOneOf = [&](const char* these) { return letters.find_first_of(these) != std::string::npos; };
     if (!hasOneOf("Yy") || !hasOneOf("mb") || !hasOneOf("d")) return std::nullopt;
-    return TimeFormat{Kind::Pattern, {}, 1, false, std::string(text)};
+    return TimeFormat{TimeFormat::Kind::Pattern, {}, 1, false, std::string(text)};
+}
+
+std::string TextOf(const TimeFormat& format) {
+    if (format.kind == TimeFormat::Kind::Pattern) return format.pattern;
+    for (const FormatWord& known : FormatWords) {
+        if (known.kind == format.kind && known.order == format.order && known.unitsASecond == format.unitsASecond)
+            return std::string(known.word);
+    }
+    return "text";
 }
 
 std::optional<TimeFormat> ShortYearFormatOf(const std::vector<std::string_view>& texts) {

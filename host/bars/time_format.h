@@ -25,6 +25,9 @@ struct TimeFormat {
 // %d %H %I %M %S %f %p %b %z and other characters as they stand. Nothing for any other text.
 std::optional<TimeFormat> TimeFormatOf(std::string_view text);
 
+// The text that `TimeFormatOf` takes for a format, "text" for one without an order that the user says.
+std::string TextOf(const TimeFormat& format);
+
 // The pattern of dates in three short numbers, such as 4/17/20, if all of these texts fit it, go up or down, and fit no other
 // order of day, month and year.
 std::optional<TimeFormat> ShortYearFormatOf(const std::vector<std::string_view>& texts);

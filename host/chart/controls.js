@@ -79,6 +79,12 @@ if (notice) {
   element(main, 'p', '', notice).id = 'notice';
 }
 
+// What is to be known of the first bars shows while they are in view.
+const notices = study.notices.map(({text, bars}) => ({bars, line: element(document.getElementById('notices'), 'li', '', text)}));
+chart.timeScale().subscribeVisibleLogicalRangeChange(view => {
+  for (const {bars, line} of notices) line.hidden = !view || view.from >= bars;
+});
+
 applyTheme();
 if (barCount > 0) {
   showBar(barCount - 1);

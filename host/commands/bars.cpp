@@ -75,33 +75,9 @@ std::string_view RoleText(Layout::Role role) {
     return {};
 }
 
-std::string_view DelimiterText(char delimiter) {
-    switch (delimiter) {
-    case ',': return "comma";
-    case ';': return "semicolon";
-    case '\t': return "tab";
-    case '|': return "pipe";
-    case ' ': return "space";
-    default: return {};
-    }
-}
-
 std::string_view DirectionText(const FileReading& reading) {
     if (!reading.bars.HasTimes()) return "as it stands";
     return reading.newestFirst ? "newest first" : "oldest first";
-}
-
-std::string TimesText(const Layout& layout) {
-    switch (layout.times.kind) {
-    case TimeFormat::Kind::Unix:
-        return layout.times.unitsASecond == 1           ? "unix"
-               : layout.times.unitsASecond == 1000      ? "unix-ms"
-               : layout.times.unitsASecond == 1'000'000 ? "unix-us"
-                                                        : "unix-ns";
-    case TimeFormat::Kind::Pattern: return layout.times.pattern;
-    case TimeFormat::Kind::Text: break;
-    }
-    return "text";
 }
 
 nlohmann::ordered_json BarsJson(const FileReading& reading) {
@@ -118,7 +94,7 @@ nlohmann::ordered_json BarsJson(const FileReading& reading) {
                                    {"encoding", NameOf(reading.encoding)},
                                    {"compressed", reading.isCompressed},
                                    {"header", layout.hasHeader},
-                                   {"times", TimesText(layout)},
+                                   {"times", TextOf(layout.times)},
                                    {"repeated", reading.repeats},
                                    {"leftOut", reading.leftOut}};
     json["columns"] = nlohmann::json::array();
@@ -152,9 +128,7 @@ std::string BarsText(const FileReading& reading) {
     };
     std::string lines = fmt::format("bars        {} from {} to {}, {}\n", json["bars"].get<std::size_t>(),
                                     text("first"), text("last"), text("direction"));
-    const std::string_view delimiter = DelimiterText(layout.delimiter);
-    lines += fmt::format("layout      delimiter {}, decimal {}, {}, {}{}\n",
-                         delimiter.empty() ? Quoted({&layout.delimiter, 1}) : delimiter,
+    lines += fmt::format("layout      delimiter {}, decimal {}, {}, {}{}\n", DelimiterText(layout.delimiter),
                          layout.numbers.decimal == ',' ? "comma" : "point",
                          !layout.hasHeader         ? std::string("no header")
                          : layout.headerLines == 1 ? std::string("1 header line")

@@ -47,12 +47,13 @@ std::string DrawingFault(const std::string& text) {
 void Draw(const ChartOptions& options) {
     if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
     const Library library = options.study.library.Load();
-    const BarFile bars = options.study.ReadBars(library, true);
+    const BarFile bars = options.study.ReadBars(library, WholeBars);
     Study study(library, bars, options.study.run);
     options.study.AddTo(study, true);
     const auto pageFile = Open(options.page, options.picture, options.study);
     const auto pictureFile = Open(options.picture, options.page, options.study);
     ChartSettings settings = options.chart;
+    settings.notices = options.study.Settle(library, bars, study, true);
     std::ranges::transform(options.drawings, std::back_inserter(settings.drawings), SplitDrawing);
     const ChartPage page = DrawChart(bars, study, settings);
     if (pageFile) {
@@ -73,6 +74,7 @@ void AddChart(CLI::App& app, const std::string& library) {
     const auto options = std::make_shared<ChartOptions>(ChartOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
     AddReading(command, options->study.reading);
+    AddSettled(command, options->study);
     command.get_option("expressions")->required(false);
     command.add_option("-o,--output", options->page, "the page")->type_name("FILE");
     command.add_option("--png", options->picture, "a picture of the page, painted by an installed Chromium")

@@ -21,5 +21,6 @@ void AddScan(CLI::App& app, const std::string& library);
 void AddReplay(CLI::App& app, const std::string& library);
 void AddChart(CLI::App& app, const std::string& library);
 void AddBars(CLI::App& app, const std::string& library);
+void AddVerify(CLI::App& app, const std::string& library);
 
 }  // namespace sarvane::study

@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "output_file.h"
 #include "path.h"
+#include "verify/warm_up.h"
 
 #include <algorithm>
 #include <charconv>
@@ -44,15 +45,14 @@ Library LibraryOptions::Load() const {
     return Library(PathOf(file), files);
 }
 
-BarFile StudyOptions::ReadBars(const Library& loaded, bool wholeBars) const {
+BarFile StudyOptions::ReadBars(const Library& loaded, std::span<const std::string_view> besides) const {
     ReadSettings settings = reading;
     settings.tell = Tell;
     settings.wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
         std::vector<bool> wanted = WantedBy(loaded, titles, expressions, run.operators);
-        for (std::size_t i = 0; wholeBars && i < titles.size(); ++i) {
-            const std::string_view name = StandardName(titles[i]);
-            const bool isPrice = name == "open" || name == "high" || name == "low" || name == "close";
-            if (isPrice || (name == "volume" && hasNumbers[i])) wanted[i] = true;
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            const bool isNamed = std::ranges::find(besides, StandardName(titles[i])) != besides.end();
+            if (isNamed && (hasNumbers[i] || IsPrice(titles[i]))) wanted[i] = true;
         }
         return wanted;
     };
@@ -63,6 +63,22 @@ BarFile StudyOptions::ReadBars(const Library& loaded, bool wholeBars) const {
 void StudyOptions::AddTo(Study& study, bool allOutputs) const {
     for (const std::string& expression : expressions) study.Add(expression, allOutputs);
     TellAll(study.Warnings());
+}
+
+std::vector<StartNotice> StudyOptions::Settle(const Library& loaded, const BarFile& bars, Study& study, bool allOutputs,
+                                              std::size_t firstShown) const {
+    if (!settled) return UnsettledNotices(loaded, bars, expressions, run, allOutputs, firstShown);
+    std::vector<std::size_t> first;
+    std::vector<StartNotice> notices;
+    for (const auto& bar : BarsUntilSettled(loaded, BarTable(bars), expressions, run, allOutputs, *settled)) {
+        if (!bar)
+            notices.push_back({fmt::format("{}: on no bar are {} digits known to be settled; all values are blank",
+                                           study.Results()[first.size()].title, *settled),
+                               bars.BarCount()});
+        first.push_back(bar.value_or(bars.BarCount()));
+    }
+    study.BlankAhead(std::move(first));
+    return notices;
 }
 
 std::vector<std::filesystem::path> StudyOptions::FilesRead() const {
@@ -108,6 +124,15 @@ void AddStudy(CLI::App& command, StudyOptions& options) {
     AddDefinitions(command, options.library);
 }
 
+void AddSettled(CLI::App& command, StudyOptions& options) {
+    command
+        .add_option("--settled", options.settled,
+                    "leave out values at the start of which fewer than DIGITS digits are settled: they still depend on "
+                    "where the data start")
+        ->type_name("DIGITS")
+        ->check(WholeNumber(1, 15));
+}
+
 void AddReading(CLI::App& command, ReadSettings& settings) {
     command.add_flag("--skip-bad", settings.leaveOutBad, "report lines that can't be read, and leave them out");
     command.add_flag("--sort", settings.sort, "put lines in the order of their times");
@@ -115,24 +140,16 @@ void AddReading(CLI::App& command, ReadSettings& settings) {
 }
 
 void AddLayout(CLI::App& command, LayoutSettings& settings) {
-    static const std::map<std::string, char> delimiters = {
-        {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}, {"pipe", '|'}, {"space", ' '}};
     const auto ofLayout = [](CLI::Option* option) {
         option->group("Options of the file's layout, which else is found out");
     };
     const auto delimiter = command.add_option_function<std::string>(
-        "--delimiter",
-        [&settings](const std::string& text) {
-            settings.delimiter = delimiters.contains(text) ? delimiters.at(text) : text == "\\t" ? '\t' : text.front();
-        },
+        "--delimiter", [&settings](const std::string& text) { settings.delimiter = DelimiterOf(text); },
         "what stands between columns: comma, semicolon, tab, pipe, space, or another character");
     delimiter->type_name("CHARACTER")
         ->check(CLI::Validator(
             [](const std::string& text) {
-                const bool isCharacter =
-                    text.size() == 1 && static_cast<unsigned char>(text[0]) < 0x80 && text != "\"" && text != "\n";
-                return delimiters.contains(text) || isCharacter || text == "\\t" ? std::string()
-                                                                                 : Quoted(text) + " is no delimiter";
+                return DelimiterOf(text) ? std::string() : Quoted(text) + " is no delimiter";
             },
             ""));
     ofLayout(delimiter);
@@ -203,6 +220,14 @@ CLI::Validator AboveZero() {
     const auto check = [](const std::string& text) {
         const auto number = NumberIn<double>(text);
         return number && *number > 0.0 && std::isfinite(*number) ? "" : fmt::format("{} is no number above 0", text);
+    };
+    return {check, ""};
+}
+
+CLI::Validator ZeroOrAbove() {
+    const auto check = [](const std::string& text) {
+        const auto number = NumberIn<double>(text);
+        return number && *number >= 0.0 && std::isfinite(*number) ? "" : fmt::format("{} is no number from 0 on", text);
     };
     return {check, ""};
 }

@@ -16,7 +16,7 @@ struct ReplayOptions {
 void ReplayAll(const ReplayOptions& options) {
     const StudyOptions& study = options.study;
     const Library library = study.library.Load();
-    const BarFile bars = study.ReadBars(library, true);
+    const BarFile bars = study.ReadBars(library, WholeBars);
     std::size_t different = 0;
     for (const std::string& expression : study.expressions) {
         const ReplayResult result = Replay(library, bars, expression, study.run, options.ticks);

@@ -1,6 +1,8 @@
 #include "commands/commands.h"
 #include "commands/options.h"
+#include "console.h"
 #include "progress.h"
+#include "verify/fingerprint.h"
 
 namespace sarvane::study {
 namespace {
@@ -10,11 +12,16 @@ struct RunOptions {
     TableOptions table = {};
     std::optional<std::size_t> last = {};
     bool allOutputs = false;
+    bool fingerprint = false;
 };
 
 void Run(const RunOptions& options) {
     const Library library = options.study.library.Load();
     const BarFile bars = options.study.ReadBars(library);
+    if (options.fingerprint) {
+        const StudyOptions& study = options.study;
+        return Print(JsonText(FingerprintRun(library, bars, study.expressions, study.run, options.allOutputs).Json()));
+    }
     Study study(library, bars, options.study.run);
     options.study.AddTo(study, options.allOutputs);
 
@@ -22,6 +29,7 @@ void Run(const RunOptions& options) {
     const std::size_t firstShown = options.last ? count - std::min(count, *options.last) : 0;
     TableOutput table(options.table, options.study.FilesRead(), TableOutput::Kind::Bars);
     table.Begin(bars, study.Results());
+    const std::vector<StartNotice> notices = options.study.Settle(library, bars, study, options.allOutputs, firstShown);
     Progress progress("calculating", static_cast<double>(count));
     study.Reset();
     for (std::size_t bar = 0; bar < count; ++bar) {
@@ -35,6 +43,7 @@ void Run(const RunOptions& options) {
     progress.Hide();
     table.Finish();
     TellAll(study.EmptyColumns());
+    for (const StartNotice& notice : notices) Tell(notice.text);
 }
 
 }  // namespace
@@ -47,6 +56,11 @@ void AddRun(CLI::App& app, const std::string& library) {
     AddTable(command, options->table);
     command.add_option("--last", options->last, "show only the last N bars")->type_name("N")->check(WholeNumber(0));
     command.add_flag("--all-outputs", options->allOutputs, "a column for each output of an expression");
+    AddSettled(command, options->study);
+    const auto fingerprint = command.add_flag("--fingerprint", options->fingerprint,
+                                              "show fingerprints of the columns instead, for `study verify`, as JSON");
+    for (const char* const other : {"--last", "--settled", "--output", "--format", "--na", "--precision"})
+        fingerprint->excludes(command.get_option(other));
     command.callback([options] { Run(*options); });
 }
 

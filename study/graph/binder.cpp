@@ -340,7 +340,7 @@ Outcome<Operand> Binder::BindSign(const Expression& part, std::string_view sign,
         Outcome<ComPtr<IZelmorOp>> op = library.Create(*operatorClass, scope.settings);
         if (!op) return Placed(op.Fault(), part, scope);
         return AddOperator(
-            *operatorClass, std::string(keyword), std::move(*op), part, scope,
+            *operatorClass, std::string(keyword), {std::string(keyword), {}, {}, {}}, std::move(*op), part, scope,
             [&](std::size_t argument) {
                 return Outcome<const Operand*>(argument == 0 ? &a : argument == 1 ? &b : nullptr);
             },
@@ -677,12 +677,14 @@ Outcome<Operand> Binder::BindOperator(const OperatorClass& operatorClass, const 
     if (!op) return Placed(op.Fault(), call, scope);
     std::string key = operatorClass.keyword + " h" + std::to_string(sorted->settings.history);
     if (sorted->settings.digits) key += " d" + std::to_string(*sorted->settings.digits);
+    OperatorText called{operatorClass.keyword, std::vector<std::string>(names.size()), {}, {}, sorted->settings.digits};
     for (std::size_t i = 1; i < names.size(); ++i) {
         WarnOfArgument(operatorClass, i, sorted->given[i], call, scope);
         if (!sorted->given[i]) continue;
         const std::string text = ParameterText(*sorted->given[i], scope);
         const std::string refusal = library.SetArgument(*op->Get(), operatorClass, static_cast<int>(i), text);
         if (!refusal.empty()) return Fault(*sorted->given[i], scope, operatorClass.keyword + ": " + refusal);
+        called.arguments[i] = text;
         key.append(" ")
             .append(std::to_string(i))
             .append("=")
@@ -714,7 +716,8 @@ Outcome<Operand> Binder::BindOperator(const OperatorClass& operatorClass, const 
         }
         return text + ")";
     };
-    return AddOperator(operatorClass, std::move(key), std::move(*op), call, scope, operandOf, written);
+    return AddOperator(operatorClass, std::move(key), std::move(called), std::move(*op), call, scope, operandOf,
+                       written);
 }
 
 // An operator takes a text that it can't use for an unset parameter, and says nothing.
@@ -746,8 +749,9 @@ void Binder::WarnOfArgument(const OperatorClass& operatorClass, std::size_t inde
 // Connects each input of an operator to what feeds it. `operandOf` gives the operand of an argument, null for one that is
 // missing, and `written` the text of the call for an operator whose formula says less.
 template <class OperandOf, class Written>
-Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::string key, ComPtr<IZelmorOp> op,
-                                     const Expression& part, const Scope& scope, OperandOf operandOf, Written written) {
+Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::string key, OperatorText called,
+                                     ComPtr<IZelmorOp> op, const Expression& part, const Scope& scope,
+                                     OperandOf operandOf, Written written) {
     TextSlot text = nullptr;
     const auto taken = [&](HRESULT status) { return library.Take(SUCCEEDED(status) ? text : nullptr); };
     std::vector<Place> sources;
@@ -781,6 +785,9 @@ Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::st
                              ", which the data lacks");
         }
         sources.push_back(source);
+        const bool isNamed = argument < operatorClass.arguments.size();
+        called.inputs.push_back((isNamed ? operatorClass.arguments[argument].name : std::to_string(argument)) +
+                                (price ? "." + Lower(field) : ""));
         TakeReach(result, *operand);
         curves[argument] = operand;
         if (!measure || (price && !isMeasuredByBar)) measure = operand;
@@ -815,6 +822,8 @@ Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::st
         graph.NoteSlots(operatorClass.keyword, operatorClass.keepsSnapshots, operatorClass.dropsHigherSlots);
         return std::make_unique<OperatorNode>(std::move(op), operatorClass.keepsSnapshots, sources, outputs, to);
     });
+    for (const NamedOutput& output : result.outputs) called.outputs.push_back(output.name);
+    graph.Note(first, std::move(called));
     for (std::size_t i = 0; i < result.outputs.size(); ++i) result.outputs[i].place = first + i;
     // An operator with all four prices among its outputs gives a bar. A plain value stands for all prices.
     result.isBar = std::ranges::all_of(PriceNames, [&](std::string_view name) { return result.FindOutput(name); });

@@ -102,8 +102,9 @@ private:
     void WarnOfArgument(const OperatorClass& operatorClass, std::size_t index, const Expression* given,
                         const Expression& call, const Scope& scope);
     template <class OperandOf, class Written>
-    Outcome<Operand> AddOperator(const OperatorClass& operatorClass, std::string key, ComPtr<IZelmorOp> op,
-                                 const Expression& part, const Scope& scope, OperandOf operandOf, Written written);
+    Outcome<Operand> AddOperator(const OperatorClass& operatorClass, std::string key, OperatorText called,
+                                 ComPtr<IZelmorOp> op, const Expression& part, const Scope& scope, OperandOf operandOf,
+                                 Written written);
     // A node of the language's own, with one output.
     template <class Make>
     Operand AddOwnNode(std::string key, std::string text, const std::vector<const Operand*>& sources, Make make);

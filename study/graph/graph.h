@@ -6,11 +6,21 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace sarvane::study {
+
+// Which operator a node is, and what it was given.
+struct OperatorText {
+    std::string keyword;
+    std::vector<std::string> arguments;  // texts, by number; empty for one that was left out
+    std::vector<std::string> inputs;     // argument that each input belongs to, such as "curve" or "bar.high"
+    std::vector<std::string> outputs;    // names
+    std::optional<int> digits = {};      // of precision
+};
 
 // What a node was made of, for people.
 struct NodeText {
@@ -20,6 +30,7 @@ struct NodeText {
     Place output = NoPlace;     // the first place that it writes
     std::size_t outputCount = 1;
     std::size_t uses = 1;  // how many times expressions asked for it
+    std::optional<OperatorText> called = {};
 };
 
 // The nodes of expressions that are compiled together, and the values of the present bar. Each different part of the
@@ -64,6 +75,8 @@ public:
     Place CloseLoop(Place memory, Place value, const std::string& text);
 
     std::span<const NodeText> Nodes() const { return texts; }
+    // Notes which operator writes from a place on.
+    void Note(Place output, OperatorText called) { texts[NodeBehind(output)].called = std::move(called); }
     std::size_t ColumnCount() const { return columns; }
     // Operators of the graph that can only take the last bar back, by keyword; rollback then reaches no farther.
     const std::vector<std::string>& WithoutSnapshots() const { return withoutSnapshots; }

@@ -328,7 +328,7 @@ TEST(Command, SaysWhatIsWrongWithACommandLine) {
         const ProgramRun outcome = RunStudy(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_TRUE(outcome.text.starts_with("study: " + message)) << outcome.text;
-        EXPECT_LT(outcome.text.size(), 150u) << "one short line";
+        EXPECT_LT(outcome.text.size(), 160u) << "one short line";
     }
     EXPECT_EQ(RunStudy("run " + Data + " --last 1 -- -Close").text, "date              -Close\n"
                                                                     "2020-04-17  -2874.560059\n");

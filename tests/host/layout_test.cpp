@@ -72,18 +72,18 @@ struct KnownFile {
 const KnownFile knownFiles[] = {
     {"alpha_vantage.csv", "2020-04-17", "volume", ""},
     {"binance.csv", "2020-04-17", "volume,close_time,quote_volume,count,taker_buy_volume,taker_buy_quote_volume,ignore",
-     "times in microseconds since 1970"},
+     "times as unix-us"},
     {"binance_headerless.csv", "2020-04-17",
      "volume,close_time,quote_volume,count,taker_buy_volume,taker_buy_quote_volume,ignore",
-     "no header, times in milliseconds since 1970, the columns open_time, open, high, low, close, volume, ..."},
-    {"blanks.txt", "2020-04-17 16:00", "", "columns between blanks, times from Date and Time"},
+     "no header, times as unix-ms, the columns open_time, open, high, low, close, volume, ..."},
+    {"blanks.txt", "2020-04-17 16:00", "", "the delimiter space, times from Date and Time"},
     {"crypto_data_download.csv", "2020-04-17 00:00:00", "unix,symbol,Volume BTC,Volume USD",
      "2 lines ahead of the data"},
     {"data_frame.csv", "2020-04-17", "symbol,volume", ""},
     {"datareader_multiple.csv", "2020-04-17", "Adj Close,Volume", "3 lines ahead of the data"},
     {"dukascopy.csv", "17.04.2020 00:00:00.000", "Volume", ""},
     {"german.csv", "17.04.2020", "volume",
-     "columns between semicolons, decimal commas, open from \"Er\xC3\xB6"
+     "the delimiter semicolon, decimal commas, open from \"Er\xC3\xB6"
      "ffnung\", high from \"Hoch\", low from \"Tief\", close from \"Schluss\", volume from \"St\xC3\xBC"
      "cke\""},
     {"interactive_brokers.txt", "20200417  16:00:00", "volume,average,barCount", ""},
@@ -92,19 +92,19 @@ const KnownFile knownFiles[] = {
      "decimal commas, close from \"Zuletzt\", open from \"Er\xC3\xB6"
      "ffn.\", high from \"Hoch\", low from \"Tief\", volume from \"Vol.\""},
     {"kraken.csv", "2020-04-17", "volume,count",
-     "no header, times in seconds since 1970, the columns date, open, high, low, close, volume, count"},
+     "no header, times as unix, the columns date, open, high, low, close, volume, count"},
     {"metatrader4.csv", "2020.04.17", "volume",
      "no header, times from date and time, the columns date, time, open, high, low, close, volume"},
     {"metatrader5.csv", "2020.04.17 16:00:00", "tickvol,volume,SPREAD",
-     "columns between tabs, times from DATE and TIME, volume from \"<VOL>\""},
+     "the delimiter tab, times from DATE and TIME, volume from \"<VOL>\""},
     {"nasdaq.csv", "04/17/2020", "Volume", "close from \"Close/Last\""},
     {"ninja_trader.txt", "20200417 160000", "volume",
-     "columns between semicolons, no header, the columns date, open, high, low, close, volume"},
+     "the delimiter semicolon, no header, the columns date, open, high, low, close, volume"},
     {"polygon.csv", "2020-04-17", "volume,vw,n",
-     "times in milliseconds since 1970, volume from \"v\", open from \"o\", close from \"c\", high from \"h\", low "
+     "times as unix-ms, volume from \"v\", open from \"o\", close from \"c\", high from \"h\", low "
      "from "
      "\"l\""},
-    {"polygon_flat.csv", "2020-04-17", "ticker,volume,transactions", "times in nanoseconds since 1970"},
+    {"polygon_flat.csv", "2020-04-17", "ticker,volume,transactions", "times as unix-ns"},
     {"stooq.csv", "2020-04-17", "Volume", ""},
     {"stooq.csv.gz", "2020-04-17", "Volume", ""},
 #ifndef _WIN32
@@ -114,9 +114,9 @@ const KnownFile knownFiles[] = {
     {"stooq_polish.csv", "2020-04-17", "volume",
      "open from \"Otwarcie\", high from \"Najwyzszy\", low from \"Najnizszy\", close from "
      "\"Zamkniecie\", volume from \"Wolumen\""},
-    {"tradingview.csv", "2020-04-17", "Volume,Volume MA", "times in seconds since 1970"},
+    {"tradingview.csv", "2020-04-17", "Volume,Volume MA", "times as unix"},
     {"tradingview_iso.csv", "2020-04-17T13:30:00Z", "", ""},
-    {"yahoo_new.txt", "Apr 17, 2020", "Adj Close,Volume", "columns between tabs"},
+    {"yahoo_new.txt", "Apr 17, 2020", "Adj Close,Volume", "the delimiter tab"},
     {"yahoo_old.csv", "2020-04-17", "Adj Close,Volume", ""},
     {"yfinance_multiple.csv", "2020-04-17", "Volume", "3 lines ahead of the data"},
     {"yfinance_single.csv", "2020-04-17 00:00:00-04:00", "Adj Close,Volume", ""},

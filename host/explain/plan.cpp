@@ -1,4 +1,4 @@
-#include "explain.h"
+#include "explain/plan.h"
 
 #include <algorithm>
 #include <array>
