@@ -94,11 +94,12 @@ TEST(VolStopOp, HangsFromAPrice) {
 }
 
 TEST(VolStopOp, RoundsToThePriceStep) {
-    const double steps[][4] = {{2, 0.25, 10.25, 10.5}, {1, 0.25, 10, 11}, {2, 0, U, U}, {2, -1, U, U}};
+    // Without a step in the place of the first one, it is 1.
+    const double steps[][4] = {{2, 0.25, 10.25, 10.5}, {1, 0.25, 10, 11}, {2, 0, U, U}, {2, -1, U, U}, {U, U, 10, 11}};
     for (const auto& [count, step, below, above] : steps) {
         OperatorDriver op("VolStop");
         op.SetArguments("0 1 - - - - - 1 0 - 1");
-        op.Bars()->SetPriceStep(static_cast<int>(count), &step);
+        if (!IsUndefined(count)) op.Bars()->SetPriceStep(static_cast<int>(count), &step);
         ExpectSameBits(op.Step({10, 11, 9, 10.3, U}), {above, below, below}, std::to_string(step));
     }
 }
