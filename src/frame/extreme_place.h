@@ -2,18 +2,18 @@
 
 namespace sarvane {
 
-// The element of a sliding window that no other one lies beyond, the oldest of several. `isBeyond(a, b)` says whether
-// `a` takes the place of `b`; elements that have no order, such as a NaN, can take part.
+// Where the greatest or the least element of a sliding window stands; of equal ones, the oldest. `isBeyond(a, b)` is the
+// comparison: whether `a` takes the place of `b`. Elements that can't be compared, such as a NaN, may be in the window.
 //
 // The place is kept from bar to bar. The window is searched only if the extreme has left it, or if its oldest element
-// has no order: a search starts there, and its result then differs from that of the search before.
+// can't be compared: a search begins with that element, so its result may not be the one that was kept.
 class ExtremePlace {
 public:
-    // To be called after a bar on which Follow is not: the window has changed then.
+    // Must be called after a bar that changed the window without a call of Follow.
     void Forget() { bars = Unknown; }
 
-    // How many bars ago the extreme was. Since the call before the window got one element, and lost its oldest if it is
-    // no longer than it was. `hasOrder` says whether an element can be compared.
+    // How many bars ago the extreme was. Since the last call exactly one element must have been pushed; if the window did
+    // not become longer, its oldest element was dropped. `hasOrder` says whether an element can be compared.
     template <class Window, class Beyond, class Order>
     int Follow(const Window& window, Beyond isBeyond, Order hasOrder) {
         const bool isInside = bars != Unknown && bars + 1 < window.Size();

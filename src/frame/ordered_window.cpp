@@ -6,13 +6,13 @@
 namespace sarvane {
 namespace {
 
-// With more values to add or to erase one by one than this, all are sorted.
+// If more keys than this are to be added and removed, the whole window is sorted instead.
 constexpr int FewChanges = 8;
 
 }  // namespace
 
-// The first case is a new bar, the second one a bar that is repeated with another value: both pushes follow the same
-// window, and so drop the same element.
+// A bar that is repeated with another value pushes onto the same window as before: the first push is undone then. Both
+// pushes drop the same element.
 OrderedWindow::Version OrderedWindow::Follow(Version before, const HistoryRing& window, int count,
                                              std::optional<double> dropped) {
     if (before != Unknown && before == changes[1].before) UndoNewest();

@@ -40,7 +40,8 @@ public:
     bool HasBothZeros() const;
 
 private:
-    // A double whose bits are read as a number, those of a negative one turned round, so that keys compare as values do.
+    // The bits of a double as a whole number. Those of a negative double are inverted, so that keys have the order of the
+    // values that they stand for.
     using Key = std::int64_t;
     static constexpr Key Swapped(Key bits) {
         return bits ^ static_cast<Key>(static_cast<std::uint64_t>(bits >> 63) >> 1);

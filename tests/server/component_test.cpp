@@ -115,7 +115,7 @@ TEST(Object, HasTheSecondInterfaceWhereItTakesBars) {
         EXPECT_EQ(OperatorDriver(entry.keyword).TakesBars(), entry.takesBars) << entry.keyword;
 }
 
-TEST(Aggregate, CountsOnTheOuterObject) {
+TEST(Aggregate, CountsReferencesAtTheOuterObject) {
     for (const std::string& keyword : AllKeywords()) {
         SCOPED_TRACE(keyword);
         Outer outer;
