@@ -462,9 +462,9 @@ Outcome<Operand> Binder::BindFunction(const Expression& call, const Scope& scope
     if (name == "sum") {
         const Outcome<int> count = WholeNumber(call.parts[1], scope, 1, "how many values to add up");
         if (!count) return count.Fault();
-        Operand result = make([&](Place to) { return std::make_unique<SumNode>(*count, places[0], to); }, values,
-                              "sum " + std::to_string(*count));
-        result.text = "sum(" + values[0].text + ", " + std::to_string(*count) + ")";
+        const std::string length = std::to_string(*count);
+        Operand result = AddOwnNode("sum " + length, "sum(" + values[0].text + ", " + length + ")", {&values[0]},
+                                    [&](Place to) { return std::make_unique<SumNode>(*count, places[0], to); });
         result.lookback += static_cast<std::size_t>(*count);
         return result;
     }
