@@ -74,7 +74,7 @@ TEST_F(ExplanationTest, GapsAndFirstBarsAreExplainedWithoutAFalseFormula) {
     }
     std::size_t steps = 0;
     for (const std::string& expression : DrawnExpressions()) {
-        for (const std::size_t bar : {0, 1, 17, 77, 88}) {
+        for (const std::size_t bar : {0u, 1u, 17u, 77u, 88u}) {
             const Json explained = Explain(gappy, expression, bar);
             for (const Json& part : explained["parts"]) {
                 if (part.contains("operator"))
