@@ -611,7 +611,7 @@ Outcome<Operand> Binder::BindDefinition(const Definition& definition, const Expr
             const FormalParameter& parameter = statement.parameters[i];
             if (sorted->given[i]) {
                 const Expression& given = *sorted->given[i];
-                if (given.kind == Kind::Number && !parameter.standard && open.empty()) {
+                if (i == 0 && given.kind == Kind::Number && !parameter.standard && open.empty()) {
                     const std::string number = NumberText(given.number);
                     warnings.push_back(Fault(given, scope,
                                              "`" + parameter.name + "` of " + statement.name + " is " + number +
