@@ -198,10 +198,16 @@ public:
                 {"height", Height()},
                 {"theme", settings.theme},
                 {"notices", std::move(notices)},
+                {"explanations", ExplanationsJson(settings)},
                 {"last", settings.last ? json(*settings.last) : json()}};
     }
 
 private:
+    json ExplanationsJson(const ChartSettings& settings) const {
+        if (settings.explanations.empty()) return {};
+        return {{"first", bars.BarCount() - settings.explanations.size()}, {"texts", settings.explanations}};
+    }
+
     // `name` is an expression as it was typed, an output, or both with a point between them.
     void DrawOtherwise(const std::string& name, const std::string& drawing) {
         bool isFound = false;

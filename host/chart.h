@@ -16,6 +16,8 @@ struct ChartSettings {
     // "histogram" or "marker".
     std::vector<std::pair<std::string, std::string>> drawings = {};
     std::vector<StartNotice> notices = {};  // shown while their bars are in view
+    // How the values of the last bars come about, a text for each bar; a click on a bar shows its text.
+    std::vector<std::string> explanations = {};
 };
 
 struct PictureSize {

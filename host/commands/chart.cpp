@@ -3,8 +3,10 @@
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "description.h"
+#include "explain/explanation.h"
 #include "output_file.h"
 #include "path.h"
+#include "progress.h"
 
 #include <algorithm>
 #include <iterator>
@@ -44,6 +46,25 @@ std::string DrawingFault(const std::string& text) {
     return "\"" + text + "\" does not end with =line, =step, =band, =histogram or =marker";
 }
 
+// Of the bars that are in view at first, or of fewer where the texts would make the page large.
+std::vector<std::string> Explanations(const Library& library, const BarFile& bars, const ChartOptions& options) {
+    constexpr std::size_t InView = 250;           // as the page has it
+    constexpr std::size_t MostBytes = 1'000'000;  // of all texts
+    const std::size_t count = bars.BarCount(), wanted = std::min(count, options.chart.last.value_or(InView));
+    std::vector<std::string> texts;
+    if (wanted == 0 || options.study.expressions.empty()) return texts;
+    Recording recording(library, bars, options.study.expressions, options.study.run, count - 1);
+    Progress progress("explaining", static_cast<double>(wanted));
+    for (std::size_t bar = count, bytes = 0; bar-- > count - wanted && bytes < MostBytes;) {
+        recording.Show(bar);
+        texts.push_back(ExplanationText(ExplanationJson(recording)));
+        bytes += texts.back().size();
+        progress.Update(static_cast<double>(texts.size()));
+    }
+    std::ranges::reverse(texts);
+    return texts;
+}
+
 void Draw(const ChartOptions& options) {
     if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
     const Library library = options.study.library.Load();
@@ -55,6 +76,7 @@ void Draw(const ChartOptions& options) {
     ChartSettings settings = options.chart;
     settings.notices = options.study.Settle(library, bars, study, true);
     std::ranges::transform(options.drawings, std::back_inserter(settings.drawings), SplitDrawing);
+    settings.explanations = Explanations(library, bars, options);
     const ChartPage page = DrawChart(bars, study, settings);
     if (pageFile) {
         pageFile->Write(page.html);

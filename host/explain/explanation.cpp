@@ -39,10 +39,12 @@ class Working {
 public:
     Working(const Recording& recording, const NodeText& called, const Recipe& how)
         : run(recording), node(called), call(recording, called), recipe(how) {
-        count = run.LastBar() + 1;
+        count = run.AllValues(node.output).size();
+        key = fmt::format("{}", node.output);
+        std::size_t place = 0;
         for (const std::string& input : node.called->inputs) {
             const std::string name = input.substr(input.find('.') == std::string::npos ? 0 : input.find('.') + 1);
-            values[LowerCase(name)] = call.Input(input);
+            values[LowerCase(name)] = run.AllValues(node.inputs[place++]);
         }
         for (const ArgumentInfo& argument : run.Operators().FindOrFail(node.called->keyword).arguments) {
             const auto number = call.Number(argument.name);
@@ -57,7 +59,7 @@ public:
         std::size_t explained = 0;
         for (const Step& step : recipe.steps(call)) {
             if (!Calculate(step)) return Json::array();
-            const double value = worked.at(LowerCase(step.name)).back();
+            const double value = worked.at(LowerCase(step.name))[run.LastBar()];
             const auto output = OutputOf(step.name);
             if (output && !Agree(value, run.Value(node.output + *output))) return Json::array();
             explained += output.has_value();
@@ -89,20 +91,31 @@ private:
         return found == outputs.end() ? std::nullopt : std::optional(static_cast<std::size_t>(found - outputs.begin()));
     }
 
-    // Runs the step over all bars so far, as an expression over the inputs, arguments and steps ahead.
+    // Runs the step over all bars, as an expression over the inputs, arguments and steps ahead.
     bool Calculate(const Step& step) {
-        std::vector<std::string> names;
-        std::vector<InputColumn> inputs;
-        for (const auto& [name, column] : values) {
-            names.push_back(name);
-            inputs.push_back({column.data()});
+        key += '\n' + step.text;
+        std::vector<double> result;
+        const auto known = run.Worked().find(key);
+        if (known != run.Worked().end() && !dependsOnBar) {
+            result = known->second;
+        } else {
+            std::vector<std::string> names;
+            std::vector<InputColumn> inputs;
+            for (const auto& [name, column] : values) {
+                names.push_back(name);
+                inputs.push_back({column.data()});
+            }
+            Compiler compiler(run.Operators().Studies(), names);
+            if (compiler.Add(step.text)) return false;
+            result.resize(count);
+            const OutputColumn output = {result.data()};
+            if (FAILED(Checked(Run(compiler.Compiled(), {}, {inputs, count, {&output, 1}})))) return false;
+            if (!dependsOnBar) run.Worked()[key] = result;
         }
-        Compiler compiler(run.Operators().Studies(), names);
-        if (compiler.Add(step.text)) return false;
-        std::vector<double> result(count);
-        const OutputColumn output = {result.data()};
-        if (FAILED(Checked(Run(compiler.Compiled(), {}, {inputs, count, {&output, 1}})))) return false;
-        if (step.isNow) std::ranges::fill(result, result.back());
+        if (step.isNow) {
+            std::ranges::fill(result, result[run.LastBar()]);
+            dependsOnBar = true;
+        }
         // A price of the bar keeps its name, also where an output has the same one.
         values.try_emplace(LowerCase(step.name), result);
         worked[LowerCase(step.name)] = std::move(result);
@@ -147,9 +160,11 @@ private:
     const NodeText& node;
     OperatorCall call;
     const Recipe& recipe;
-    std::size_t count = 0;
-    NamedValues values;  // of inputs, arguments and steps
-    NamedValues worked;  // of steps
+    std::size_t count = 0;      // of all bars
+    std::string key;            // of the step, among those that have been worked out
+    bool dependsOnBar = false;  // a step ahead has its value of this bar on all of them
+    NamedValues values;         // of inputs, arguments and steps
+    NamedValues worked;         // of steps
     std::size_t firstBar = run.LastBar();
 };
 
@@ -209,8 +224,8 @@ std::string OwnNumbers(const Recording& run, const NodeText& node) {
     if (function == "delay") return node.rule.substr(6) + " bars before";
     if (function == "last") return "the last value ahead of this bar";
     if (function == "sum") {
-        const std::vector<double>& values = run.Values(node.inputs[0]);
-        const auto count = std::min(std::stoul(node.rule.substr(4)), values.size());
+        const std::vector<double> values = run.Values(node.inputs[0]);
+        const auto count = std::min<std::size_t>(std::stoul(node.rule.substr(4)), values.size());
         std::string text;
         for (std::size_t i = values.size() - count; i < values.size(); ++i) {
             if (count > 4 && i == values.size() - count + 2) text += " + ...";
