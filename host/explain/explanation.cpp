@@ -219,9 +219,12 @@ std::string OwnNumbers(const Recording& run, const NodeText& node) {
     const bool isSign = function.find_first_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos;
     if (isSign || function == "and" || function == "or") {
         if (numbers.size() == 2) return numbers[0] + " " + function + " " + numbers[1];
-        return function + numbers[0];
+        return function + (numbers[0].starts_with('-') ? "(" + numbers[0] + ")" : numbers[0]);
     }
-    if (function == "delay") return node.rule.substr(6) + " bars before";
+    if (function == "delay") {
+        const std::string bars = node.rule.substr(6);
+        return "the value " + bars + (bars == "1" ? " bar" : " bars") + " before";
+    }
     if (function == "last") return "the last value ahead of this bar";
     if (function == "sum") {
         const std::vector<double> values = run.Values(node.inputs[0]);

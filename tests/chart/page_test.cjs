@@ -192,6 +192,32 @@ test('the crosshair shows what a run gives', async () => {
   await page.close();
 });
 
+test('a click on a bar explains its values, on a phone beside what it covers', async () => {
+  for (const viewport of [{width: 1200, height: 800}, {width: 390, height: 844}]) {
+    const page = await open(data, ['Sim(Close, 3)'], {viewport});
+    const panel = page.locator('.explanation');
+    const clickOn = async bar => {
+      const box = await page.locator('#chart').boundingBox();
+      const x = await page.evaluate(at => studyChart.timeScale().logicalToCoordinate(at), bar);
+      await page.mouse.click(box.x + x, box.y + 150);
+    };
+    assert.ok(!await panel.isVisible());
+    await clickOn(5050);
+    assert.match(await panel.innerText(), /^×?\s*Sim\(Close, 3\) on 2020-01-30: [\d.]+ .*total +\/ 3\n +=/s);
+    const box = await panel.boundingBox();
+    assert.ok(box.x >= 0 && box.x + box.width <= viewport.width && box.height < 0.75 * viewport.height, JSON.stringify(box));
+    await page.keyboard.press('Escape');
+    assert.ok(!await panel.isVisible());
+    await page.evaluate(() => studyChart.timeScale().setVisibleLogicalRange({from: 100, to: 200}));
+    await page.waitForTimeout(700);  // else it were a double click
+    await clickOn(150);
+    await page.waitForFunction(() => document.querySelector('.explanation pre').textContent.startsWith('2000-08-07'));
+    assert.match(await panel.innerText(), /2000-08-07 is explained by\s+study explain sp500_daily\.csv "Sim\(Close, 3\)" --at "2000-08-07"/);
+    assert.deepStrictEqual(page.faults, []);
+    await page.close();
+  }
+});
+
 test('texts are inert', async () => {
   const hostile = `</script><script>window.hit = 1</script><img src=x onerror="hit = 2">'&amp;<!--`;
   const quoted = `"${hostile.replaceAll('"', '""')}"`;

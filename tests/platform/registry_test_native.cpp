@@ -12,7 +12,9 @@ TEST(NativeRegistry, ReadsWithClearStatuses) {
     EXPECT_EQ(SarvaneReadRegistryValue(u"No such\\key", nullptr, &text), E_FILENOTFOUND);
     EXPECT_EQ(text, nullptr);
     EXPECT_EQ(SarvaneReadRegistryValue(u"CLSID", u"", nullptr), E_POINTER);
+    text = reinterpret_cast<TextSlot>(1);
     EXPECT_EQ(SarvaneReadRegistryKey(u"CLSID", static_cast<uint>(ClassTable().size()), &text), E_FILENOTFOUND);
+    EXPECT_EQ(text, nullptr);
     EXPECT_EQ(SarvaneReadRegistryKey(nullptr, 0, nullptr), E_POINTER);
 }
 

@@ -1,7 +1,6 @@
 #include "server/registration.h"
 
 #include "platform/platform.h"
-#include "sarvane/registry.h"
 #include "support/operator_driver.h"
 #include "support/registry.h"
 
@@ -70,13 +69,6 @@ TEST_F(Registration, RefusesWhatIsNoScript) {
         EXPECT_EQ(RunScript(text, u"", Direction::Register), E_FAIL);
         EXPECT_EQ(Value("Bad"), "none");
     }
-}
-
-TEST_F(Registration, GivesNoNameOfAKeyThatThereIsNot) {
-    char16_t text[] = u"left over";
-    char16_t* name = text;
-    EXPECT_EQ(SarvaneReadRegistryKey(u"NoSuchKey", 0, &name), E_FILENOTFOUND);
-    EXPECT_EQ(name, nullptr);
 }
 
 // However deep the keys of a script lie, the stack suffices.
