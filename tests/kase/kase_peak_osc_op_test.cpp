@@ -57,15 +57,16 @@ const MarkCase markCases[] = {
     {"a close of 0 ends the measuring", "4 8 -1", {{101, "PG", -191, -100, -61}}, 110},
 };
 
-// It has no return, so that the volatility stays what it was.
-TEST(KasePeakOscOp, HasAValueOnABarThatClosesAtZero) {
-    OperatorDriver op("KasePeakOsc");
-    op.SetArguments("4 8 -1");
-    op.Reset();
-    for (int bar = 0; bar < 110; ++bar) op.Step(SwingingBar(bar));
-    std::vector<double> last = SwingingBar(110);
-    last[2] = 0.0;
-    EXPECT_NE(op.Step(last)[0], U);
+// Neither price has a return, so that the volatility stays what it was.
+TEST(KasePeakOscOp, TakesACloseOfZeroAsOneBelowZero) {
+    OperatorDriver zero("KasePeakOsc"), below("KasePeakOsc");
+    for (OperatorDriver* op : {&zero, &below}) {
+        op->SetArguments("4 8 -1");
+        op->Reset();
+        for (int bar = 0; bar < 110; ++bar) op->Step(SwingingBar(bar));
+    }
+    const std::vector<double> bar = SwingingBar(110);
+    ExpectSameBits(zero.Step({bar[0], bar[1], 0.0}), below.Step({bar[0], bar[1], -1.0}), "on the bar itself");
 }
 
 TEST(KasePeakOscOp, Cases) { CheckCases("KasePeakOsc", descriptions, runs); }

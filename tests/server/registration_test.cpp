@@ -63,9 +63,9 @@ TEST_F(Registration, ForceRemoveClearsWhatStoodThere) {
 }
 
 TEST_F(Registration, RefusesWhatIsNoScript) {
-    for (const std::u16string_view text : {u"", u"HKLM { }", u"HKCR { Bad", u"HKCR { Bad = s }", u"HKCR { Bad = 'x' }",
-                                           u"HKCR { Bad } }", u"HKCR { { } }", u"HKCR { Bad { val = s 'x' } }",
-                                           u"HKCR { Bad = s 'x", u"HKCR { Bad '' }", u"HKCR { Bad 'Key\\Below' }"}) {
+    for (const std::u16string_view text :
+         {u"", u"HKLM { }", u"HKCR { Bad", u"HKCR { Bad = s }", u"HKCR { Bad = 'x' }", u"HKCR { Bad } }", u"HKCR { { }",
+          u"HKCR { Bad { val = s 'x' } }", u"HKCR { Bad = s 'x", u"HKCR { Bad '' }", u"HKCR { Bad 'Key\\Below' }"}) {
         EXPECT_EQ(RunScript(text, u"", Direction::Register), E_FAIL);
         EXPECT_EQ(Value("Bad"), "none");
     }
