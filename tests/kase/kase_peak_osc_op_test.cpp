@@ -57,18 +57,6 @@ const MarkCase markCases[] = {
     {"a close of 0 ends the measuring", "4 8 -1", {{101, "PG", -191, -100, -61}}, 110},
 };
 
-// Neither price has a return, so that the volatility stays what it was.
-TEST(KasePeakOscOp, TakesACloseOfZeroAsOneBelowZero) {
-    OperatorDriver zero("KasePeakOsc"), below("KasePeakOsc");
-    for (OperatorDriver* op : {&zero, &below}) {
-        op->SetArguments("4 8 -1");
-        op->Reset();
-        for (int bar = 0; bar < 110; ++bar) op->Step(SwingingBar(bar));
-    }
-    const std::vector<double> bar = SwingingBar(110);
-    ExpectSameBits(zero.Step({bar[0], bar[1], 0.0}), below.Step({bar[0], bar[1], -1.0}), "on the bar itself");
-}
-
 TEST(KasePeakOscOp, Cases) { CheckCases("KasePeakOsc", descriptions, runs); }
 
 // A label is the number 1 with its text behind it.
