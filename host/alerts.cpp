@@ -29,7 +29,8 @@ std::string ValuesText(const Live& live, std::size_t bar) {
 
 }  // namespace
 
-Alerts::Alerts(AlertSettings how, std::string name) : settings(std::move(how)), file(std::move(name)) {}
+Alerts::Alerts(AlertSettings how, std::string name, Fired whenFired)
+    : settings(std::move(how)), file(std::move(name)), tellFired(std::move(whenFired)) {}
 
 // Programs go on without this one, which only waits a little to tell of failures.
 Alerts::~Alerts() {
@@ -71,6 +72,7 @@ void Alerts::LookAt(const Live& live, std::size_t bar) {
 void Alerts::Fire(const Live& live, std::size_t bar, const std::string& condition) {
     const std::string text = fmt::format("{}: {}", live.Bars().Date(bar), condition);
     Tell(text);
+    tellFired(live.Bars().Date(bar), condition);
     if (settings.notify) NotifyUser("study", text);
     if (!settings.command.empty()) StartProgramFor(live, bar, condition);
 }

@@ -2,6 +2,7 @@
 
 #include "live.h"
 
+#include <functional>
 #include <set>
 #include <string>
 #include <utility>
@@ -22,7 +23,10 @@ struct AlertSettings {
 // STUDY_CONDITION, and STUDY_VALUES, the results of the bar as a JSON object.
 class Alerts {
 public:
-    Alerts(AlertSettings settings, std::string file);
+    // `whenFired` is given the date of the bar and the condition that holds there.
+    using Fired = std::function<void(std::string_view, const std::string&)>;
+    Alerts(
+        AlertSettings settings, std::string file, Fired whenFired = [](std::string_view, const std::string&) {});
     ~Alerts();
     Alerts(const Alerts&) = delete;
     Alerts& operator=(const Alerts&) = delete;
@@ -41,6 +45,7 @@ private:
 
     AlertSettings settings;
     std::string file;
+    Fired tellFired;
     std::string openBar;                                  // date of the newest bar at the last look
     std::set<std::pair<std::size_t, std::string>> fired;  // conditions and dates
     std::vector<long long> running;                       // programs

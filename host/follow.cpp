@@ -1,6 +1,7 @@
 #include "follow.h"
 
 #include "bars/byte_source.h"
+#include "bars/column_names.h"
 #include "console.h"
 #include "failure.h"
 #include "growing_file.h"
@@ -37,9 +38,13 @@ class Following {
 public:
     using MakeLive = std::function<std::unique_ptr<Live>(const BarHeader&, Live::Show, TimeReader)>;
 
-    Following(const FollowSettings& settings, WantedColumns wantedBy, TableOutput& output, MakeLive makeLive)
+    Following(const FollowSettings& settings, WantedColumns wantedBy, FollowOutput& wantedOutput,
+              MakeLive makeLive)
         : layout(settings.layout), wanted(std::move(wantedBy)), source(settings.file, settings.follow, Tell),
-          table(output), make(makeLive), alerts(settings.alerts, source.Name()) {
+          output(wantedOutput), make(makeLive),
+          alerts(settings.alerts, source.Name(), [this](std::string_view date, const std::string& condition) {
+              output.Alert(date, condition);
+          }) {
         Begin();
     }
 
@@ -51,10 +56,11 @@ private:
     void TakeLines();
     bool TakeLine();
     void TakeRow();
+    void Take(const BarRow& row);
     void TakeContent();
-    void TakeOver();
+    void TakeContentOver();
+    Live::Difference TakeOver(BarFile series);
     void Start(TimeReader times);
-    void Show(std::size_t bar);
     void TellOnce(const std::string& notice);
     void LeaveOut(const std::string& fault);
 
@@ -62,14 +68,13 @@ private:
     WantedColumns wanted;
     GrowingFile source;
     bool hasBegun = false;  // to read it
-    TableOutput& table;
+    FollowOutput& output;
     MakeLive make;
     Alerts alerts;
     std::optional<RowReader> reader;
     std::optional<RowCollector> content;  // while it is gathered
     bool isForeign = false;               // the content can't go on the bars so far
     std::unique_ptr<Live> live;
-    bool hasHeading = false;
     std::size_t leftOut = 0;
     bool gapsAreTold = false;
     std::set<std::string> told;
@@ -92,12 +97,12 @@ void Following::Run() {
         Settle(state == GrowingFile::State::CaughtUp);
         TakeLines();
         if (isEnd || state == GrowingFile::State::CaughtUp) TakeContent();
-        table.Flush();
-        if (!table.IsWanted()) return;
+        output.Flush();
+        if (!output.IsWanted()) return;
     }
     if (!live && Interrupted()) return;
     if (!live) Fail("{}: the file is empty", source.Name());
-    table.Finish();
+    output.Finish();
     std::string report = live->Finish();
     if (leftOut > 0) report += fmt::format("left out   {} lines\n", leftOut);
     PrintError(report);
@@ -144,7 +149,7 @@ void Following::TakeRow() {
     if (!live) Start(TimeReader(layout.times ? layout.times->order : DateOrder::Unknown));
     const BarRow& row = reader->Row();
     try {
-        live->Take(row);
+        Take(row);
     } catch (const Failure& failure) {
         return LeaveOut(fmt::format("{}:{}:1: {}", source.Name(), reader->Line(), failure.what()));
     }
@@ -158,6 +163,14 @@ void Following::TakeRow() {
     if (gapsAreTold)
         Tell(fmt::format("{}:{}: cells without a number, which are gaps: {}; later ones are not told", source.Name(),
                          reader->Line(), text));
+}
+
+void Following::Take(const BarRow& row) {
+    const auto lock = output.Lock();
+    const std::size_t count = live->Bars().BarCount();
+    std::vector<double> before;
+    const std::size_t bar = live->Take(row, &before);
+    output.TakeRow(bar, bar == count ? nullptr : &before);
 }
 
 // There is none as long as its header has not come.
@@ -175,20 +188,27 @@ void Following::TakeContent() {
         gapsAreTold = true;
     }
     if (live) {
-        TakeOver();
+        TakeContentOver();
     } else {
         Start(content->Times());
-        for (std::size_t i = 0; i < content->RowCount() && !Interrupted(); ++i) live->Take(content->Row(i));
+        for (std::size_t i = 0; i < content->RowCount() && !Interrupted(); ++i) Take(content->Row(i));
         alerts.Start(*live);
     }
     content.reset();
 }
 
-void Following::TakeOver() {
+Live::Difference Following::TakeOver(BarFile series) {
+    const auto lock = output.Lock();
+    const Live::Difference difference = live->TakeOver(std::move(series));
+    if (difference.firstBar) output.TakeBarsFrom(*difference.firstBar);
+    return difference;
+}
+
+void Following::TakeContentOver() {
     const BarHeader& header = reader->Header();
     const std::string event = fmt::format("{}: the file {}", source.Name(), source.Reason());
     if (header.titles == live->Bars().Columns()) {
-        Tell(event + ": " + DifferenceText(live->TakeOver(BarFile(header, std::move(*content)))));
+        Tell(event + ": " + DifferenceText(TakeOver(BarFile(header, std::move(*content)))));
         alerts.Look(*live);
         return;
     }
@@ -199,7 +219,7 @@ void Following::TakeOver() {
         return Tell(fmt::format("{} and has other columns: {}; its lines are left out", event, failure.what()));
     }
     Tell(event + " and has other columns: all bars are new");
-    live->TakeOver(BarFile(header, std::move(*content)));
+    TakeOver(BarFile(header, std::move(*content)));
     alerts.Start(*live);
 }
 
@@ -207,21 +227,17 @@ void Following::Start(TimeReader times) {
     const bool isFirst = !live;
     if (const std::string text = reader->PresentLayout().Text(); !text.empty())
         TellOnce(fmt::format("{}: read with {}", source.Name(), text));
-    live = make(
-        reader->Header(), [this](std::size_t bar) { Show(bar); }, std::move(times));
-    hasHeading = false;
+    auto made = make(
+        reader->Header(), [this](std::size_t bar) { output.ShowBar(*live, bar); }, std::move(times));
+    const auto lock = output.Lock();
+    live = std::move(made);
+    output.Start(*live);
     for (const std::string& keyword : live->Compiled().graph.WithoutSnapshots()) {
         if (!isFirst) break;
         Tell(keyword +
              " keeps no snapshots, it only takes its last bar back: after ticks on a full window its values can "
              "differ from a run over finished bars, and corrections start at the first bar");
     }
-}
-
-void Following::Show(std::size_t bar) {
-    if (!hasHeading) table.Begin(live->Bars(), live->Results());
-    hasHeading = true;
-    table.WriteBar(live->Bars().Date(bar), live->Results());
 }
 
 void Following::TellOnce(const std::string& notice) {
@@ -235,18 +251,25 @@ void Following::LeaveOut(const std::string& fault) {
 
 }  // namespace
 
-void RunLive(const Library& library, const FollowSettings& settings, TableOutput& table) {
+void FollowTable::ShowBar(const Live& live, std::size_t bar) {
+    if (!hasHeading) table.Begin(live.Bars(), live.Results());
+    hasHeading = true;
+    table.WriteBar(live.Bars().Date(bar), live.Results());
+}
+
+void RunLive(const Library& library, const FollowSettings& settings, FollowOutput& output,
+             std::span<const std::string_view> besides) {
     const auto make = [&](const BarHeader& header, Live::Show show, TimeReader times) {
         return std::make_unique<Live>(library, header, settings.expressions, settings.allOutputs, settings.run,
                                       settings.snapshotDistance, std::move(show), SeriesSettings().mostSnapshots,
                                       std::move(times), settings.alerts.conditions);
     };
-    const auto wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>&) {
+    const auto wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
         std::vector<std::string> all = settings.expressions;
         all.insert(all.end(), settings.alerts.conditions.begin(), settings.alerts.conditions.end());
-        return WantedBy(library, titles, all, settings.run.operators);
+        return WithColumns(besides, titles, hasNumbers, WantedBy(library, titles, all, settings.run.operators));
     };
-    Following(settings, wanted, table, make).Run();
+    Following(settings, wanted, output, make).Run();
 }
 
 }  // namespace sarvane::study

@@ -105,8 +105,9 @@ Live::Live(const Library& library, const BarHeader& header, const std::vector<st
     for (std::size_t i = 0; i < shown; ++i) results.push_back({Compiled().results[i], &present[i]});
 }
 
-void Live::Take(const BarRow& row) {
+std::size_t Live::Take(const BarRow& row, std::vector<double>* before) {
     const std::size_t bar = bars.BarOf(row.date), count = bars.BarCount();
+    if (before && bar < count) *before = bars.Row(bar).values;
     if (bar == count)
         bars.Append(row);
     else
@@ -118,6 +119,7 @@ void Live::Take(const BarRow& row) {
     ticks += bar + 1 == count;
     corrections += bar + 1 < count;
     ShowChanged();
+    return bar;
 }
 
 // What was shown stays with its bar, so that only what changes is shown again.

@@ -42,8 +42,9 @@ public:
          RunSettings settings, std::size_t distance, Show show, std::size_t slots = SeriesSettings().mostSnapshots,
          TimeReader times = {}, const std::vector<std::string>& conditions = {});
 
-    // Fails if the row can't have a place in the series; that row is left out.
-    void Take(const BarRow& row);
+    // Gives the bar that the row is, and in `before` the values that it had if it is not new. Fails if the row can't have
+    // a place in the series; that row is left out.
+    std::size_t Take(const BarRow& row, std::vector<double>* before = nullptr);
 
     // How one series differs from the one before.
     struct Difference {
@@ -64,6 +65,8 @@ public:
     // With the values of the bar that is shown.
     const std::vector<Result>& Results() const { return results; }
     double Value(const Result& result, std::size_t bar) const;
+    // Those of all results, in their order.
+    Series::Row Values(std::size_t bar) const { return series->Results(bar).first(results.size()); }
     // Whether a condition is neither 0 nor missing.
     bool Holds(std::size_t condition, std::size_t bar) const;
     // Ends the run and tells in lines what it was like.

@@ -2,6 +2,7 @@
 
 #include "bars/number_format.h"
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -78,6 +79,15 @@ std::size_t RankOfTitle(std::string_view title) {
 bool IsPrice(std::string_view title) {
     const std::string_view name = StandardName(title);
     return name == "open" || name == "high" || name == "low" || name == "close";
+}
+
+std::vector<bool> WithColumns(std::span<const std::string_view> standardNames, const std::vector<std::string>& titles,
+                              const std::vector<bool>& hasNumbers, std::vector<bool> wanted) {
+    for (std::size_t i = 0; i < titles.size(); ++i) {
+        const bool isNamed = std::ranges::find(standardNames, StandardName(titles[i])) != standardNames.end();
+        if (isNamed && (hasNumbers[i] || IsPrice(titles[i]))) wanted[i] = true;
+    }
+    return wanted;
 }
 
 }  // namespace sarvane::study

@@ -25,7 +25,8 @@ void FollowFile(const LiveOptions& options) {
     settings.follow = !options.noFollow;
     settings.layout = study.reading.layout;
     TableOutput table(options.table, study.FilesRead(), TableOutput::Kind::GrowingBars);
-    RunLive(library, settings, table);
+    FollowTable output(table);
+    RunLive(library, settings, output);
 }
 
 }  // namespace

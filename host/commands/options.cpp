@@ -49,12 +49,7 @@ BarFile StudyOptions::ReadBars(const Library& loaded, std::span<const std::strin
     ReadSettings settings = reading;
     settings.tell = Tell;
     settings.wanted = [&](const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
-        std::vector<bool> wanted = WantedBy(loaded, titles, expressions, run.operators);
-        for (std::size_t i = 0; i < titles.size(); ++i) {
-            const bool isNamed = std::ranges::find(besides, StandardName(titles[i])) != besides.end();
-            if (isNamed && (hasNumbers[i] || IsPrice(titles[i]))) wanted[i] = true;
-        }
-        return wanted;
+        return WithColumns(besides, titles, hasNumbers, WantedBy(loaded, titles, expressions, run.operators));
     };
     if (barFile != "-") RefuseAsStandardOutput(PathOf(barFile));
     return BarFile(PathOf(barFile), settings);
