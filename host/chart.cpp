@@ -101,9 +101,9 @@ json ColumnJson(const BarFile& bars, std::size_t column) {
 class Drawing {
 public:
     // Fails if no curve has a name of `settings.drawings`.
-    Drawing(const BarFile& file, const Study& study, const ChartSettings& settings) : bars(file) {
+    Drawing(const BarFile& file, const std::vector<Result>& results, const ChartSettings& settings)
+        : bars(file), firstResult(results.data()) {
         std::vector<const Result*> expression;
-        const std::vector<Result>& results = study.Results();
         for (std::size_t i = 0; i < results.size(); ++i) {
             expression.push_back(&results[i]);
             if (results[i].isLabel) labelled.push_back(&results[i]);
@@ -125,8 +125,8 @@ public:
                 curve.besideValues[n].push_back(*curve.beside[n]->value);
         }
         for (const Result* const result : labelled) {
-            const auto text = LabelText(*result->value);
-            if (text) labels.push_back({bar, result->expression, Utf8(*text), PointsDown(*result->value)});
+            if (auto label = LabelOf(*result->value))
+                labels.push_back({bar, result->expression, std::move(label->text), label->pointsDown});
         }
     }
 
@@ -156,6 +156,15 @@ public:
         return height;
     }
 
+    std::string Panes() const {
+        std::string text = bars.BarCount() == 0 ? "none" : "";
+        for (const Curve& curve : curves) {
+            const bool isEmpty = std::ranges::all_of(curve.values, IsUndefined);
+            text += fmt::format("{}{} ", curve.pane, isEmpty ? "-" : "");
+        }
+        return text;
+    }
+
     json Json(const ChartSettings& settings) const {
         json dates = json::array(), prices = json::object(), studies = json::array(), marks = json::array();
         json sources = json::array(), notices = json::array();
@@ -173,8 +182,11 @@ public:
                                {"meaning", curve.result->meaning},
                                {"drawing", curve.drawing},
                                {"pane", curve.pane},
+                               {"column", ColumnOf(curve.result)},
                                {"values", Numbers(curve.values)}});
             if (curve.beside.empty()) continue;
+            for (const Result* const price : curve.beside)
+                studies.back()["barColumns"][price->output] = ColumnOf(price);
             json& bar = studies.back()["bar"];
             for (std::size_t n = 0; n < curve.beside.size(); ++n)
                 bar[curve.beside[n]->output] = Numbers(curve.besideValues[n]);
@@ -199,10 +211,13 @@ public:
                 {"theme", settings.theme},
                 {"notices", std::move(notices)},
                 {"explanations", ExplanationsJson(settings)},
+                {"live", settings.live.empty() ? json() : json::parse(settings.live)},
                 {"last", settings.last ? json(*settings.last) : json()}};
     }
 
 private:
+    std::size_t ColumnOf(const Result* result) const { return static_cast<std::size_t>(result - firstResult); }
+
     json ExplanationsJson(const ChartSettings& settings) const {
         if (settings.explanations.empty()) return {};
         return {{"first", bars.BarCount() - settings.explanations.size()}, {"texts", settings.explanations}};
@@ -236,6 +251,7 @@ private:
     }
 
     const BarFile& bars;
+    const Result* firstResult;
     std::optional<std::size_t> priceColumn;
     std::vector<Curve> curves;
     std::vector<const Result*> labelled;
@@ -283,25 +299,56 @@ std::string FileUrl(const fs::path& file) {
 
 }  // namespace
 
-ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& settings) {
+std::pair<std::string_view, std::string_view> TemplateParts() {
     constexpr std::string_view Placeholder = "@data@";
     const std::string_view page = ChartTemplate();
     const std::size_t place = page.find(Placeholder);
     if (place == std::string_view::npos)
         Fail("charts are not part of this program: it was built without lightweight-charts, which npm brings. "
              "Install npm and build again");
-    Drawing drawing(bars, study, settings);
+    return {page.substr(0, place), page.substr(place + Placeholder.size())};
+}
+
+std::optional<DrawnLabel> LabelOf(double value) {
+    const auto text = LabelText(value);
+    return text ? std::optional(DrawnLabel{Utf8(*text), PointsDown(value)}) : std::nullopt;
+}
+
+ChartPage DrawChart(const BarFile& bars, Study& study, const ChartSettings& settings) {
     Progress progress("calculating", static_cast<double>(bars.BarCount()));
     study.Reset();
+    return DrawChart(
+        bars, study.Results(),
+        [&](std::size_t bar) {
+            study.Step(bar);
+            progress.Update(static_cast<double>(bar));
+        },
+        settings);
+}
+
+std::string PanesOf(const BarFile& bars, const std::vector<Result>& results, const StepTo& step,
+                    const ChartSettings& settings) {
+    Drawing drawing(bars, results, settings);
     for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) {
-        study.Step(bar);
+        step(bar);
         drawing.TakeBar(bar);
-        progress.Update(static_cast<double>(bar));
     }
     drawing.AssignPanes();
-    std::string html(page.substr(0, place));
+    return drawing.Panes();
+}
+
+ChartPage DrawChart(const BarFile& bars, const std::vector<Result>& results, const StepTo& step,
+                    const ChartSettings& settings) {
+    const auto [head, tail] = TemplateParts();
+    Drawing drawing(bars, results, settings);
+    for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) {
+        step(bar);
+        drawing.TakeBar(bar);
+    }
+    drawing.AssignPanes();
+    std::string html(head);
     html += ScriptJson(drawing.Json(settings));
-    html += page.substr(place + Placeholder.size());
+    html += tail;
     return {std::move(html), drawing.Height()};
 }
 

@@ -47,6 +47,9 @@ public:
           }) {
         Begin();
     }
+    ~Following() { output.Release(); }
+    Following(const Following&) = delete;
+    Following& operator=(const Following&) = delete;
 
     void Run();
 
@@ -103,6 +106,7 @@ void Following::Run() {
     if (!live && Interrupted()) return;
     if (!live) Fail("{}: the file is empty", source.Name());
     output.Finish();
+    output.Release();
     std::string report = live->Finish();
     if (leftOut > 0) report += fmt::format("left out   {} lines\n", leftOut);
     PrintError(report);

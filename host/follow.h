@@ -30,7 +30,7 @@ public:
     // Held while bars and their results change, for outputs that read them in other threads.
     virtual std::unique_lock<std::mutex> Lock() { return {}; }
     // The columns are known, at first or once a file with others has taken the place of the one before. `live` stays until
-    // the next call or the end of the run.
+    // the next call or `Release`.
     virtual void Start(const Live&) {}
     // The results of a bar have changed.
     virtual void ShowBar(const Live&, std::size_t) {}
@@ -44,6 +44,8 @@ public:
     virtual bool IsWanted() { return true; }
     // The input has ended, or a signal came.
     virtual void Finish() {}
+    // The bars are about to go, also after a failure.
+    virtual void Release() {}
 };
 
 // Writes each change to a table.

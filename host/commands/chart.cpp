@@ -1,5 +1,6 @@
 #include "chart.h"
 
+#include "chart_server/live_chart.h"
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "description.h"
@@ -21,6 +22,8 @@ struct ChartOptions {
     std::string picture = {};
     PictureSize pictureSize = {};
     std::vector<std::string> drawings = {};
+    bool isLive = false;
+    LiveChartSettings live = {};
 };
 
 // Null without a path. Nothing is written over what the command reads, or over `other`, which it writes besides.
@@ -65,8 +68,23 @@ std::vector<std::string> Explanations(const Library& library, const BarFile& bar
     return texts;
 }
 
+void DrawLive(const ChartOptions& options) {
+    const StudyOptions& study = options.study;
+    const Library library = study.library.Load();
+    LiveChartSettings settings = options.live;
+    settings.following.file = study.barFile;
+    settings.following.expressions = study.expressions;
+    settings.following.allOutputs = true;
+    settings.following.run = study.run;
+    settings.following.layout = study.reading.layout;
+    settings.chart = options.chart;
+    std::ranges::transform(options.drawings, std::back_inserter(settings.chart.drawings), SplitDrawing);
+    RunLiveChart(library, settings, WholeBars);
+}
+
 void Draw(const ChartOptions& options) {
-    if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
+    if (options.isLive) return DrawLive(options);
+    if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o, --png or --live");
     const Library library = options.study.library.Load();
     const BarFile bars = options.study.ReadBars(library, WholeBars);
     Study study(library, bars, options.study.run);
@@ -125,6 +143,27 @@ void AddChart(CLI::App& app, const std::string& library) {
         ->check(WholeNumber(1));
     OneOf(*command.add_option("--theme", options->chart.theme, "colours; auto is what the reader's system prefers"),
           {"auto", "light", "dark"});
+    CLI::Option* const live = command.add_flag(
+        "--live", options->isLive, "follow the file, or standard input for '-', and serve the page while bars come");
+    for (const char* const other : {"--output", "--png", "--settled", "--skip-bad", "--sort"})
+        live->excludes(command.get_option(other));
+    options->live.following.snapshotDistance = 1000;
+    ServerSettings& server = options->live.server;
+    for (CLI::Option* const option :
+         {command.add_option("--port", server.port, "of the page; a free one if not given")->type_name("N"),
+          command.add_option("--listen", server.address,
+                             "serve others than this machine, too, at this address of it; the page's address then "
+                             "has a secret part")
+              ->type_name("ADDRESS"),
+          command.add_flag("--no-browser", options->live.staysClosed, "don't open the page in a browser"),
+          command
+              .add_option("--snapshots", options->live.following.snapshotDistance,
+                          "keep a snapshot every N bars, from which corrections of older bars go on")
+              ->type_name("N")
+              ->check(WholeNumber(0))
+              ->capture_default_str(),
+          AddAlerts(command, options->live.following.alerts)})
+        option->needs(live);
     command.callback([options] { Draw(*options); });
 }
 

@@ -49,25 +49,7 @@ void AddLive(CLI::App& app, const std::string& library) {
                     "keep a snapshot every N bars, from which corrections of older bars go on")
         ->type_name("N")
         ->check(WholeNumber(0));
-    AlertSettings& alerts = options->following.alerts;
-    CLI::Option* const when = command
-                                  .add_option("--when", alerts.conditions,
-                                              "tell when this holds on the newest bar, once a bar; can be repeated")
-                                  ->type_name("CONDITION")
-                                  ->allow_extra_args(false);
-    CLI::Option* const exec =
-        command
-            .add_option("--exec", alerts.command,
-                        "then start this program, with STUDY_FILE, STUDY_TIME, STUDY_CONDITION and STUDY_VALUES (JSON) "
-                        "in its environment")
-            ->type_name("PROGRAM")
-            ->needs(when);
-    command.add_flag("--shell", alerts.throughShell, "--exec is a line for the system's shell")->needs(exec);
-    command.add_flag("--notify", alerts.notify, "then notify the desktop and ring the terminal's bell")->needs(when);
-    CLI::Option* const moment = command.add_option_function<std::string>(
-        "--at", [options](const std::string& word) { options->following.alerts.atClose = word == "close"; },
-        "as soon as the condition holds, or at the end of the bar, with its last values");
-    OneOf(*moment->needs(when), {"tick", "close"});
+    AddAlerts(command, options->following.alerts);
     command.add_flag("--no-follow", options->noFollow, "stop at the end of the file");
     command.callback([options] { FollowFile(*options); });
 }

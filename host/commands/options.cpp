@@ -177,6 +177,28 @@ void AddLayout(CLI::App& command, LayoutSettings& settings) {
     ofLayout(command.add_flag("--text-as-gap", settings.textIsGap, "a cell that is no number is a missing one"));
 }
 
+CLI::Option* AddAlerts(CLI::App& command, AlertSettings& alerts) {
+    CLI::Option* const when = command
+                                  .add_option("--when", alerts.conditions,
+                                              "tell when this holds on the newest bar, once a bar; can be repeated")
+                                  ->type_name("CONDITION")
+                                  ->allow_extra_args(false);
+    CLI::Option* const exec =
+        command
+            .add_option("--exec", alerts.command,
+                        "then start this program, with STUDY_FILE, STUDY_TIME, STUDY_CONDITION and STUDY_VALUES (JSON) "
+                        "in its environment")
+            ->type_name("PROGRAM")
+            ->needs(when);
+    command.add_flag("--shell", alerts.throughShell, "--exec is a line for the system's shell")->needs(exec);
+    command.add_flag("--notify", alerts.notify, "then notify the desktop and ring the terminal's bell")->needs(when);
+    CLI::Option* const moment = command.add_option_function<std::string>(
+        "--at", [&alerts](const std::string& word) { alerts.atClose = word == "close"; },
+        "as soon as the condition holds, or at the end of the bar, with its last values");
+    OneOf(*moment->needs(when), {"tick", "close"});
+    return when;
+}
+
 void AddTable(CLI::App& command, TableOptions& options) {
     static const std::map<std::string, TableFormat> formats = {{"table", TableFormat::Screen},
                                                                {"csv", TableFormat::Csv},

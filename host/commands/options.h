@@ -1,5 +1,6 @@
 #pragma once
 
+#include "alerts.h"
 #include "study.h"
 #include "table/table_output.h"
 
@@ -55,6 +56,8 @@ void AddSettled(CLI::App& command, StudyOptions& options);
 void AddReading(CLI::App& command, ReadSettings& settings);
 // How its lines are laid out.
 void AddLayout(CLI::App& command, LayoutSettings& settings);
+// What happens when conditions hold on the newest bar of a followed file. Gives the option that all others need.
+CLI::Option* AddAlerts(CLI::App& command, AlertSettings& alerts);
 void AddTable(CLI::App& command, TableOptions& options);
 
 // For options that take a whole number.

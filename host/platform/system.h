@@ -43,6 +43,9 @@ long long WriteText(int descriptor, const char* text, std::size_t size);
 // What the program holds of the free store. Not for every bar: it may walk through all of it.
 std::int64_t AllocatedBytes();
 
+// Programs that are started don't get this socket.
+void KeepFromPrograms(std::intptr_t socket);
+
 // What to call when the user or the system asks the program to end; null to end at once, as at first.
 void OnInterrupt(void (*handler)(int));
 
@@ -51,6 +54,9 @@ std::filesystem::path MakeTemporaryFolder();
 
 // A Chromium that is installed and the options it needs to start here; empty if there is none.
 std::vector<std::string> BrowserCommand();
+
+// Shows an address in the user's browser, if a desktop is there that has one.
+void OpenInBrowser(const std::string& address);
 
 // Starts a program, which is looked for in the folders of PATH, or a line of the system's shell, with further variables
 // in its environment. It reads nothing, and what it prints goes to standard error. Below 0 with `errno` if it can't be

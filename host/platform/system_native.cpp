@@ -91,6 +91,14 @@ long long Spawn(std::vector<std::string> words, const Variables& variables, int 
     return error == 0 ? child : -1;
 }
 
+// In a process of its own and without its output: it may wait for a desktop that is not there.
+void StartInBackground(const std::vector<std::string>& command) {
+    static std::vector<long long> running;
+    std::erase_if(running, [](long long program) { return StatusOfProgram(program, false).has_value(); });
+    const long long program = Spawn(command, {}, -1);
+    if (program >= 0) running.push_back(program);
+}
+
 }  // namespace
 
 // A missing stream is opened the wrong way round, so that reading or writing it fails.
@@ -143,6 +151,8 @@ std::int64_t AllocatedBytes() {
 #endif
 }
 
+void KeepFromPrograms(std::intptr_t socket) { fcntl(static_cast<int>(socket), F_SETFD, FD_CLOEXEC); }
+
 void OnInterrupt(void (*handler)(int)) {
     struct sigaction action = {};
     action.sa_handler = handler ? handler : SIG_DFL;
@@ -177,12 +187,15 @@ std::optional<int> StatusOfProgram(long long program, bool wait) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
+// Without a desktop `xdg-open` would start a browser in the terminal.
+void OpenInBrowser(const std::string& address) {
+    const auto isSet = [](const char* name) { return std::getenv(name) && *std::getenv(name); };
+    if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY")) return;
+    StartInBackground({"xdg-open", address});
+}
+
 void NotifyUser(const std::string& title, const std::string& text) {
-    // In a process of its own: it may wait for a desktop that is not there.
-    static std::vector<long long> running;
-    std::erase_if(running, [](long long program) { return StatusOfProgram(program, false).has_value(); });
-    const long long program = Spawn({"notify-send", "--", title, text}, {}, -1);
-    if (program >= 0) running.push_back(program);
+    StartInBackground({"notify-send", "--", title, text});
     if (isatty(STDERR_FILENO) && write(STDERR_FILENO, "\a", 1) < 0) return;
 }
 

@@ -17,6 +17,8 @@
 #include <system_error>
 #include <windows.h>
 
+#include <shellapi.h>
+
 namespace sarvane::study {
 namespace {
 
@@ -157,6 +159,10 @@ std::int64_t AllocatedBytes() {
     return bytes;
 }
 
+void KeepFromPrograms(std::intptr_t socket) {
+    SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
+}
+
 void OnInterrupt(void (*handler)(int)) {
     for (const int signal : {SIGINT, SIGTERM, SIGBREAK}) std::signal(signal, handler ? handler : SIG_DFL);
 }
@@ -218,6 +224,10 @@ std::optional<int> StatusOfProgram(long long program, bool wait) {
     GetExitCodeProcess(process, &status);
     CloseHandle(process);
     return static_cast<int>(status);
+}
+
+void OpenInBrowser(const std::string& address) {
+    ShellExecuteW(nullptr, L"open", WideText(address).c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }
 
 void NotifyUser(const std::string&, const std::string&) { MessageBeep(MB_ICONINFORMATION); }
