@@ -65,6 +65,18 @@ std::vector<std::string> Explanations(const Library& library, const BarFile& bar
     return texts;
 }
 
+// Of each expression, whether it reads nothing but the volume.
+std::vector<bool> OfVolume(const Library& library, const BarFile& bars, const StudyOptions& options) {
+    std::vector<bool> ofVolume;
+    const auto volume = bars.FindColumn("volume");
+    for (const std::string& expression : options.expressions) {
+        std::vector<bool> wanted = WantedBy(library, bars.Columns(), {expression}, options.run.operators);
+        const bool readsVolume = volume && wanted[*volume];
+        ofVolume.push_back(readsVolume && std::ranges::count(wanted, true) == 1);
+    }
+    return ofVolume;
+}
+
 void Draw(const ChartOptions& options) {
     if (options.page.empty() && options.picture.empty()) throw CLI::RequiredError("-o or --png");
     const Library library = options.study.library.Load();
@@ -76,6 +88,7 @@ void Draw(const ChartOptions& options) {
     ChartSettings settings = options.chart;
     settings.notices = options.study.Settle(library, bars, study, true);
     std::ranges::transform(options.drawings, std::back_inserter(settings.drawings), SplitDrawing);
+    settings.ofVolume = OfVolume(library, bars, options.study);
     settings.explanations = Explanations(library, bars, options);
     const ChartPage page = DrawChart(bars, study, settings);
     if (pageFile) {
