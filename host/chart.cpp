@@ -1,5 +1,6 @@
 #include "chart.h"
 
+#include "chart/page_data.h"
 #include "chart_template.h"
 #include "description.h"
 #include "failure.h"
@@ -84,17 +85,9 @@ std::string Utf8(std::string_view label) {
 // The second of an operator's kinds of labels.
 bool PointsDown(double packed) { return (std::bit_cast<std::uint64_t>(packed) & 0x07) == 2; }
 
-json Number(double value) { return IsUndefined(value) || !std::isfinite(value) ? json() : json(value); }
-
-json Numbers(const std::vector<double>& column) {
-    json values = json::array();
-    for (const double value : column) values.push_back(Number(value));
-    return values;
-}
-
-json ColumnJson(const BarFile& bars, std::size_t column) {
-    json values = json::array();
-    for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) values.push_back(Number(bars.Value(column, bar)));
+std::vector<double> ValuesOf(const BarFile& bars, std::size_t column) {
+    std::vector<double> values(bars.BarCount());
+    for (std::size_t bar = 0; bar < values.size(); ++bar) values[bar] = bars.Value(column, bar);
     return values;
 }
 
@@ -116,6 +109,8 @@ public:
         for (const std::string_view price : {"close", "open", "high", "low"}) {
             if (!priceColumn) priceColumn = bars.FindColumn(price);
         }
+        volumeColumn = bars.FindColumn("volume");
+        ofVolume = settings.ofVolume;
     }
 
     void TakeBar(std::size_t bar) {
@@ -131,13 +126,20 @@ public:
     }
 
     // What is not drawn over the prices shares a pane with the rest of its expression. Bands have no scale, and so a pane
-    // of their own.
+    // of their own. Averages of the volume and the like share a pane with the volume; without them it lies under the
+    // prices.
     void AssignPanes() {
         paneCount = priceColumn ? 1 : 0;
+        if (std::ranges::any_of(curves, [this](const Curve& curve) { return LiesAmongVolumes(curve); }))
+            volumePane = paneCount++;
         const Curve* lastBelow = nullptr;
         for (Curve& curve : curves) {
             const bool isBand = curve.drawing == "band";
             if (!isBand && priceColumn && curve.result->inPriceUnits && LiesAmongPrices(curve)) continue;
+            if (LiesAmongVolumes(curve)) {
+                curve.pane = *volumePane;
+                continue;
+            }
             if (!lastBelow || lastBelow->result->expression != curve.result->expression ||
                 (lastBelow->drawing == "band") != isBand)
                 ++paneCount;
@@ -165,14 +167,17 @@ public:
         return text;
     }
 
-    json Json(const ChartSettings& settings) const {
-        json dates = json::array(), prices = json::object(), studies = json::array(), marks = json::array();
+    // The text that the page holds.
+    std::string Data(const ChartSettings& settings) const {
+        PageData data;
+        std::vector<std::string> dates;
+        json prices = json::object(), studies = json::array(), marks = json::array();
         json sources = json::array(), notices = json::array();
         for (const StartNotice& notice : settings.notices)
             notices.push_back({{"text", notice.text}, {"bars", notice.bars}});
         for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) dates.push_back(bars.IsoDate(bar));
         for (const char* price : {"open", "high", "low", "close"}) {
-            if (const auto column = bars.FindColumn(price)) prices[price] = ColumnJson(bars, *column);
+            if (const auto column = bars.FindColumn(price)) prices[price] = data.Column(ValuesOf(bars, *column));
         }
         for (const Curve& curve : curves) {
             studies.push_back({{"expression", curve.result->expression},
@@ -183,13 +188,13 @@ public:
                                {"drawing", curve.drawing},
                                {"pane", curve.pane},
                                {"column", ColumnOf(curve.result)},
-                               {"values", Numbers(curve.values)}});
+                               {"values", data.Column(curve.values)}});
             if (curve.beside.empty()) continue;
             for (const Result* const price : curve.beside)
                 studies.back()["barColumns"][price->output] = ColumnOf(price);
             json& bar = studies.back()["bar"];
             for (std::size_t n = 0; n < curve.beside.size(); ++n)
-                bar[curve.beside[n]->output] = Numbers(curve.besideValues[n]);
+                bar[curve.beside[n]->output] = data.Column(curve.besideValues[n]);
         }
         for (const Result* const result : labelled) {
             if (!sources.empty() && sources.back()["expression"] == result->expression) continue;
@@ -197,12 +202,13 @@ public:
                 {{"expression", result->expression}, {"typed", TypedText(*result)}, {"formula", result->formula}});
         }
         for (const auto& [bar, expression, text, pointsDown] : labels)
-            marks.push_back({{"bar", bar}, {"expression", expression}, {"text", text}, {"down", pointsDown}});
-        const auto volume = bars.FindColumn("volume");
-        return {{"title", TextOf(PathOf(bars.Name()).filename())},
-                {"dates", std::move(dates)},
+            marks.push_back(json::array({bar, expression, text, pointsDown}));
+        return data.Text({{"title", TextOf(PathOf(bars.Name()).filename())},
+                {"bars", bars.BarCount()},
+                {"dates", data.Dates(dates)},
                 {"prices", std::move(prices)},
-                {"volume", volume ? ColumnJson(bars, *volume) : json()},
+                {"volume", volumeColumn ? data.Column(ValuesOf(bars, *volumeColumn)) : json()},
+                {"volumePane", volumePane ? json(*volumePane) : json()},
                 {"studies", std::move(studies)},
                 {"labelled", std::move(sources)},
                 {"labels", std::move(marks)},
@@ -212,7 +218,7 @@ public:
                 {"notices", std::move(notices)},
                 {"explanations", ExplanationsJson(settings)},
                 {"live", settings.live.empty() ? json() : json::parse(settings.live)},
-                {"last", settings.last ? json(*settings.last) : json()}};
+                {"last", settings.last ? json(*settings.last) : json()}});
     }
 
 private:
@@ -236,38 +242,46 @@ private:
         if (!isFound) Fail("--draw: no curve is named \"{}\"", name);
     }
 
-    // A deviation or an oscillator may be measured as prices are, and still press the prices flat if it shared their
-    // scale.
-    bool LiesAmongPrices(const Curve& curve) const {
-        constexpr double Near = 0.25;  // of the price
+    // Whether most values of a curve are near those of a column on their bars.
+    template <class IsNear>
+    bool LiesAmong(std::size_t column, const Curve& curve, IsNear isNear) const {
         std::size_t known = 0, near = 0;
         for (std::size_t bar = 0; bar < curve.values.size(); ++bar) {
-            const double value = curve.values[bar], price = bars.Value(*priceColumn, bar);
-            if (IsUndefined(value) || IsUndefined(price)) continue;
+            const double value = curve.values[bar], other = bars.Value(column, bar);
+            if (IsUndefined(value) || IsUndefined(other)) continue;
             ++known;
-            if (std::abs(value - price) <= Near * std::abs(price)) ++near;
+            if (isNear(value, other)) ++near;
         }
         return 2 * near >= known;
     }
 
+    // A deviation or an oscillator may be measured as prices are, and still press the prices flat if it shared their
+    // scale.
+    bool LiesAmongPrices(const Curve& curve) const {
+        constexpr double Near = 0.25;  // of the price
+        return LiesAmong(*priceColumn, curve,
+                         [](double value, double price) { return std::abs(value - price) <= Near * std::abs(price); });
+    }
+
+    bool LiesAmongVolumes(const Curve& curve) const {
+        constexpr double Near = 10;  // times as much, or as little
+        const std::size_t expression = curve.result->expression;
+        return volumeColumn && curve.drawing != "band" && expression < ofVolume.size() && ofVolume[expression] &&
+               LiesAmong(*volumeColumn, curve, [](double value, double volume) {
+                   return value * Near >= volume && value <= volume * Near;
+               });
+    }
+
     const BarFile& bars;
     const Result* firstResult;
-    std::optional<std::size_t> priceColumn;
+    std::optional<std::size_t> priceColumn, volumeColumn;
+    std::vector<bool> ofVolume;  // by expression
+    std::optional<std::size_t> volumePane;
     std::vector<Curve> curves;
     std::vector<const Result*> labelled;
     std::vector<Label> labels;
     std::size_t paneCount = 1;
 };
-
-// Inside a page's script element. No text of the user's can end it: "<" is written in digits.
-std::string ScriptJson(const json& data) {
-    constexpr int Compact = -1;
-    const std::string text = data.dump(Compact, ' ', true, json::error_handler_t::replace);
-    std::string safe;
-    safe.reserve(text.size());
-    for (const char c : text) c == '<' ? safe += "\\u003c" : safe += c;
-    return safe;
-}
 
 class TemporaryFolder {
 public:
@@ -347,7 +361,7 @@ ChartPage DrawChart(const BarFile& bars, const std::vector<Result>& results, con
     }
     drawing.AssignPanes();
     std::string html(head);
-    html += ScriptJson(drawing.Json(settings));
+    html += drawing.Data(settings);
     html += tail;
     return {std::move(html), drawing.Height()};
 }

@@ -17,6 +17,7 @@ struct ChartSettings {
     // How curves are drawn that should not be drawn as their description says: names and "line", "step", "band",
     // "histogram" or "marker".
     std::vector<std::pair<std::string, std::string>> drawings = {};
+    std::vector<bool> ofVolume = {};        // of each expression, whether it reads nothing but the volume
     std::vector<StartNotice> notices = {};  // shown while their bars are in view
     // How the values of the last bars come about, a text for each bar; a click on a bar shows its text.
     std::vector<std::string> explanations = {};

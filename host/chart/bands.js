@@ -43,8 +43,7 @@ function addBand(curve, row, count) {
     priceFormat: noScale, priceLineVisible: false, lastValueVisible: false, row,
     autoscaleInfoProvider: () => ({priceRange: {minValue: -count - 1, maxValue: 0}}),
   }, curve.pane);
-  series.setData(curve.values.map((value, bar) =>
-    isDrawn(value) ? {time: times[bar], row, vote: Math.sign(value)} : {time: times[bar]}));
-  drawn.push({series, paint: () => ({upColor: color('up'), downColor: color('down'), zeroColor: color('grid')})});
-  return series;
+  const points = () => Array.from(commonVotes(curve.values), (vote, place) =>
+    isDrawn(vote) ? {time: timeOfPlace(place), row, vote} : {time: timeOfPlace(place)});
+  return draw(series, curve.pane, points, false, () => ({upColor: color('up'), downColor: color('down'), zeroColor: color('grid')}));
 }

@@ -3,19 +3,31 @@
 // The colour of a point is that of the line from it to the next point. The library draws this line over a gap too, so
 // that it is transparent there. The last point keeps its colour for the price axis.
 // A step rises in the colour of the point that it rises to, so that after a gap it rises unseen, one bar early.
-function linePoints(values, isStep = false) {
-  const last = values.findLastIndex(isDrawn);
-  return values.map((value, bar) => {
-    const time = times[bar];
-    if (!isDrawn(value)) return isStep && isDrawn(values[bar + 1]) ? {time, value: values[bar + 1], color: 'transparent'} : {time};
-    return bar === last || isDrawn(values[bar + 1]) ? {time, value} : {time, value, color: 'transparent'};
+function linePoints(column, isStep) {
+  const values = extremes(column), last = values.findLastIndex(isDrawn);
+  return Array.from(values, (value, place) => {
+    const time = timeOfPlace(place), next = values[place + 1];
+    if (!isDrawn(value)) return isStep && isDrawn(next) ? {time, value: next, color: 'transparent'} : {time};
+    return place === last || isDrawn(next) ? {time, value} : {time, value, color: 'transparent'};
   });
 }
 
-// Values without a neighbour, which no line shows.
-function dotPoints(values) {
-  const isAlone = (value, bar) => isDrawn(value) && !isDrawn(values[bar - 1]) && !isDrawn(values[bar + 1]);
-  return values.flatMap((value, bar) => isAlone(value, bar) ? [{time: times[bar], value}] : []);
+// A value without a neighbour, which no line shows.
+function isAlone(values, at) {
+  return isDrawn(values[at]) && !isDrawn(values[at - 1]) && !isDrawn(values[at + 1]);
+}
+
+// The values of some places, such as those that a test holds for.
+function somePoints(values, isShown) {
+  const points = [];
+  for (let place = 0; place < values.length; ++place) {
+    if (isShown(values, place)) points.push({time: timeOfPlace(place), value: values[place]});
+  }
+  return points;
+}
+
+function barPoints(column) {
+  return Array.from(largest(column), (value, place) => isDrawn(value) ? {time: timeOfPlace(place), value} : {time: timeOfPlace(place)});
 }
 
 const {open, high, low, close} = study.prices;
@@ -26,16 +38,10 @@ const [priceName, priceValues] = Object.entries(study.prices).find(([name]) => n
 // By pane: one format for all that share its scale. Rows of bands have no scale.
 const formats = Array.from({length: study.panes}, (_, pane) => scaleFormat([
   ...(pane === 0 ? Object.values(study.prices) : []),
+  ...(pane === study.volumePane ? [study.volume] : []),
   ...study.studies.filter(curve => curve.pane === pane).map(curve => curve.values),
 ]));
 const noScale = {type: 'custom', minMove: 1, formatter: () => ''};
-
-function candlePoints({open, high, low, close}) {
-  return times.map((time, bar) => {
-    const [o, h, l, c] = [open[bar], high[bar], low[bar], close[bar]];
-    return [o, h, l, c].every(isDrawn) ? {time, open: o, high: h, low: l, close: c} : {time};
-  });
-}
 
 // The two other outputs of a stop's expression that it changes between: on every bar it equals one of them. The lower one
 // comes first. Null for a curve that is none.
@@ -44,24 +50,33 @@ function stopsBehind(curve) {
   const others = study.studies.filter(other =>
     other.expression === curve.expression && other.name !== curve.name && other.drawing === 'step');
   if (others.length !== 2 || !curve.values.some(isDrawn)) return null;
-  const isOneOf = (value, bar) => value === null || others.some(other => other.values[bar] === value);
-  const isChanging = others.every(other => curve.values.some((value, bar) => value !== null && value !== other.values[bar]));
+  const isOneOf = (value, bar) => Number.isNaN(value) || others.some(other => other.values[bar] === value);
+  const isChanging = others.every(other => curve.values.some((value, bar) => !Number.isNaN(value) && value !== other.values[bar]));
   if (!curve.values.every(isOneOf) || !isChanging) return null;
   let balance = 0;
-  for (let bar = 0; bar < barCount; ++bar) balance += (others[0].values[bar] ?? 0) > (others[1].values[bar] ?? 0) ? 1 : -1;
+  for (let bar = 0; bar < barCount; ++bar) balance += others[0].values[bar] > others[1].values[bar] ? 1 : -1;
   return balance > 0 ? others.reverse() : others;
 }
+
+// Columns that follow from others, and how: `fill` writes their values anew.
+const derived = [];
 
 // The values of a stop while it is the lower one, and while it is the upper one. Null for a curve that is no stop.
 function sidesOfStop(curve) {
   const behind = stopsBehind(curve);
   if (!behind) return null;
-  const isLower = [];
-  for (const [bar, value] of curve.values.entries()) {
-    const equal = behind.map(stop => stop.values[bar] === value);
-    isLower.push(equal[0] === equal[1] ? isLower.at(-1) ?? true : equal[0]);
-  }
-  return [true, false].map(lower => curve.values.map((value, bar) => isLower[bar] === lower ? value : null));
+  const [lower, upper] = behind.map(stop => stop.values);
+  const sides = [0, 1].map(() => new Float64Array(barCount)).map(side => study.live ? growing(side) : side);
+  const fill = () => {
+    let isLower = true;
+    for (const [bar, value] of curve.values.entries()) {
+      if ((lower[bar] === value) !== (upper[bar] === value)) isLower = lower[bar] === value;
+      [sides[0][bar], sides[1][bar]] = isLower ? [value, NaN] : [NaN, value];
+    }
+  };
+  fill();
+  derived.push({columns: sides, fill});
+  return sides;
 }
 
 // Names that tell the curves of an expression apart: the beginning of the meaning, with the output's name where two

@@ -1,10 +1,18 @@
 // What the page holds, and what each part of it needs.
 
-const study = JSON.parse(document.getElementById('data').textContent);
+const {study, columns: columnBytes} = await unpackPage(document.getElementById('data').textContent);
+study.volume = unpackColumn(study.volume);
+for (const name of Object.keys(study.prices)) study.prices[name] = unpackColumn(study.prices[name]);
+for (const curve of study.studies) {
+  curve.values = unpackColumn(curve.values);
+  for (const name of Object.keys(curve.bar ?? {})) curve.bar[name] = unpackColumn(curve.bar[name]);
+}
+study.labels = study.labels.map(([bar, expression, text, down]) => ({bar, expression, text, down}));
+
 const charts = LightweightCharts;
 const root = document.documentElement;
 const main = document.getElementById('chart');
-const barCount = study.dates.length;
+let barCount = study.bars;  // live.js changes it
 const curveColors = 16;
 
 function element(parent, tag, className, text) {
@@ -15,39 +23,22 @@ function element(parent, tag, className, text) {
   return made;
 }
 
+function button(parent, className, text, title, act) {
+  const made = element(parent, 'button', className, text);
+  made.type = 'button';
+  made.title = title;
+  made.setAttribute('aria-label', title);
+  made.addEventListener('click', act);
+  return made;
+}
+
 function shortened(text, length) {
   return text.length > length ? text.slice(0, length - 1) + '…' : text;
 }
 
-// Seconds of a business day or an ISO time, without a zone as UTC. Null for any other text.
-function parseTime(text) {
-  const parts = /^(\d{4})-?(\d\d)-?(\d\d)(?:[T ](\d\d):(\d\d)(?::(\d\d)(?:[.,]\d+)?)?(Z|[+-]\d\d:?\d\d)?)?$/.exec(text.trim());
-  if (!parts) return null;
-  const [year, month, day, hour, minute, second] = parts.slice(1, 7).map(part => Number(part || 0));
-  const time = Date.UTC(year, month - 1, day, hour, minute, second);
-  const date = new Date(time);
-  if (date.getUTCMonth() !== month - 1 || date.getUTCDate() !== day || hour > 23 || minute > 59 || second > 59) return null;
-  const zone = parts[7] && parts[7] !== 'Z' ? parts[7].replace(':', '') : '+0000';
-  const ahead = (zone[0] === '-' ? -60 : 60) * (60 * Number(zone.slice(1, 3)) + Number(zone.slice(3)));
-  return time / 1000 - ahead;
-}
-
-const secondsADay = 86400;
-const parsed = study.dates.map(parseTime);
-const isTimed = parsed.every((time, bar) => time !== null && (bar === 0 || time > parsed[bar - 1]));
-// Without times that rise, bars stand one day apart, and the axis shows the texts of the file.
-const times = isTimed ? parsed : parsed.map((_, bar) => bar * secondsADay);
-const barAt = new Map(times.map((time, bar) => [time, bar]));
-const hasClock = isTimed && times.some(time => time % secondsADay !== 0);
-
-function dateText(time) {
-  const bar = barAt.get(time);
-  return bar === undefined ? '' : study.dates[bar];
-}
-
 // As the axis of the pane shows it.
 function valueText(value, pane) {
-  return value === null || value === undefined ? '–' : formats[pane].formatter(value);
+  return value === undefined || Number.isNaN(value) ? '–' : formats[pane].formatter(value);
 }
 
 // Digits for a scale that some columns of values share: whole numbers get none, large ones a letter.
@@ -55,7 +46,7 @@ function scaleFormat(columns) {
   let size = 0, whole = true;
   for (const values of columns) {
     for (const value of values) {
-      if (value === null) continue;
+      if (value !== value) continue;  // a gap
       size = Math.max(size, Math.abs(value));
       whole = whole && Number.isInteger(value);
     }
@@ -71,5 +62,5 @@ function scaleFormat(columns) {
 // The chart's own arithmetic ends beyond this; the legend shows such values all the same.
 const largestDrawn = 9e13;
 function isDrawn(value) {
-  return value !== null && Math.abs(value) <= largestDrawn;
+  return Math.abs(value) <= largestDrawn;  // a gap is not
 }

@@ -1,6 +1,7 @@
 // The legend of each pane, with the values of one bar.
 
-const legends = chart.panes().map(() => element(main, 'div', 'legend'));
+const legends = paneOrder.map(() => element(main, 'div', 'legend'));
+const chips = [];
 const readers = [];  // each shows its value on a bar
 
 function addChip(row, {colorNames = [], name, title, read, toggle}) {
@@ -16,7 +17,9 @@ function addChip(row, {colorNames = [], name, title, read, toggle}) {
     const visible = chip.getAttribute('aria-pressed') === 'false';
     chip.setAttribute('aria-pressed', String(visible));
     toggle(visible);
+    tellView();
   });
+  chips.push(chip);
   return chip;
 }
 
@@ -33,13 +36,13 @@ function addPrices() {
   if (hasVolume) {
     const {formatter} = scaleFormat([study.volume]);
     const volume = element(element(row, 'span', 'volume', 'V '), 'b');
-    readers.push(bar => { volume.textContent = study.volume[bar] === null ? '–' : formatter(study.volume[bar]); });
+    readers.push(bar => { volume.textContent = Number.isNaN(study.volume[bar]) ? '–' : formatter(study.volume[bar]); });
   }
   readers.push(bar => {
-    date.textContent = shortened(study.dates[bar], 40);
-    const now = priceValues[bar], before = bar > 0 ? priceValues[bar - 1] : null;
-    const percent = now !== null && before ? 100 * (now - before) / before : null;
-    changeValue.textContent = percent === null ? '' : `${percent < 0 ? '−' : '+'}${Math.abs(percent).toFixed(2)} %`;
+    date.textContent = shortened(dateOf(bar), 40);
+    const now = priceValues[bar], before = bar > 0 ? priceValues[bar - 1] : NaN;
+    const percent = before === 0 ? NaN : 100 * (now - before) / before;
+    changeValue.textContent = Number.isNaN(percent) ? '' : `${percent < 0 ? '−' : '+'}${Math.abs(percent).toFixed(2)} %`;
     change.className = `price ${percent < 0 ? 'down' : 'up'}`;
     const direction = !isCandles ? '' : close[bar] < open[bar] ? 'down' : 'up';
     for (const {price, value, values} of prices) {
@@ -63,8 +66,8 @@ for (const curve of curves) {
     colorNames: curve.colorNames,
     name: isBand && curve.meaning || shortMeaning(curve),
     title: [curve.name, curve.meaning].filter(Boolean).join(': '),
-    read: bar => isBand ? String(curve.values[bar] ?? '–') : valueText(curve.values[bar], curve.pane),
-    toggle: visible => curve.series.forEach(series => series.applyOptions({visible})),
+    read: bar => isBand && isDrawn(curve.values[bar]) ? String(curve.values[bar]) : valueText(curve.values[bar], curve.pane),
+    toggle: visible => toggleSeries(curve.series, visible),
   });
   if (isBand) bandChips.push({chip, curve});
 }
@@ -76,13 +79,13 @@ for (const {expression, typed, formula} of study.labelled) {
     read: bar => labelTextNear(bar, expression),
     toggle: visible => {
       visible ? hiddenLabels.delete(expression) : hiddenLabels.add(expression);
-      drawLabels();
+      fillLabels();
     },
   });
 }
 
 function placeBands(pane, place) {
-  chart.priceScale('right', pane).applyOptions({scaleMargins: {top: 0, bottom: 0}});
+  chart.priceScale('right', paneOrder.indexOf(pane)).applyOptions({scaleMargins: {top: 0, bottom: 0}});
   legends[pane].classList.add('bands');
   const row = place.height / (bandRows(pane) + 1);
   legends[pane].style.height = place.height + 'px';
@@ -95,21 +98,26 @@ function placeBands(pane, place) {
 
 // Legends stand at the top of their panes, and curves below them.
 function placeLegends() {
-  const top = main.getBoundingClientRect().top + main.clientTop;
-  for (const [index, pane] of chart.panes().entries()) {
-    const place = pane.getHTMLElement()?.getBoundingClientRect();
+  const top = main.getBoundingClientRect().top + main.clientTop, gap = 4;
+  for (const pane of paneOrder) {
+    const place = paneAt(pane)?.getHTMLElement()?.getBoundingClientRect();
     if (!place?.height) continue;
-    const gap = 4;
-    legends[index].style.top = place.top - top + gap + 'px';
-    if (isBandPane(index)) {
-      placeBands(index, place);
+    legends[pane].style.top = place.top - top + gap + 'px';
+    toolsOf[pane].box.style.top = place.top - top + 1 + 'px';
+    toolsOf[pane].box.style.right = chart.priceScale('right', paneOrder.indexOf(pane)).width() + 4 + 'px';
+    if (isClosed(pane)) {
+      legends[pane].style.height = '';
       continue;
     }
-    const isLabelled = index === 0 && markers;
+    if (isBandPane(pane)) {
+      placeBands(pane, place);
+      continue;
+    }
+    const isLabelled = pane === 0 && markers;
     const labelRoom = isLabelled ? 45 : 0;  // the scale leaves no room for labels by itself
-    const share = Math.min(0.6, (legends[index].offsetHeight + 2 * gap + labelRoom) / place.height);
-    const bottom = index === 0 && hasVolume ? 0.2 : isLabelled ? 0.15 : 0.06;
-    chart.priceScale('right', index).applyOptions({scaleMargins: {top: share, bottom}});
+    const share = Math.min(0.6, (legends[pane].offsetHeight + 2 * gap + labelRoom) / place.height);
+    const bottom = pane === 0 && volumeIsBelowPrices ? 0.2 : isLabelled ? 0.15 : pane === study.volumePane ? 0 : 0.06;
+    chart.priceScale('right', paneOrder.indexOf(pane)).applyOptions({scaleMargins: {top: share, bottom}});
   }
 }
 
@@ -117,7 +125,15 @@ function showBar(bar) {
   for (const read of readers) read(bar);
 }
 
+// Null where a place of the time axis holds no bar.
+function barAtPlace(place) {
+  const bar = place === undefined || place === null ? -1 : Math.round(barOfPlace(Math.round(place)));
+  return bar >= 0 && bar < barCount ? bar : null;
+}
+
+let pointedPlace = null;  // of the crosshair
+const showPointed = () => { if (barCount > 0) showBar(barAtPlace(pointedPlace) ?? barCount - 1); };
 chart.subscribeCrosshairMove(({logical}) => {
-  const isBar = logical !== undefined && logical !== null && logical >= 0 && logical < barCount;
-  if (barCount > 0) showBar(isBar ? Math.round(logical) : barCount - 1);
+  pointedPlace = logical;
+  showPointed();
 });

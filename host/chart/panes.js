@@ -3,10 +3,11 @@
 const canvas = element(main, 'div');
 canvas.id = 'canvas';
 // Panes share the height of the window, and the page scrolls where that would be too little.
-const bandRow = 24;
+const isNarrow = matchMedia('(max-width: 600px)');
+const bandRow = isNarrow.matches ? 44 : 24;
 const bandRows = pane => study.studies.filter(curve => curve.pane === pane && curve.drawing === 'band').length;
 const leastHeight = pane => isBandPane(pane) ? bandRow * (bandRows(pane) + 1) : pane === 0 ? 220 : 90;
-main.style.minHeight = Array.from({length: study.panes}, (_, pane) => leastHeight(pane)).reduce((sum, height) => sum + height, 30) + 'px';
+
 
 const chart = charts.createChart(canvas, {
   autoSize: true,
@@ -23,61 +24,64 @@ const chart = charts.createChart(canvas, {
   localization: {timeFormatter: time => shortened(dateText(time), 40)},
 });
 
-const drawn = [];  // {series, paint}: what to colour anew with the theme
+// A series, how it is coloured in a theme, the points of its portion, and whether the axis shows its last value. `isOn`:
+// the legend has not hidden it.
+const drawn = [];
 
-function addSeries(type, points, pane, options, paint) {
-  const series = chart.addSeries(type, {
-    priceFormat: formats[pane], priceLineVisible: false, crosshairMarkerVisible: false, ...options, ...paint(),
-  }, pane);
-  series.setData(points);
-  drawn.push({series, paint});
+function draw(series, pane, points, isOnAxis, paint, more = {}) {
+  drawn.push({series, pane, points, isOnAxis, paint, isOn: true, ...more});
   return series;
+}
+
+function addSeries(type, points, pane, {isOnAxis = true, ...options}, paint, more) {
+  const series = chart.addSeries(type, {
+    priceFormat: formats[pane], priceLineVisible: false, crosshairMarkerVisible: false, lastValueVisible: isOnAxis,
+    ...options, ...paint(),
+  }, pane);
+  return draw(series, pane, points, isOnAxis, paint, more);
+}
+
+function addDots(isShown, values, pane, radius, paint) {
+  return addSeries(charts.LineSeries, () => somePoints(extremes(values), isShown), pane, {
+    isOnAxis: false, lineVisible: false, pointMarkersVisible: true, pointMarkersRadius: radius,
+  }, paint, {isSparse: true});
 }
 
 // Two series where values stand alone, and else one.
 function addLine(values, pane, colorName, lineWidth, isStep) {
   const lineType = isStep ? charts.LineType.WithSteps : charts.LineType.Simple;
   const paint = () => ({color: color(colorName)});
-  const add = (points, options) => addSeries(charts.LineSeries, points, pane, {lineWidth, lineType, ...options}, paint);
   // A line of a single point would be a dash.
-  const line = add(linePoints(values, isStep), {lineVisible: values.filter(isDrawn).length > 1});
-  const dots = dotPoints(values);
-  return dots.length === 0 ? [line] : [line, add(dots, {
-    lineVisible: false, lastValueVisible: false, pointMarkersVisible: true, pointMarkersRadius: 1.5 * lineWidth,
-  })];
-}
-
-// Values as dots; 0 says that there is none.
-function addDots(values, pane, colorName) {
-  const points = values.flatMap((value, bar) => isDrawn(value) && value !== 0 ? [{time: times[bar], value}] : []);
-  return addSeries(charts.LineSeries, points, pane, {
-    lineVisible: false, lastValueVisible: false, pointMarkersVisible: true, pointMarkersRadius: 3,
-  }, () => ({color: color(colorName)}));
+  const isLine = () => values.findIndex(isDrawn) !== values.findLastIndex(isDrawn);
+  const line = addSeries(charts.LineSeries, () => linePoints(values, isStep), pane, {lineWidth, lineType, lineVisible: isLine()}, paint, {isLine});
+  const hasDots = study.live || values.some((_, bar) => isAlone(values, bar));
+  return hasDots ? [line, addDots(isAlone, values, pane, 1.5 * lineWidth, paint)] : [line];
 }
 
 function addHistogram(values, pane, colorName) {
-  const points = values.map((value, bar) => isDrawn(value) ? {time: times[bar], value} : {time: times[bar]});
-  return addSeries(charts.HistogramSeries, points, pane, {base: 0}, () => ({color: color(colorName)}));
+  return addSeries(charts.HistogramSeries, () => barPoints(values), pane, {base: 0}, () => ({color: color(colorName)}));
 }
 
 function addCandles(prices, pane, paint, options = {}) {
-  return addSeries(charts.CandlestickSeries, candlePoints(prices), pane, options, paint);
+  return addSeries(charts.CandlestickSeries, () => candlePoints(prices), pane, options, paint);
 }
 
-// In the lowest fifth of the top pane, on a scale of its own.
+// In a pane with the studies of volumes, or in the lowest fifth of the top pane on a scale of its own.
 function addVolume() {
-  const points = study.volume.map((value, bar) => isDrawn(value) ? {time: times[bar], value} : {time: times[bar]});
-  const series = addSeries(charts.HistogramSeries, points, 0, {
-    priceScaleId: 'volume', priceFormat: scaleFormat([study.volume]), lastValueVisible: false,
+  const isAlone = study.volumePane !== null;
+  const series = addSeries(charts.HistogramSeries, () => barPoints(study.volume), study.volumePane ?? 0, {
+    isOnAxis: false, priceFormat: scaleFormat([study.volume]), ...(isAlone ? {} : {priceScaleId: 'volume'}),
   }, () => ({color: color('volume')}));
-  series.priceScale().applyOptions({scaleMargins: {top: 0.82, bottom: 0}});
+  if (!isAlone) series.priceScale().applyOptions({scaleMargins: {top: 0.82, bottom: 0}});
 }
 
 const priceSeries = isCandles ? addCandles(study.prices, 0, () => ({
   upColor: color('up'), wickUpColor: color('up'), borderUpColor: color('up'),
   downColor: color('down'), wickDownColor: color('down'), borderDownColor: color('down'),
-})) : priceName ? addLine(priceValues, 0, 'text', 1)[0] : null;
+})) : priceName ? addLine(priceValues, 0, 'text', 1, false)[0] : null;
 const hasVolume = Boolean(priceSeries && study.volume?.some(isDrawn));
+const volumeIsBelowPrices = hasVolume && study.volumePane === null;
+if (hasVolume && !volumeIsBelowPrices) addVolume();
 
 // The series of a curve, drawn as its output is best drawn, and the colours that its legend shows.
 function addCurve(curve, colorName) {
@@ -92,7 +96,7 @@ function addCurve(curve, colorName) {
     const candles = addCandles({...curve.bar, close: values}, pane, () => ({
       upColor: color('page'), downColor: color(colorName), borderUpColor: color(colorName),
       borderDownColor: color(colorName), wickUpColor: color(colorName), wickDownColor: color(colorName),
-    }), {lastValueVisible: false});
+    }), {isOnAxis: false});
     return {series: [candles], colorNames: [colorName]};
   }
   const sides = sidesOfStop(curve);
@@ -101,8 +105,10 @@ function addCurve(curve, colorName) {
     return {series: [...addLine(longs, pane, 'up', lineWidth, true), ...addLine(shorts, pane, 'down', lineWidth, true)],
       colorNames: ['up', 'down']};
   }
+  // Of dots, 0 says that there is none.
+  const isDot = (shown, place) => isDrawn(shown[place]) && shown[place] !== 0;
   const series = drawing === 'histogram' ? [addHistogram(values, pane, colorName)]
-    : drawing === 'marker' ? [addDots(values, pane, colorName)]
+    : drawing === 'marker' ? [addDots(isDot, values, pane, 3, () => ({color: color(colorName)}))]
     : addLine(values, pane, colorName, lineWidth, drawing === 'step');
   return {series, colorNames: [colorName]};
 }
@@ -112,11 +118,8 @@ const curves = study.studies.map(curve => {
   const colorName = curve.drawing === 'band' ? '' : 'curve' + colorsUsed++ % curveColors;
   return {...curve, ...addCurve(curve, colorName)};
 });
-if (hasVolume) addVolume();
-for (const [index, pane] of chart.panes().entries()) {
-  pane.setStretchFactor(isBandPane(index) ? Math.max(1.5, 0.35 * (bandRows(index) + 1)) : index === 0 ? 4 : 1.5);
-  const onAxis = pane.getSeries().filter(series => series.options().lastValueVisible);
-  if (onAxis.length > 3) {
-    for (const series of onAxis.slice(1)) series.applyOptions({lastValueVisible: false});
-  }
+if (volumeIsBelowPrices) addVolume();
+for (const index of chart.panes().keys()) {
+  const onAxis = drawn.filter(({pane, isOnAxis}) => pane === index && isOnAxis);
+  if (onAxis.length > 3) for (const item of onAxis.slice(1)) item.isOnAxis = false;
 }

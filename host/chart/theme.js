@@ -26,5 +26,5 @@ function applyTheme() {
     },
   });
   for (const {series, paint} of drawn) series.applyOptions(paint());
-  drawLabels();
+  fillLabels();
 }

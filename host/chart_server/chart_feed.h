@@ -49,6 +49,10 @@ public:
     void Flush() override;
     void Release() override;
 
+protected:
+    // Ahead of a start.
+    void SetOfVolume(std::vector<bool> ofVolume) { settings.ofVolume = std::move(ofVolume); }
+
 private:
     struct TakenAlert {
         std::uint64_t change;

@@ -15,12 +15,17 @@ namespace {
 class ServedChart : public ChartFeed {
 public:
     explicit ServedChart(const LiveChartSettings& how)
-        : ChartFeed(how.chart, how.following.alerts.conditions), server(*this, how.server) {
+        : ChartFeed(how.chart, how.following.alerts.conditions), ofVolume(how.ofVolume), server(*this, how.server) {
         WhenChanged([this] { server.Wake(); });
     }
     ~ServedChart() override { SetState("stopped"); }
     ServedChart(const ServedChart&) = delete;
     ServedChart& operator=(const ServedChart&) = delete;
+
+    void Start(const Live& started) override {
+        SetOfVolume(ofVolume(started.Bars().Header()));
+        ChartFeed::Start(started);
+    }
 
     std::string Address() const { return server.Address(); }
 
@@ -35,6 +40,7 @@ public:
     }
 
 private:
+    std::function<std::vector<bool>(const BarHeader&)> ofVolume;
     ChartServer server;
 };
 

@@ -4,13 +4,16 @@
 #include "chart_server/server.h"
 #include "follow.h"
 
+#include <functional>
 #include <span>
+#include <vector>
 
 namespace sarvane::study {
 
 struct LiveChartSettings {
     FollowSettings following = {};
     ChartSettings chart = {};
+    std::function<std::vector<bool>(const BarHeader&)> ofVolume;  // gives `chart.ofVolume` once the columns are known
     ServerSettings server = {};
     bool staysClosed = false;  // the page is not opened in the user's browser
 };

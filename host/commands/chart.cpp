@@ -68,6 +68,18 @@ std::vector<std::string> Explanations(const Library& library, const BarFile& bar
     return texts;
 }
 
+// Of each expression, whether it reads nothing but the volume.
+std::vector<bool> OfVolume(const Library& library, const BarHeader& header, const StudyOptions& options) {
+    std::vector<bool> ofVolume;
+    const auto volume = header.FindColumn("volume");
+    for (const std::string& expression : options.expressions) {
+        std::vector<bool> wanted = WantedBy(library, header.titles, {expression}, options.run.operators);
+        const bool readsVolume = volume && wanted[*volume];
+        ofVolume.push_back(readsVolume && std::ranges::count(wanted, true) == 1);
+    }
+    return ofVolume;
+}
+
 void DrawLive(const ChartOptions& options) {
     const StudyOptions& study = options.study;
     const Library library = study.library.Load();
@@ -79,6 +91,7 @@ void DrawLive(const ChartOptions& options) {
     settings.following.layout = study.reading.layout;
     settings.chart = options.chart;
     std::ranges::transform(options.drawings, std::back_inserter(settings.chart.drawings), SplitDrawing);
+    settings.ofVolume = [&](const BarHeader& header) { return OfVolume(library, header, study); };
     RunLiveChart(library, settings, WholeBars);
 }
 
@@ -94,6 +107,7 @@ void Draw(const ChartOptions& options) {
     ChartSettings settings = options.chart;
     settings.notices = options.study.Settle(library, bars, study, true);
     std::ranges::transform(options.drawings, std::back_inserter(settings.drawings), SplitDrawing);
+    settings.ofVolume = OfVolume(library, bars.Header(), options.study);
     settings.explanations = Explanations(library, bars, options);
     const ChartPage page = DrawChart(bars, study, settings);
     if (pageFile) {

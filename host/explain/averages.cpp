@@ -82,7 +82,7 @@ std::vector<Step> OfLogarithm(const OperatorCall&) {
 
 // The mean of the last values that came with this bar's key.
 std::vector<Step> OfOneKey(const OperatorCall& call) {
-    const std::vector<double> values = call.Input("curve"), keys = call.Input("key");
+    const std::span<const double> values = call.Input("curve"), keys = call.Input("key");
     const auto period = static_cast<std::size_t>(call.Number("period").value_or(0.0));
     std::vector<std::string> terms;
     std::size_t oldest = 0;

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
+#include <deque>
 #include <fmt/ranges.h>
 #include <sarvane/chart_label.h>
 
@@ -49,7 +51,7 @@ public:
         for (const ArgumentInfo& argument : run.Operators().FindOrFail(node.called->keyword).arguments) {
             const auto number = call.Number(argument.name);
             if (number && !call.IsBound(argument.name))
-                values.try_emplace(LowerCase(argument.name), std::vector<double>(count, *number));
+                values.try_emplace(LowerCase(argument.name), run.Constant(*number));
         }
     }
 
@@ -94,7 +96,7 @@ private:
     // Runs the step over all bars, as an expression over the inputs, arguments and steps ahead.
     bool Calculate(const Step& step) {
         key += '\n' + step.text;
-        std::vector<double> result;
+        std::span<const double> result;
         const auto known = run.Worked().find(key);
         if (known != run.Worked().end() && !dependsOnBar) {
             result = known->second;
@@ -107,23 +109,27 @@ private:
             }
             Compiler compiler(run.Operators().Studies(), names);
             if (compiler.Add(step.text)) return false;
-            result.resize(count);
-            const OutputColumn output = {result.data()};
-            if (FAILED(Checked(Run(compiler.Compiled(), {}, {inputs, count, {&output, 1}})))) return false;
-            if (!dependsOnBar) run.Worked()[key] = result;
+            std::vector<double>& column = dependsOnBar ? own.emplace_back() : run.Worked()[key];
+            column.resize(count);
+            result = column;
+            const OutputColumn output = {column.data()};
+            if (FAILED(Checked(Run(compiler.Compiled(), {}, {inputs, count, {&output, 1}})))) {
+                run.Worked().erase(key);
+                return false;
+            }
         }
         if (step.isNow) {
-            std::ranges::fill(result, result[run.LastBar()]);
+            result = own.emplace_back(count, result[run.LastBar()]);
             dependsOnBar = true;
         }
         // A price of the bar keeps its name, also where an output has the same one.
         values.try_emplace(LowerCase(step.name), result);
-        worked[LowerCase(step.name)] = std::move(result);
+        worked[LowerCase(step.name)] = result;
         return true;
     }
 
     const double* Before(const Step& step) const {
-        const std::vector<double>& all = worked.at(LowerCase(step.name));
+        const std::span<const double> all = worked.at(LowerCase(step.name));
         for (std::size_t bar = run.LastBar(); bar-- > 0;) {
             if (!IsUndefined(all[bar])) return &all[bar];
         }
@@ -133,9 +139,9 @@ private:
         if (step.shown.empty()) return step.text;
         return Before(step) || step.atStart.empty() ? step.shown : step.atStart;
     }
-    NamedValues Names(const Step& step) const {
+    NamedValues Names(const Step& step) {
         NamedValues named = values;
-        if (const double* const before = Before(step)) named["before"] = std::vector<double>(count, *before);
+        if (const double* const before = Before(step)) named["before"] = own.emplace_back(count, *before);
         return named;
     }
 
@@ -163,6 +169,7 @@ private:
     std::size_t count = 0;      // of all bars
     std::string key;            // of the step, among those that have been worked out
     bool dependsOnBar = false;  // a step ahead has its value of this bar on all of them
+    std::deque<std::vector<double>> own;  // columns that hold for this bar only
     NamedValues values;         // of inputs, arguments and steps
     NamedValues worked;         // of steps
     std::size_t firstBar = run.LastBar();
@@ -227,7 +234,7 @@ std::string OwnNumbers(const Recording& run, const NodeText& node) {
     }
     if (function == "last") return "the last value ahead of this bar";
     if (function == "sum") {
-        const std::vector<double> values = run.Values(node.inputs[0]);
+        const std::span<const double> values = run.Values(node.inputs[0]);
         const auto count = std::min<std::size_t>(std::stoul(node.rule.substr(4)), values.size());
         std::string text;
         for (std::size_t i = values.size() - count; i < values.size(); ++i) {

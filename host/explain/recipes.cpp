@@ -33,12 +33,14 @@ std::optional<double> OperatorCall::Number(std::string_view argument) const {
 
 std::size_t OperatorCall::Window(std::string_view argument) const {
     const double number = Number(argument).value_or(0.0);
-    const std::size_t most = Carried(Text().inputs.front()).size();
+    const std::span<const double> values = Input(Text().inputs.front());
+    const auto first = std::ranges::find_if_not(values, IsUndefined);
+    const auto most = static_cast<std::size_t>(values.end() - first);
     return number >= 1.0 && number < static_cast<double>(most) ? static_cast<std::size_t>(number)
                                                                : (number >= 1.0 ? most : 0);
 }
 
-std::vector<double> OperatorCall::Input(std::string_view name) const {
+std::span<const double> OperatorCall::Input(std::string_view name) const {
     const auto place = std::ranges::find(Text().inputs, name) - Text().inputs.begin();
     if (place == static_cast<std::ptrdiff_t>(Text().inputs.size())) return {};
     return recording.Values(node.inputs[static_cast<std::size_t>(place)]);

@@ -35,7 +35,7 @@ public:
     std::size_t Window(std::string_view argument) const;
     bool IsBound(std::string_view argument) const;
     // Values of an input by bar; empty if there is no such input.
-    std::vector<double> Input(std::string_view name) const;
+    std::span<const double> Input(std::string_view name) const;
     // The same with gaps carried on, and without those at the start: the newest is the last one.
     std::vector<double> Carried(std::string_view name) const;
     double Output(std::size_t index) const { return recording.Value(node.output + index); }

@@ -2,6 +2,8 @@
 
 #include "failure.h"
 
+#include <bit>
+
 namespace sarvane::study {
 
 Recording::Recording(const Library& operators, const BarFile& file, const std::vector<std::string>& expressions,
@@ -28,6 +30,12 @@ Recording::Recording(const Library& operators, const BarFile& file, const std::v
             Fail("an operator can't calculate the bar of {}", bars.Date(bar));
         for (std::size_t place = 0; place < places; ++place) values[place].push_back(graph.Values()[place]);
     }
+}
+
+const std::vector<double>& Recording::Constant(double number) const {
+    std::vector<double>& column = constants[std::bit_cast<std::uint64_t>(number)];
+    if (column.empty()) column.assign(bars.BarCount(), number);
+    return column;
 }
 
 }  // namespace sarvane::study

@@ -4,8 +4,10 @@
 #include "library.h"
 #include "study.h"
 
+#include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,12 +28,12 @@ public:
     void Show(std::size_t bar) { lastBar = bar; }
     std::string Date(std::size_t bar) const { return std::string(bars.Date(bar)); }
     // Bar by bar, up to the one that is looked at.
-    std::vector<double> Values(Place place) const {
-        return {values[place].begin(), values[place].begin() + static_cast<std::ptrdiff_t>(lastBar) + 1};
-    }
+    std::span<const double> Values(Place place) const { return std::span(values[place]).first(lastBar + 1); }
     double Value(Place place) const { return values[place][lastBar]; }
     // Of all bars of the run.
     const std::vector<double>& AllValues(Place place) const { return values[place]; }
+    // The same number on all bars of the run.
+    const std::vector<double>& Constant(double number) const;
     // What steps of formulas gave on all bars, by the texts of the step and those ahead: the next bar may use it again.
     std::map<std::string, std::vector<double>>& Worked() const { return worked; }
 
@@ -41,6 +43,7 @@ private:
     Compiler compiler;
     std::size_t lastBar;
     std::vector<std::vector<double>> values;  // by place
+    mutable std::map<std::uint64_t, std::vector<double>> constants;  // by their bits
     mutable std::map<std::string, std::vector<double>> worked;
 };
 

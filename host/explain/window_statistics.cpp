@@ -45,7 +45,7 @@ std::vector<Step> Middle(const OperatorCall& call) {
 
 // Missing values, NaN and infinities do not enter.
 std::vector<Step> Percentiles(const OperatorCall& call) {
-    const std::vector<double> values = call.Input("curve");
+    const std::span<const double> values = call.Input("curve");
     const auto size = static_cast<std::size_t>(call.Number("windowSize").value_or(0.0));
     std::vector<double> window;
     std::size_t oldest = values.size();

@@ -4,13 +4,13 @@
 
 #include <cstddef>
 #include <map>
+#include <span>
 #include <string>
-#include <vector>
 
 namespace sarvane::study {
 
 // The values that an expression's names stand for, bar by bar. Names are in small letters.
-using NamedValues = std::map<std::string, std::vector<double>>;
+using NamedValues = std::map<std::string, std::span<const double>>;
 
 struct WorkedOut {
     std::string text;          // the expression with numbers in the place of names; an expression itself
