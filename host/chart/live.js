@@ -75,7 +75,7 @@ function fillDerived() {
 function drawAllAnew(view = viewedBars()) {
   fillDerived();
   drawLabelsAnew();
-  for (const item of drawn) item.tail = null;
+  for (const item of drawn) item.tail = item.sparseTail = null;
   Object.assign(portion, portionFor(view ?? lastBars(250)));
   fillSeries();
   showLines();
@@ -195,12 +195,14 @@ function addAlerts(alerts) {
 let streamedBars = shownBars;
 const whenBarsCome = [];
 
+function takeState(state) {
+  liveState = state;
+  tellState();
+}
+
 function takeChange(change) {
   addAlerts(change.alerts ?? []);
-  if (change.state) {
-    liveState = change.state;
-    tellState();
-  }
+  if (change.state) takeState(change.state);
   const taken = takeRows(streamedBars, change);
   if (!taken) return location.reload();
   if (streamedBars === shownBars) {
@@ -224,6 +226,7 @@ function connect() {
     lastEvent = event.lastEventId;
     takeChange(JSON.parse(event.data));
   });
+  source.addEventListener('state', event => takeState(JSON.parse(event.data).state));
   source.addEventListener('reload', () => location.reload());
 }
 

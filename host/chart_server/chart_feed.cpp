@@ -118,6 +118,11 @@ std::string ChartFeed::Page() const {
 
 std::optional<std::string> ChartFeed::Next(Seen& seen) const {
     const std::scoped_lock lock(mutex);
+    if (isReleased) {
+        const bool isTold = seen.change >= stateChange;
+        seen.change = change;
+        return isTold ? std::nullopt : std::optional(EventText("state", TextOf(seen), {{"state", state}}));
+    }
     const std::string present = live && isReady ? series : "none";
     const auto reload = [&] {
         seen = {present, change};
@@ -237,6 +242,7 @@ void ChartFeed::Alert(std::string_view date, const std::string& condition) {
 void ChartFeed::Release() {
     const std::scoped_lock lock(mutex);
     live = nullptr;
+    isReleased = true;
 }
 
 void ChartFeed::Flush() {

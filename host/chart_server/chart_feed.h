@@ -73,6 +73,7 @@ private:
 
     mutable std::mutex mutex;  // for all that follows, and the bars of `live`
     const Live* live = nullptr;
+    bool isReleased = false;      // there are no bars any more, and only the state is told
     bool isReady = false;         // the bars that the input held at first are there
     std::string run;              // tells this run of the program from others
     std::uint64_t seriesBegun = 0;

@@ -223,7 +223,8 @@ private:
             response.result(static_cast<unsigned>(status));
             response.set(http::field::content_type, "text/plain");
             if (status == 405) response.set(http::field::allow, "GET");
-            response.body() = fmt::format("{} {}\n", status, View(http::obsolete_reason(response.result())));
+            if (request->get().method() != http::verb::head)
+                response.body() = fmt::format("{} {}\n", status, View(http::obsolete_reason(response.result())));
             Send(false);
         }
 
