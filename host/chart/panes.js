@@ -28,8 +28,8 @@ const chart = charts.createChart(canvas, {
 // the legend has not hidden it.
 const drawn = [];
 
-function draw(series, pane, points, isOnAxis, paint) {
-  drawn.push({series, pane, points, isOnAxis, paint, isOn: true});
+function draw(series, pane, points, isOnAxis, paint, lineWidth) {
+  drawn.push({series, pane, points, isOnAxis, paint, lineWidth, isOn: true});
   return series;
 }
 
@@ -38,7 +38,7 @@ function addSeries(type, points, pane, {isOnAxis = true, ...options}, paint) {
     priceFormat: formats[pane], priceLineVisible: false, crosshairMarkerVisible: false, lastValueVisible: isOnAxis,
     ...options, ...paint(),
   }, pane);
-  return draw(series, pane, points, isOnAxis, paint);
+  return draw(series, pane, points, isOnAxis, paint, options.lineWidth);
 }
 
 function addDots(isShown, values, pane, radius, paint) {

@@ -58,7 +58,8 @@ const view = page => page.evaluate(() => studyChart.timeScale().getVisibleLogica
 // pixels in a curve's colour that are further from the line of its values than a bar to the side and a dot's radius up
 // or down. `bare`: values without a neighbour that have no dot.
 const look = page => page.evaluate(() => {
-  const study = JSON.parse(document.getElementById('data').textContent);
+  const gapless = values => Array.from(values, value => Number.isNaN(value) ? null : value);
+  const study = {...studyData, studies: studyData.studies.map(curve => ({...curve, values: gapless(curve.values)}))};
   const scale = studyChart.timeScale();
   const canvas = studyChart.takeScreenshot();
   const pixels = new Uint32Array(canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data.buffer);
@@ -146,8 +147,8 @@ const layouts = [
   {name: 'averages lie over the prices', expressions: ['Sim(Close, 5)', 'Sim(Sim(Close, 5), 20)'], panes: [4]},
   {name: 'bands lie over the prices', expressions: ['Sim(Close, 20) + 2 * SDev(Close, 20)'], panes: [3]},
   {name: 'what is measured as prices but far from them has a pane', expressions: ['SDev(Close, 20)'], panes: [2, 1]},
-  {name: 'quotients and volumes have panes', expressions: ['Bar / Sim(Close, 20)', 'Volume'], panes: [2, 1, 1]},
-  {name: 'an average of volumes has a pane', expressions: ['Sim(Volume, 5)'], panes: [2, 1]},
+  {name: 'quotients and volumes have panes', expressions: ['Bar / Sim(Close, 20)', 'RSI(Volume, 14)'], panes: [2, 1, 1]},
+  {name: 'averages of volumes share a pane with them', expressions: ['SDev(Close, 5)', 'Sim(Volume, 5)', 'Volume'], panes: [1, 3, 1]},
   {name: 'outputs of an expression share a pane', expressions: ['KasePermStoch(Bar, 2, 3)'], panes: [2, 2]},
   {name: 'labels are no curves', expressions: ['KaseCCSS(Bar).label1'], panes: [2]},
   {name: 'places of labels are no curves', expressions: ['KaseCCSS(Bar)'], panes: [2, 8]},
@@ -371,7 +372,7 @@ for (const {name, ...device} of devices) {
 
       await fresh.setViewportSize(page.viewportSize());
       await fresh.emulateMedia({colorScheme: seen.theme});
-      await fresh.goto(page.url());
+      await fresh.goto(page.url().split('#')[0]);
       await fresh.waitForFunction(() => document.querySelector('.legend')?.style.top);
       await fresh.evaluate(({range, hidden}) => {
         studyChart.timeScale().setVisibleLogicalRange(range);
