@@ -65,7 +65,7 @@ measureButton.setAttribute('aria-pressed', 'false');
 addButton('Reset', 'The first view again, with all panes and curves', () => {
   switchMeasure(false);
   changePanes(() => {
-    largePane = null;
+    largePane = draggedHeights = null;
     hiddenPanes.clear();
     for (let pane = 0; pane < paneOrder.length; ++pane) movePane(pane, pane);
   });
@@ -125,6 +125,7 @@ whenViewMoves(view => {
 // ---- The first picture
 
 const placed = new ResizeObserver(() => {
+  keepDraggedHeights();
   sharePaneHeights();
   placeLegends();
 });
