@@ -1,5 +1,8 @@
 // Bands: votes of -1, 0 and 1 as rows of coloured cells. A pane of bands has a row for its heading and one for each vote.
-// The upper half of a row is for the legend, so that it covers no cell.
+// The upper part of a row is for the legend, so that it covers no cell.
+
+// Of a row's height; the rest is for the legend.
+const cellShare = () => isNarrow.matches ? 0.25 : 0.48;
 
 class BandView {
   renderer() {
@@ -11,7 +14,7 @@ class BandView {
     const {bars, visibleRange, barSpacing} = this.data;
     if (!visibleRange) return;
     const {row, upColor, downColor, zeroColor} = this.options;
-    const top = toHeight(-row - 0.52) * verticalPixelRatio, bottom = toHeight(-row - 0.98) * verticalPixelRatio;
+    const top = toHeight(-row - 1 + cellShare()) * verticalPixelRatio, bottom = toHeight(-row - 0.98) * verticalPixelRatio;
     for (let first = visibleRange.from; first < visibleRange.to;) {
       const vote = bars[first].originalData.vote;
       let end = first + 1;

@@ -68,7 +68,7 @@ measureButton.setAttribute('aria-pressed', 'false');
 addButton('Reset', 'The first view again, with all panes and curves', () => {
   switchMeasure(false);
   changePanes(() => {
-    largePane = null;
+    largePane = draggedHeights = null;
     hiddenPanes.clear();
     for (let pane = 0; pane < paneOrder.length; ++pane) movePane(pane, pane);
   });
@@ -129,6 +129,7 @@ whenViewMoves(view => {
 // ---- The first picture
 
 const placed = new ResizeObserver(() => {
+  keepDraggedHeights();
   sharePaneHeights();
   placeLegends();
 });

@@ -53,9 +53,9 @@ function stopsBehind(curve) {
   const isOneOf = (value, bar) => Number.isNaN(value) || others.some(other => other.values[bar] === value);
   const isChanging = others.every(other => curve.values.some((value, bar) => !Number.isNaN(value) && value !== other.values[bar]));
   if (!curve.values.every(isOneOf) || !isChanging) return null;
-  let balance = 0;
-  for (let bar = 0; bar < barCount; ++bar) balance += others[0].values[bar] > others[1].values[bar] ? 1 : -1;
-  return balance > 0 ? others.reverse() : others;
+  // Bars where it lies below the price, less those where it lies above.
+  const barsBelow = ({values}) => values.reduce((sum, value, bar) => sum + (Math.sign((priceValues?.[bar] ?? 0) - value) || 0), 0);
+  return others.sort((a, b) => barsBelow(b) - barsBelow(a));
 }
 
 // Columns that follow from others, and how: `fill` writes their values anew.

@@ -3,9 +3,6 @@
 const paneOrder = Array.from({length: study.panes}, (_, pane) => pane);  // from the top
 const hiddenPanes = new Set();
 let largePane = null;
-// Heights of open panes to one another.
-const paneWeights = paneOrder.map(pane => isBandPane(pane) ? Math.max(1.5, 0.35 * (bandRows(pane) + 1)) : pane === 0 ? 4 : 1.5);
-
 const paneAt = pane => chart.panes()[paneOrder.indexOf(pane)];
 // What lies over the same pane has its number.
 const paneNumber = index => paneOrder[index];
@@ -23,22 +20,31 @@ function toggleSeries(chosen, isOn) {
   showSeries();
 }
 
-// Panes share the height of the window, and the page scrolls where that would be too little.
+const leastHeight = pane => isBandPane(pane) ? bandRow() * (bandRows(pane) + 1) : pane === 0 ? isNarrow.matches ? 320 : 260 : 90;
+const spareShare = pane => isBandPane(pane) ? 1 : pane === 0 ? 4 : 1.5;  // of what the window has beyond the least heights
+let draggedHeights = null;  // of open panes to one another, once a divider has been dragged
+
+// The page scrolls where the window is too low.
 function sharePaneHeights() {
-  const open = paneOrder.filter(pane => !isClosed(pane)), closed = paneOrder.length - open.length;
-  main.style.minHeight = open.reduce((sum, pane) => sum + leastHeight(pane), 30 + closed * closedHeight()) + 'px';
-  const openHeight = Math.max(1, main.clientHeight - 30 - closed * closedHeight());
-  const weights = open.reduce((sum, pane) => sum + paneWeights[pane], 0);
+  const open = paneOrder.filter(pane => !isClosed(pane));
+  const timeAxis = 30, closed = (paneOrder.length - open.length) * closedHeight();
+  const sum = heights => open.reduce((total, pane) => total + heights(pane), 0);
+  main.style.minHeight = sum(leastHeight) + timeAxis + closed + 'px';
+  const room = Math.max(1, main.clientHeight - timeAxis - closed), spare = Math.max(0, room - sum(leastHeight));
+  const height = pane => draggedHeights?.[pane] ?? leastHeight(pane) + spare * spareShare(pane) / sum(spareShare);
+  const scale = room / sum(height);
   for (const pane of paneOrder) {
-    paneAt(pane)?.setStretchFactor(isClosed(pane) ? closedHeight() * weights / openHeight : paneWeights[pane]);
+    const factor = isClosed(pane) ? closedHeight() : scale * height(pane);
+    paneAt(pane)?.setStretchFactor(factor);
+    givenHeights[pane] = factor;
   }
 }
+const givenHeights = [];
 
-// A drag of a divider changes the heights, too.
 function keepDraggedHeights() {
-  for (const pane of paneOrder) {
-    if (!isClosed(pane)) paneWeights[pane] = paneAt(pane)?.getStretchFactor() ?? paneWeights[pane];
-  }
+  const present = paneOrder.map((_, pane) => paneAt(pane)?.getStretchFactor());
+  if (present.every((height, pane) => Math.abs(height - givenHeights[pane]) < 1)) return;
+  draggedHeights = present.map((height, pane) => isClosed(pane) ? draggedHeights?.[pane] ?? leastHeight(pane) : height);
 }
 
 function layPanes() {
@@ -60,8 +66,12 @@ function changePanes(change) {
 
 function movePane(pane, index) {
   if (index < 0 || index >= paneOrder.length) return;
-  paneAt(pane).moveTo(index);
-  paneOrder.splice(index, 0, ...paneOrder.splice(paneOrder.indexOf(pane), 1));
+  for (let at = paneOrder.indexOf(pane); at !== index;) {
+    const next = at < index ? at + 1 : at - 1;
+    chart.swapPanes(at, next);
+    [paneOrder[at], paneOrder[next]] = [paneOrder[next], paneOrder[at]];
+    at = next;
+  }
 }
 
 function openPane(pane) {

@@ -1,6 +1,7 @@
 // The legend of each pane, with the values of one bar.
 
 const legends = paneOrder.map(() => element(main, 'div', 'legend'));
+const studyRows = legends.map(legend => element(legend, 'div', 'studies'));
 const chips = [];
 const readers = [];  // each shows its value on a bar
 
@@ -24,7 +25,9 @@ function addChip(row, {colorNames = [], name, title, read, toggle}) {
 }
 
 function addPrices() {
-  const row = element(legends[0], 'div', 'row prices');
+  const row = document.createElement('div');
+  row.className = 'row prices';
+  legends[0].prepend(row);
   const date = element(row, 'b', 'date');
   const shown = isCandles ? {open: 'O', high: 'H', low: 'L', close: 'C'} : {[priceName]: priceName};
   const prices = Object.entries(shown).map(([name, letter]) => {
@@ -58,7 +61,7 @@ const bandChips = [];  // each stands over the cells of its vote
 for (const curve of curves) {
   const key = `${curve.pane} ${curve.expression}`;
   if (!rows.has(key)) {
-    rows.set(key, element(legends[curve.pane], 'div', 'row'));
+    rows.set(key, element(studyRows[curve.pane], 'div', 'row'));
     element(rows.get(key), 'span', 'formula', curve.typed).title = curve.formula;
   }
   const isBand = curve.drawing === 'band';
@@ -72,7 +75,7 @@ for (const curve of curves) {
   if (isBand) bandChips.push({chip, curve});
 }
 for (const {expression, typed, formula} of study.labelled) {
-  const row = element(legends[0], 'div', 'row');
+  const row = element(studyRows[0], 'div', 'row');
   element(row, 'span', 'formula', typed).title = formula;
   addChip(row, {
     name: 'labels',
@@ -87,12 +90,12 @@ for (const {expression, typed, formula} of study.labelled) {
 function placeBands(pane, place) {
   chart.priceScale('right', paneOrder.indexOf(pane)).applyOptions({scaleMargins: {top: 0, bottom: 0}});
   legends[pane].classList.add('bands');
-  const row = place.height / (bandRows(pane) + 1);
+  const row = place.height / (bandRows(pane) + 1), room = row * (1 - cellShare());
   legends[pane].style.height = place.height + 'px';
   bandChips.filter(({curve}) => curve.pane === pane).forEach(({chip}, index) => {
     chip.style.top = (index + 1) * row - 4 + 'px';
-    chip.style.height = chip.style.lineHeight = row / 2 + 'px';
-    chip.style.fontSize = Math.max(8, Math.min(12, row / 2 - 1)) + 'px';
+    chip.style.height = chip.style.lineHeight = room + 'px';
+    chip.style.fontSize = Math.max(8, Math.min(12, room - 1)) + 'px';
   });
 }
 

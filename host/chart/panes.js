@@ -2,19 +2,17 @@
 
 const canvas = element(main, 'div');
 canvas.id = 'canvas';
-// Panes share the height of the window, and the page scrolls where that would be too little.
-const isNarrow = matchMedia('(max-width: 600px)');
-const bandRow = isNarrow.matches ? 44 : 24;
+const isNarrow = matchMedia('(max-width: 600px)');  // a phone, where fingers take larger targets
 const bandRows = pane => study.studies.filter(curve => curve.pane === pane && curve.drawing === 'band').length;
-const leastHeight = pane => isBandPane(pane) ? bandRow * (bandRows(pane) + 1) : pane === 0 ? 220 : 90;
-
+const bandRow = () => isNarrow.matches ? 60 : 24;
 
 const chart = charts.createChart(canvas, {
   autoSize: true,
   layout: {fontFamily: getComputedStyle(document.body).fontFamily, fontSize: 11, attributionLogo: false},
   crosshair: {mode: charts.CrosshairMode.Normal},
   hoveredSeriesOnTop: false,  // it stays there at times when the pointer has left
-  rightPriceScale: {minimumWidth: 72},
+  rightPriceScale: {minimumWidth: isNarrow.matches ? 56 : 72},
+  handleScroll: {vertTouchDrag: !isNarrow.matches},  // there it scrolls the page
   timeScale: {
     timeVisible: hasClock,
     rightOffset: 3,
@@ -38,7 +36,7 @@ function addSeries(type, points, pane, {isOnAxis = true, ...options}, paint, mor
     priceFormat: formats[pane], priceLineVisible: false, crosshairMarkerVisible: false, lastValueVisible: isOnAxis,
     ...options, ...paint(),
   }, pane);
-  return draw(series, pane, points, isOnAxis, paint, more);
+  return draw(series, pane, points, isOnAxis, paint, {lineWidth: options.lineWidth, ...more});
 }
 
 function addDots(isShown, values, pane, radius, paint) {

@@ -1,5 +1,5 @@
 // The bars that the chart library holds: all of a short file. Of a long one it holds those in view and as many at either
-// side, and where more than two bars would share a pixel, groups of bars instead: a group has one place on the time axis.
+// side, and where bars would share a pixel, groups of bars instead: a group has one place on the time axis.
 // The library counts these places; everything else on the page counts bars.
 
 const mostWhole = 10000;  // bars of a file that the library holds whole
@@ -39,6 +39,8 @@ function extremes(values) {
     shown[place] = values[Math.min(least, greatest)];
     if (place + 1 < shown.length) shown[place + 1] = values[Math.max(least, greatest)];
   }
+  // The axis shows the last one.
+  if (end === barCount && isDrawn(values[end - 1])) shown[shown.length - 1] = values[end - 1];
   return shown;
 }
 
@@ -97,7 +99,7 @@ function viewedBars() {
 }
 
 function stepFor(width) {
-  const mostPlaces = 2 * Math.max(300, main.clientWidth);
+  const mostPlaces = Math.max(300, main.clientWidth);
   // The step stays while it is about right, so that zooming in and out does not change it each time.
   if (width / portion.step <= 1.25 * mostPlaces && (portion.step === 1 || width / portion.step >= mostPlaces / 4)) return portion.step;
   let step = 1;
@@ -126,10 +128,14 @@ const whenViewMoves = listener => viewListeners.push(listener);
 
 let isFilled = false;
 function fillSeries() {
-  for (const {series, points, isOnAxis} of drawn) {
+  for (const {series, points, isOnAxis, lineWidth} of drawn) {
     series.setData(points());
-    // The library would take the last value of the portion for the last one.
-    series.applyOptions({lastValueVisible: isOnAxis && portion.end === barCount});
+    // The library would take the last value of the portion for the last one. Lines through groups of bars fill whole
+    // columns of pixels, and broad ones take long to paint.
+    series.applyOptions({
+      lastValueVisible: isOnAxis && portion.end === barCount,
+      ...(lineWidth ? {lineWidth: portion.step === 1 ? lineWidth : 1} : {}),
+    });
   }
   fillLabels();
 }

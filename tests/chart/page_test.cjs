@@ -58,7 +58,8 @@ const view = page => page.evaluate(() => studyChart.timeScale().getVisibleLogica
 // pixels in a curve's colour that are further from the line of its values than a bar to the side and a dot's radius up
 // or down. `bare`: values without a neighbour that have no dot.
 const look = page => page.evaluate(() => {
-  const study = JSON.parse(document.getElementById('data').textContent);
+  const gapless = values => Array.from(values, value => Number.isNaN(value) ? null : value);
+  const study = {...studyData, studies: studyData.studies.map(curve => ({...curve, values: gapless(curve.values)}))};
   const scale = studyChart.timeScale();
   const canvas = studyChart.takeScreenshot();
   const pixels = new Uint32Array(canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data.buffer);
@@ -108,7 +109,7 @@ const look = page => page.evaluate(() => {
     };
     const [up, down, zero] = ['up', 'down', 'grid'].map(colorOf);
     const top = pane.getHTMLElement().getBoundingClientRect().top - document.getElementById('canvas').getBoundingClientRect().top;
-    const y = Math.floor(top + pane.getSeries()[0].priceToCoordinate(-row - 0.75));
+    const y = Math.floor(top + pane.getSeries()[0].priceToCoordinate(-row - 0.85));
     for (const [bar, value] of curve.values.entries()) {
       const x = origin + bar * spacing;
       if (spacing < 3 || x < 0 || x > scale.width() - 1) continue;
@@ -146,8 +147,8 @@ const layouts = [
   {name: 'averages lie over the prices', expressions: ['Sim(Close, 5)', 'Sim(Sim(Close, 5), 20)'], panes: [4]},
   {name: 'bands lie over the prices', expressions: ['Sim(Close, 20) + 2 * SDev(Close, 20)'], panes: [3]},
   {name: 'what is measured as prices but far from them has a pane', expressions: ['SDev(Close, 20)'], panes: [2, 1]},
-  {name: 'quotients and volumes have panes', expressions: ['Bar / Sim(Close, 20)', 'Volume'], panes: [2, 1, 1]},
-  {name: 'an average of volumes has a pane', expressions: ['Sim(Volume, 5)'], panes: [2, 1]},
+  {name: 'quotients and volumes have panes', expressions: ['Bar / Sim(Close, 20)', 'RSI(Volume, 14)'], panes: [2, 1, 1]},
+  {name: 'averages of volumes share a pane with them', expressions: ['SDev(Close, 5)', 'Sim(Volume, 5)', 'Volume'], panes: [1, 3, 1]},
   {name: 'outputs of an expression share a pane', expressions: ['KasePermStoch(Bar, 2, 3)'], panes: [2, 2]},
   {name: 'labels are no curves', expressions: ['KaseCCSS(Bar).label1'], panes: [2]},
   {name: 'places of labels are no curves', expressions: ['KaseCCSS(Bar)'], panes: [2, 8]},
@@ -202,6 +203,8 @@ test('a click on a bar explains its values, on a phone beside what it covers', a
       await page.mouse.click(box.x + x, box.y + 150);
     };
     assert.ok(!await panel.isVisible());
+    await page.evaluate(() => studyChart.timeScale().setVisibleLogicalRange({from: 5020, to: 5080}));
+    await page.waitForTimeout(50);
     await clickOn(5050);
     assert.match(await panel.innerText(), /^×?\s*Sim\(Close, 3\) on 2020-01-30: [\d.]+ .*total +\/ 3\n +=/s);
     const box = await panel.boundingBox();
@@ -371,7 +374,7 @@ for (const {name, ...device} of devices) {
 
       await fresh.setViewportSize(page.viewportSize());
       await fresh.emulateMedia({colorScheme: seen.theme});
-      await fresh.goto(page.url());
+      await fresh.goto(page.url().split('#')[0]);
       await fresh.waitForFunction(() => document.querySelector('.legend')?.style.top);
       await fresh.evaluate(({range, hidden}) => {
         studyChart.timeScale().setVisibleLogicalRange(range);
@@ -388,6 +391,143 @@ for (const {name, ...device} of devices) {
     await fresh.close();
   });
 }
+
+const paneHeights = page => page.evaluate(() => studyChart.panes().map(pane => pane.getHeight()));
+const typedByPane = page => page.evaluate(() => [...document.querySelectorAll('.legend')]
+  .sort((a, b) => parseFloat(a.style.top) - parseFloat(b.style.top)).map(legend => legend.querySelector('.formula')?.textContent));
+async function paneMenu(page, name, item) {
+  await page.click(`.tools summary[title="Pane of ${name}"]`);
+  await page.click(`.tools [open] >> text=${item}`);
+  await page.waitForTimeout(100);
+}
+
+test('panes are made large, hidden and moved, and the address keeps the view', async () => {
+  const page = await open(data, ['Sim(Close, 20)', 'RSI(Close, 14)', 'SDev(Close, 20)']);
+  await paneMenu(page, 'RSI(Close, 14)', 'Make large');
+  const [prices, large, deviation] = await paneHeights(page);
+  assert.ok(prices < 40 && deviation < 40 && large > 500, [prices, large, deviation].join());
+  await page.click('.tools >> text=Show >> nth=0');
+  await paneMenu(page, 'SDev(Close, 20)', 'Move up');
+  await paneMenu(page, 'RSI(Close, 14)', 'Hide');
+  await page.click('text=Log');
+  await page.click('.chip >> nth=0');
+  await page.fill('.goto input', '2008-10-10');
+  const told = () => page.evaluate(() => [...document.querySelectorAll('.chip, #ranges button')].map(at => at.ariaPressed).join());
+  const state = async () => [await typedByPane(page), (await paneHeights(page)).map(Math.round), await told(), Math.round((await view(page)).from)];
+  await page.waitForTimeout(500);
+  const before = await state();
+  assert.deepStrictEqual(before[0], ['Sim(Close, 20)', 'SDev(Close, 20)', 'RSI(Close, 14)']);
+  assert.ok(before[1][2] < 40, 'hidden');
+  assert.match(await page.locator('.spoken').textContent(), /^2008-10-10, close 899\.22, Sim\(Close, 20\) /);
+  await page.reload();
+  await page.waitForTimeout(500);
+  assert.deepStrictEqual(await state(), before);
+  await page.click('text=Reset');
+  await page.waitForTimeout(100);
+  assert.deepStrictEqual(await typedByPane(page), ['Sim(Close, 20)', 'RSI(Close, 14)', 'SDev(Close, 20)']);
+  await page.goto(page.url().split('#')[0] + '#last=x&panes=7,7,7&closed=0,1,2,9&large=99&off=50&from=nonsense&theme=blue');
+  await page.waitForTimeout(100);
+  assert.ok((await paneHeights(page)).some(height => height > 100), 'one pane stays open');
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
+test('two clicks measure, and keys move the cross', async () => {
+  const page = await open(data, []);
+  const box = await page.locator('#chart').boundingBox();
+  const placeOf = bar => page.evaluate(at => studyChart.timeScale().logicalToCoordinate(at), bar);
+  await page.click('text=Measure');
+  const [from, to] = [await placeOf(4900), await placeOf(4910)], height = 200;
+  await page.mouse.click(box.x + from, box.y + height);
+  await page.mouse.move(box.x + to - 20, box.y + height + 30);
+  await page.waitForTimeout(600);  // else it were a double click
+  await page.mouse.click(box.x + to, box.y + height + 60);
+  const prices = await page.evaluate(ys => ys.map(y => studyChart.panes()[0].getSeries()[0].coordinateToPrice(y)), [height, height + 60]);
+  const [told, percent, bars, days] = /^−([\d.]+) \(−([\d.]+) %\), (\d+) bars, (\d+) days$/.exec(await page.locator('.spoken').textContent()).slice(1).map(Number);
+  assert.ok(Math.abs(prices[0] - prices[1] - told) < 10 && Math.abs(100 * told / prices[0] - percent) < 0.5, [...prices, told].join());
+  const dates = fs.readFileSync(data, 'utf8').trim().split('\n').map(line => line.split(',')[0]);
+  assert.deepStrictEqual([bars, days], [10, (new Date(dates[4911]) - new Date(dates[4901])) / 86400000]);
+  const inside = await page.evaluate(([x, y]) => {
+    const canvas = studyChart.takeScreenshot(true);
+    return [...canvas.getContext('2d').getImageData(x, y, 1, 1).data.slice(0, 3)];
+  }, [(from + to) / 2 + 1, height + 5]);
+  assert.ok(inside[0] > inside[1] + 10, `a veil of the falling colour: ${inside}`);
+  await page.keyboard.press('Escape');
+  await page.focus('#chart');
+  await page.mouse.move(1, 1);
+  await page.keyboard.press('End');
+  await page.keyboard.press('Shift+ArrowLeft');
+  await page.keyboard.press('Shift+ArrowLeft');
+  assert.ok(dates.slice(-4).includes((await page.locator('.spoken').textContent()).split(',')[0]));
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
+test('a phone has targets for fingers, and a tap shows values', async () => {
+  const page = await open(data, ['Sim(Close, 20)', 'KaseCCSS(Bar)', 'RSI(Close, 14)'], devices[1]);
+  const small = await page.evaluate(() => [...document.querySelectorAll('button, summary, a, input')]
+    .map(target => [target.textContent, target.getBoundingClientRect()])
+    .filter(([, {width, height}]) => width > 0 && (width < 44 || height < 44)).map(([text]) => text));
+  assert.deepStrictEqual(small, []);
+  const covered = await page.evaluate(() => [...document.querySelectorAll('.bands .chip')].map((chip, row) => {
+    const series = studyChart.panes()[1].getSeries()[row], top = studyChart.panes()[1].getHTMLElement().getBoundingClientRect().top;
+    return chip.getBoundingClientRect().bottom <= top + series.priceToCoordinate(-row - 1 - 0.75) + 1;
+  }));
+  assert.deepStrictEqual(covered, Array(8).fill(true), 'names of votes cover no cell');
+  const box = await page.locator('#chart').boundingBox();
+  const place = await page.evaluate(() => studyChart.timeScale().logicalToCoordinate(4950));
+  const tap = () => page.touchscreen.tap(box.x + place, box.y + 250);
+  await tap();
+  await page.waitForFunction(() => document.querySelector('.date').textContent === '2019-09-06');
+  assert.ok(!await page.locator('.explanation').isVisible());
+  await page.waitForTimeout(700);
+  await tap();
+  await page.waitForFunction(() => !document.querySelector('.explanation').hidden);
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
+test('a long file is drawn in portions, with every peak and no false value', async () => {
+  const count = 60000, spike = 31234;
+  const closes = Array.from({length: count}, (_, bar) => bar === spike ? 999 : Math.round(1000 * (100 + Math.sin(bar / 50))) / 1000);
+  const time = bar => new Date(Date.UTC(2024, 0, 1) + 60000 * bar).toISOString().slice(0, 16);
+  fs.writeFileSync(file('long.csv'), ['time,close', ...closes.map((close, bar) => `${time(bar)},${close}`), ''].join('\n'));
+  const page = await open(file('long.csv'), ['Close * 1', 'Sim(Close, 7)']);
+  assert.deepStrictEqual(await page.evaluate(() => Array.from(studyData.studies[0].values)), closes);
+  const points = () => page.evaluate(() => studyChart.panes()[0].getSeries()[1].data().map(({time, value}) => [time / 60 - Date.UTC(2024, 0, 1) / 60000, value]));
+  const checkAll = async () => {
+    const shown = await points();
+    for (const [bar, value] of shown) assert.strictEqual(value, closes[bar]);
+    return shown;
+  };
+  assert.ok((await checkAll()).length < 10000);
+  await page.focus('#chart');
+  for (let press = 0; press < 6; ++press) await page.keyboard.press('-');
+  for (let drag = 0; drag < 8; ++drag) {
+    await page.mouse.move(200, 300);
+    await page.mouse.down();
+    await page.mouse.move(1000, 300, {steps: 4});
+    await page.mouse.up();
+    await page.waitForTimeout(50);
+  }
+  await page.evaluate(() => new Promise(requestAnimationFrame));
+  const [first] = await checkAll(), {from, to} = await view(page);
+  assert.ok(first[0] > 0 && first[0] < count - 2500, 'another portion');
+  assert.ok(from >= 0 && to - from < 2000, 'at the same zoom');
+  await page.mouse.move(600, 300);
+  await page.waitForTimeout(50);
+  const [date] = await texts(page, '.date');
+  const bar = closes.findIndex((_, at) => time(at).replace('T', ' ') === date.replace('T', ' '));
+  assert.strictEqual((await texts(page, '.chip b'))[0], closes[bar].toFixed(2));
+  await page.click('text=All');
+  await page.waitForTimeout(200);
+  const grouped = await points();
+  assert.ok(grouped.length < 3000 && grouped.some(([, value]) => value === 999), 'the peak is there');
+  assert.match((await texts(page, '#grouped'))[0], /^\d+ bars drawn as one/);
+  assert.strictEqual(grouped.at(-1)[1], closes.at(-1), 'the axis shows the last value');
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
 
 test('a picture takes a browser', () => {
   run(['chart', data, 'Sim(Close, 5)', '--png', file('chart.png'), '--theme', 'dark']);
