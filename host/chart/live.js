@@ -75,7 +75,7 @@ function fillDerived() {
 function drawAllAnew(view = viewedBars()) {
   fillDerived();
   drawLabelsAnew();
-  for (const item of drawn) item.tail = item.sparseTail = null;
+  for (const item of drawn) item.tail = item.sparseTail = item.gaps = null;
   Object.assign(portion, portionFor(view ?? lastBars(250)));
   fillSeries();
   showLines();
@@ -108,14 +108,17 @@ function updateSeries(item, first, lastTime) {
   portion.first = Math.max(start, first - 3);
   const tail = points();
   portion.first = start;
-  if (tail.some(isGap) && !tail.every(isGap)) {
+  // Behind a gap that reaches out of the tail, the line's last point ahead of it changes, too.
+  const gaps = `${barCount} ${tail.map(isGap)}`;
+  if (isGap(tail[0]) && !tail.every(isGap) && gaps !== item.gaps) {
+    item.gaps = gaps;
     item.tail = null;
     return series.setData(points());
   }
+  item.gaps = gaps;
   const sent = item.tail ?? new Map();
   item.tail = new Map();
   for (const point of tail) {
-    if (point.time < times[first - 1]) continue;
     const text = JSON.stringify(point);
     item.tail.set(point.time, text);
     if (sent.get(point.time) !== text) series.update(point, point.time < lastTime);
@@ -129,6 +132,15 @@ function drawChanges() {
   const first = changedFrom, grown = barCount - drawnCount, view = viewedBars();
   if (first === Infinity) return;
   const isAtEnd = portion.end === drawnCount;
+  if (isFilled && !isAtEnd && grown >= 0 && first >= portion.end) {  // out of what is held
+    changedFrom = Infinity;
+    drawnCount = barCount;
+    fillDerived();
+    if (labelsChanged) drawLabelsAnew();
+    labelsChanged = false;
+    showPointed();
+    return tellSpan();
+  }
   const isFew = isFilled && grown >= 0 && portion.step === 1 && isAtEnd && first >= drawnCount - 3 && first > portion.first + 3 &&
     barCount - first <= 50 && (barCount <= mostWhole || barCount - portion.first <= 2 * mostWhole);
   if (!isFew && isFilled && performance.now() - lastFill < 300) {  // it takes long

@@ -2,7 +2,9 @@
 // side, and where bars would share a pixel, groups of bars instead: a group has one place on the time axis.
 // The library counts these places; everything else on the page counts bars.
 
-const mostWhole = 10000;  // bars of a file that the library holds whole
+// Bars of a file that the library holds whole, and the least that it holds at either side of a view. It goes through all
+// that it holds for each tick of a live chart.
+const [mostWhole, leastMargin] = study.live ? [1500, 250] : [10000, 1000];
 const portion = {first: 0, end: Math.min(barCount, mostWhole), step: 1};
 
 // A place's middle lies in the middle of its bars.
@@ -110,7 +112,7 @@ function stepFor(width) {
 function portionFor({from, to}) {
   if (barCount <= mostWhole) return {first: 0, end: barCount, step: 1};
   const width = Math.max(1, to - from), step = stepFor(width);
-  const unit = 2 * step, margin = Math.max(1.5 * width, 1000 * step);
+  const unit = 2 * step, margin = Math.max(1.5 * width, leastMargin * step);
   const last = Math.floor((barCount - 1) / unit) * unit;
   const first = Math.min(last, Math.max(0, Math.floor((from - margin) / unit) * unit));
   return {first, end: Math.min(barCount, Math.max(first + unit, Math.ceil((to + margin) / unit) * unit)), step};
