@@ -2,11 +2,11 @@
 
 // What a row of the stream writes, and to where: a row is [bar, date, prices and volume, results, labels].
 const liveColumns = !study.live ? [] : [
-  ...['open', 'high', 'low', 'close'].map((name, at) => ({values: study.prices[name], read: row => row[2][at]})),
-  {values: study.volume, read: row => row[2][4]},
-  ...study.studies.flatMap(curve => [
-    {values: curve.values, read: row => row[3][curve.column]},
-    ...Object.entries(curve.barColumns ?? {}).map(([name, at]) => ({values: curve.bar[name], read: row => row[3][at]})),
+  ...['open', 'high', 'low', 'close'].map((name, at) => ({name, pane: 0, values: study.prices[name], read: row => row[2][at]})),
+  {name: 'volume', pane: study.volumePane ?? 0, values: study.volume, read: row => row[2][4]},
+  ...study.studies.flatMap(({typed, name, pane, values, column, bar, barColumns}) => [
+    {name: name ? `${typed}.${name}` : typed, pane, values, read: row => row[3][column]},
+    ...Object.entries(barColumns ?? {}).map(([price, at]) => ({name: `${typed}.${price}`, pane, values: bar[price], read: row => row[3][at]})),
   ]),
 ].filter(({values}) => values);
 
@@ -248,6 +248,7 @@ if (study.live) {
   element(alertList, 'div', 'list');
   button(alertList, 'close', '×', 'Close the alerts', () => { alertList.hidden = true; });
   tellState();
+  document.getElementById('hint').textContent = 'Drag to pan, wheel to zoom; a click in the legend hides a curve; comma and point go back and on in time, with Shift tick by tick.';
   addAlerts(study.live.alerts);
   for (const item of drawn) item.wasLine = item.isLine?.();
   connect();

@@ -1,7 +1,10 @@
 #include "chart_server/chart_feed.h"
 
+#include "failure.h"
+
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <fmt/format.h>
@@ -18,25 +21,38 @@ constexpr std::size_t MostRows = 5000;  // in one event; a viewer that lacks mor
 constexpr std::size_t MostAlerts = 100;
 constexpr std::array Columns = {"open", "high", "low", "close", "volume"};
 
+bool HasSameBits(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
+
 json Number(double value) { return IsUndefined(value) || !std::isfinite(value) ? json() : json(value); }
 
-// A bar as the page takes it: its place, date, prices and volume, results, and labels.
-json RowJson(const Live& live, std::size_t bar) {
-    const BarFile& bars = live.Bars();
-    json prices = json::array(), values = json::array(), labels = json::array();
-    for (const char* const name : Columns) {
-        const auto column = bars.FindColumn(name);
-        prices.push_back(column ? Number(bars.Value(*column, bar)) : json());
+// What the page takes of a bar: its place, date, prices and volume, results, and labels.
+struct Row {
+    std::size_t bar;
+    std::string date;
+    std::vector<double> cells;  // in the file, by column
+    std::vector<double> values;
+
+    json Json(const BarHeader& header, const std::vector<Result>& results) const {
+        json prices = json::array(), numbers = json::array(), labels = json::array();
+        for (const char* const name : Columns) {
+            const auto column = header.FindColumn(name);
+            prices.push_back(column ? Number(cells[*column]) : json());
+        }
+        for (const Result& result : results) {
+            const double value = values[numbers.size()];
+            numbers.push_back(result.isLabel ? json() : Number(value));
+            if (!result.isLabel) continue;
+            if (const auto label = LabelOf(value))
+                labels.push_back(json::array({result.expression, label->text, label->pointsDown}));
+        }
+        return json::array({bar, date, std::move(prices), std::move(numbers), std::move(labels)});
     }
-    const Series::Row row = live.Values(bar);
-    for (const Result& result : live.Results()) {
-        const double value = row[values.size()];
-        values.push_back(result.isLabel ? json() : Number(value));
-        if (!result.isLabel) continue;
-        if (const auto label = LabelOf(value))
-            labels.push_back(json::array({result.expression, label->text, label->pointsDown}));
-    }
-    return json::array({bar, bars.IsoDate(bar), std::move(prices), std::move(values), std::move(labels)});
+};
+
+std::vector<double> CopyOf(Series::Row row) { return {row.begin(), row.end()}; }
+
+Row RowOf(const Live& live, std::size_t bar) {
+    return {bar, live.Bars().IsoDate(bar), live.Bars().Row(bar).values, CopyOf(live.Values(bar))};
 }
 
 std::string Dump(const json& data) { return data.dump(-1, ' ', true, json::error_handler_t::replace); }
@@ -64,8 +80,8 @@ source.addEventListener('state', event => {
 
 }  // namespace
 
-ChartFeed::ChartFeed(ChartSettings chart, std::vector<std::string> alertConditions)
-    : settings(std::move(chart)), conditions(std::move(alertConditions)) {
+ChartFeed::ChartFeed(ChartSettings chart, std::vector<std::string> alertConditions, MakeSeries make)
+    : settings(std::move(chart)), conditions(std::move(alertConditions)), makeSeries(std::move(make)) {
     std::random_device random;
     run = fmt::format("{:08x}", random());
     series = "none";
@@ -135,7 +151,7 @@ std::optional<std::string> ChartFeed::Next(Seen& seen) const {
     const std::vector<std::size_t> bars = ChangedSince(since, MostRows + 1);
     if (bars.size() > MostRows) return reload();
     json rows = json::array(), told = json::array();
-    for (const std::size_t bar : bars) rows.push_back(RowJson(*live, bar));
+    for (const std::size_t bar : bars) rows.push_back(RowOf(*live, bar).Json(live->Bars().Header(), live->Results()));
     for (const TakenAlert& alert : alerts) {
         if (alert.change > since) told.push_back({alert.date, alert.condition});
     }
@@ -143,6 +159,50 @@ std::optional<std::string> ChartFeed::Next(Seen& seen) const {
     if (!told.empty()) data["alerts"] = std::move(told);
     if (stateChange > since) data["state"] = state;
     return EventText("change", TextOf(seen), data);
+}
+
+std::string ChartFeed::Then(std::optional<std::uint64_t> update, std::size_t bar) const {
+    std::unique_lock lock(mutex);
+    const std::size_t count = live && isReady ? live->Bars().BarCount() : 0;
+    if (count == 0) Fail("there are no bars");
+    const std::shared_ptr<History> past = history;
+    const History::Moment moment = update ? past->After(*update, count) : past->AtEndOf(bar, count);
+    const History::Way way = past->WayTo(moment, live->Bars());
+    lock.unlock();
+    try {
+        past->Calculate(way);
+    } catch (...) {
+        lock.lock();
+        past->LoseWay();
+        throw;
+    }
+    lock.lock();
+    if (!live || history != past || moment.update < past->FirstUpdate()) Fail("the bars have become others");
+
+    const BarFile& bars = live->Bars();
+    std::vector<Row> differing;
+    const std::vector<History::Values> corrected = past->ChangedSince(moment);
+    auto next = corrected.begin();
+    for (std::size_t i = 0; i < moment.barCount; ++i) {
+        const std::vector<double>* const cells = next != corrected.end() && next->bar == i ? (next++)->row : nullptr;
+        const bool isSame = (!cells || std::ranges::equal(*cells, bars.Row(i).values, HasSameBits)) &&
+                            std::ranges::equal(past->Results(i), live->Values(i), HasSameBits);
+        if (!isSame)
+            differing.push_back(
+                {i, bars.IsoDate(i), cells ? *cells : bars.Row(i).values, CopyOf(past->Results(i))});
+    }
+    json then = {{"bars", moment.barCount},
+                 {"update", moment.update},
+                 {"firstUpdate", past->FirstUpdate()},
+                 {"lastUpdate", past->LastUpdate()},
+                 {"id", TextOf({series, change})}};
+    const BarHeader header = bars.Header();
+    const std::vector<Result> results = live->Results();
+    lock.unlock();
+    json rows = json::array();
+    for (const Row& row : differing) rows.push_back(row.Json(header, results));
+    then["rows"] = std::move(rows);
+    return Dump(then);
 }
 
 void ChartFeed::SetState(std::string text) {
@@ -161,6 +221,7 @@ void ChartFeed::BeginSeries() {
 
 void ChartFeed::Start(const Live& started) {
     live = &started;
+    history = std::make_shared<History>(makeSeries(started.Bars().Header()));
     changeOf.clear();
     changeOfBlock.clear();
     isReady = false;
@@ -173,7 +234,8 @@ void ChartFeed::Start(const Live& started) {
 // Comes ahead of the call that tells why.
 void ChartFeed::ShowBar(const Live&, std::size_t bar) { Stamp(bar, change + 1); }
 
-void ChartFeed::TakeRow(std::size_t bar, const std::vector<double>*) {
+void ChartFeed::TakeRow(std::size_t bar, const std::vector<double>* before) {
+    history->Take(bar, before);
     ++change;
     Stamp(bar, change);
     // What a row shows of how dates are written holds for all.
@@ -187,6 +249,7 @@ void ChartFeed::TakeRow(std::size_t bar, const std::vector<double>*) {
 
 void ChartFeed::TakeBarsFrom(std::size_t first) {
     const std::size_t count = live->Bars().BarCount();
+    history->Forget();
     ++change;
     changeOf.resize(std::min(changeOf.size(), count));
     changeOfBlock.resize((changeOf.size() + BlockSize - 1) / BlockSize);

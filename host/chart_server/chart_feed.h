@@ -1,6 +1,7 @@
 #pragma once
 
 #include "chart.h"
+#include "chart_server/history.h"
 #include "follow.h"
 
 #include <cstdint>
@@ -18,7 +19,9 @@ namespace sarvane::study {
 // however long ago, so that nothing is kept for viewers and none can hold the file back.
 class ChartFeed : public FollowOutput {
 public:
-    ChartFeed(ChartSettings chart, std::vector<std::string> conditions);
+    // `makeSeries` gives a series of the expressions over columns that has no bars yet.
+    using MakeSeries = std::function<std::unique_ptr<Series>(const BarHeader&)>;
+    ChartFeed(ChartSettings chart, std::vector<std::string> conditions, MakeSeries makeSeries);
 
     // Where a viewer stands: the series that it shows, and the number of the last change that it has got.
     struct Seen {
@@ -34,6 +37,10 @@ public:
     // The next event for a viewer, in the form of Server-Sent Events, and moves `seen` on. Nothing if it has got all. A
     // viewer that shows other columns, or lacks very many bars, is told to load the page again.
     std::optional<std::string> Next(Seen& seen) const;
+
+    // What was known at an earlier moment, as JSON: after an update, or when a bar had just ended. Of its bars only those
+    // are told that differ from the present ones. For one thread at a time. Fails if there are no bars.
+    std::string Then(std::optional<std::uint64_t> update, std::size_t bar) const;
 
     // Called for each change, in the thread that made it; may be called more often than needed.
     void WhenChanged(std::function<void()> call) { changed = std::move(call); }
@@ -69,10 +76,12 @@ private:
 
     ChartSettings settings;
     std::vector<std::string> conditions;
+    MakeSeries makeSeries;
     std::function<void()> changed;
 
     mutable std::mutex mutex;  // for all that follows, and the bars of `live`
     const Live* live = nullptr;
+    std::shared_ptr<History> history;  // of its bars
     bool isReleased = false;      // there are no bars any more, and only the state is told
     bool isReady = false;         // the bars that the input held at first are there
     std::string run;              // tells this run of the program from others

@@ -2,6 +2,7 @@
 
 #include "chart_server/chart_feed.h"
 #include "console.h"
+#include "failure.h"
 #include "interrupt.h"
 #include "platform/system.h"
 
@@ -14,8 +15,8 @@ namespace {
 
 class ServedChart : public ChartFeed {
 public:
-    explicit ServedChart(const LiveChartSettings& how)
-        : ChartFeed(how.chart, how.following.alerts.conditions), ofVolume(how.ofVolume), server(*this, how.server) {
+    ServedChart(const LiveChartSettings& how, MakeSeries make)
+        : ChartFeed(how.chart, how.following.alerts.conditions, std::move(make)), ofVolume(how.ofVolume), server(*this, how.server) {
         WhenChanged([this] { server.Wake(); });
     }
     ~ServedChart() override { SetState("stopped"); }
@@ -49,7 +50,18 @@ private:
 void RunLiveChart(const Library& library, const LiveChartSettings& settings,
                   std::span<const std::string_view> besides) {
     TemplateParts();  // fails if there is no page
-    ServedChart chart(settings);
+    const auto makeSeries = [&](const BarHeader& header) {
+        constexpr std::size_t Distance = 100, MostSnapshots = 200;
+        const FollowSettings& following = settings.following;
+        Compiler compiler(library.Studies(), header.titles);
+        for (const std::string& expression : following.expressions) {
+            if (const auto problem = compiler.Add(expression, {following.run.operators, following.allOutputs}))
+                FailWith(*problem, expression);
+        }
+        return std::make_unique<Series>(
+            compiler.Finish(), SeriesSettings{Distance, MostSnapshots, following.run.hold, following.run.priceStep});
+    };
+    ServedChart chart(settings, makeSeries);
     Print(chart.Address() + "\n");
     FlushOutput();
     if (!settings.staysClosed) OpenInBrowser(chart.Address());

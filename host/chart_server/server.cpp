@@ -9,7 +9,9 @@
 #include <boost/asio.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
+#include <charconv>
 #include <fmt/format.h>
+#include <optional>
 #include <set>
 #include <thread>
 
@@ -123,6 +125,13 @@ private:
     bool isPausing = false;
 };
 
+std::optional<std::uint64_t> NumberIn(std::string_view target, std::string_view name) {
+    const std::string_view text = ParameterIn(target, name).value_or("");
+    std::uint64_t number = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && stop == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
 std::string SystemText(const Error& error) { return error.message(); }
 
 }  // namespace
@@ -209,6 +218,7 @@ private:
             const std::string_view path = PathIn(server->access, asked.target);
             if (path.empty()) return Redirect();
             if (path == "/") return Write([feed = &server->feed] { return feed->Page(); }, "text/html; charset=utf-8");
+            if (path == "/then") return WriteThen(asked.target);
             if (path != "/stream") return Refuse(404);
             if (server->viewers.size() >= MostViewers) return Refuse(503);
             const std::string_view last = field("Last-Event-ID");
@@ -233,6 +243,13 @@ private:
             response.result(http::status::moved_permanently);
             response.set(http::field::location, "/" + server->access.token + "/");
             Send(true);
+        }
+
+        void WriteThen(std::string_view target) {
+            const auto update = NumberIn(target, "update"), bar = NumberIn(target, "bar");
+            if (!update && !bar) return Refuse(400);
+            Write([feed = &server->feed, update, bar] { return feed->Then(update, bar.value_or(0)); },
+                  "application/json");
         }
 
         // `make` may take long, so it is called in another thread.

@@ -273,3 +273,56 @@ test('a page that was there before the first bar, and while the program was gone
   await until(async () => /60 bars/.test(await page.locator('#span').textContent().catch(() => '')), 'the next run');
   await page.close();
 });
+
+// ---- What was known earlier
+
+test('the past shows what a run over the cut file gives, and marks what is another value today', async context => {
+  const chart = await serve(context, 300);
+  for (let bar = 300; bar < 330; ++bar) chart.send([tick(bar, 1100), tick(bar, 1200 + bar), rows[bar]]);
+  chart.send([tick(305, 900), tick(329, 1111)]);
+  await until(async () => JSON.parse((await ask(`${chart.address}then?bar=400`)).text).bars === 330, 'all bars');
+  const page = await open(chart);
+  await page.waitForSelector('#live.live');
+  const now = await shown(page);
+  const texts = () => page.locator('#scrubber p').allTextContents();
+  const state = () => page.evaluate(() => ({
+    values: studyData.studies.map(curve => [...curve.values]), closes: [...studyData.prices.close], labels: studyData.labels.map(({bar, text}) => [bar, text]),
+  }));
+  // Against a file of these lines, by the same program.
+  const expectRun = async lines => {
+    const file = path.join(folder, 'cut.csv'), table = path.join(folder, 'cut_run.csv');
+    fs.writeFileSync(file, [header, ...lines, ''].join('\n'));
+    assert.strictEqual(spawnSync(program, ['run', file, 'Close', 'Sim(Close, 5)', 'KaseCCSS(Bar).integer1', 'KaseCCSS(Bar).label1', '-o', table]).status, 0);
+    const cells = fs.readFileSync(table, 'utf8').trim().split('\n').slice(1).map(line => line.split(','));
+    const column = at => cells.map(row => row[at] === '' ? NaN : Number(row[at]));
+    const {values, closes, labels} = await state();
+    assert.deepStrictEqual([closes, values[0], values[1]], [column(1), column(2), column(3)]);
+    const labelled = cells.flatMap((row, bar) => row[4] ? [[bar, row[4]]] : []);
+    assert.deepStrictEqual(labels, labelled);
+  };
+  const isAsOf = text => until(async () => (await texts())[0].startsWith(text), text);
+  const dateOf = bar => rows[bar].split(',')[0];
+
+  await page.keyboard.press(',');
+  await isAsOf(`As of ${dateOf(328)}: 24 bars`);  // from bar 305 on
+  await expectRun(rows.slice(0, 329));
+  assert.match((await texts())[1], new RegExp(`^${dateOf(328)}: .*, today `));
+  await page.locator('#scrubber input').fill('303');
+  await isAsOf(`As of ${dateOf(303)}: today`);
+  await expectRun(rows.slice(0, 304));
+  await page.keyboard.press('Shift+Comma');
+  await isAsOf(`As of ${dateOf(303)}, change 311 of 392: 1 bar`);
+  await expectRun([...rows.slice(0, 303), tick(303, 1503)]);
+
+  chart.send([tick(302, 950), ...rows.slice(330, 335)]);  // what comes in the meantime
+  await isAsOf(`As of ${dateOf(303)}, change 311 of 398: 2 bars`);
+  await expectRun([...rows.slice(0, 303), tick(303, 1503)]);
+  await page.keyboard.press('Escape');
+  await page.waitForFunction(() => studyData.prices.close.length === 335);
+  const fresh = await open(chart);
+  await fresh.waitForSelector('#live.live');
+  const [back, loaded] = [await shown(page), await shown(fresh)];
+  for (const part of Object.keys(loaded)) assert.ok(JSON.stringify(back[part]) === JSON.stringify(loaded[part]), part);
+  assert.notStrictEqual(now.image, loaded.image);
+  assert.deepStrictEqual(page.faults, []);
+});
