@@ -1,3 +1,7 @@
+#ifdef _WIN32
+#include <winsock2.h>  // ahead of windows.h, which headers below include
+#endif
+
 #include "chart_server/server.h"
 
 #include "chart_server/chart_feed.h"
