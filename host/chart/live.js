@@ -4,9 +4,10 @@
 const liveColumns = !study.live ? [] : [
   ...['open', 'high', 'low', 'close'].map((name, at) => ({name, pane: 0, values: study.prices[name], read: row => row[2][at]})),
   {name: 'volume', pane: study.volumePane ?? 0, values: study.volume, read: row => row[2][4]},
-  ...study.studies.flatMap(({typed, name, pane, values, column, bar, barColumns}) => [
-    {name: name ? `${typed}.${name}` : typed, pane, values, read: row => row[3][column]},
-    ...Object.entries(barColumns ?? {}).map(([price, at]) => ({name: `${typed}.${price}`, pane, values: bar[price], read: row => row[3][at]})),
+  ...study.studies.flatMap(curve => [
+    {name: `${curve.typed} ${shortMeaning(curve)}`.trim(), pane: curve.pane, values: curve.values, read: row => row[3][curve.column]},
+    ...Object.entries(curve.barColumns ?? {}).map(([name, at]) =>
+      ({name: `${curve.typed} ${name}`, pane: curve.pane, values: curve.bar[name], read: row => row[3][at]})),
   ]),
 ].filter(({values}) => values);
 

@@ -167,23 +167,27 @@ std::string ChartFeed::Then(std::optional<std::uint64_t> update, std::size_t bar
     if (count == 0) Fail("there are no bars");
     const std::shared_ptr<History> past = history;
     const History::Moment moment = update ? past->After(*update, count) : past->AtEndOf(bar, count);
-    const History::Way way = past->WayTo(moment, live->Bars());
-    lock.unlock();
-    try {
-        past->Calculate(way);
-    } catch (...) {
+    // Bars that nothing has changed since have the results that they had.
+    const bool isCalculated = !past->ChangedSince(moment).empty();
+    if (isCalculated) {
+        const History::Way way = past->WayTo(moment, live->Bars());
+        lock.unlock();
+        try {
+            past->Calculate(way);
+        } catch (...) {
+            lock.lock();
+            past->LoseWay();
+            throw;
+        }
         lock.lock();
-        past->LoseWay();
-        throw;
+        if (!live || history != past || moment.update < past->FirstUpdate()) Fail("the bars have become others");
     }
-    lock.lock();
-    if (!live || history != past || moment.update < past->FirstUpdate()) Fail("the bars have become others");
 
     const BarFile& bars = live->Bars();
     std::vector<Row> differing;
     const std::vector<History::Values> corrected = past->ChangedSince(moment);
     auto next = corrected.begin();
-    for (std::size_t i = 0; i < moment.barCount; ++i) {
+    for (std::size_t i = 0; i < moment.barCount && isCalculated; ++i) {
         const std::vector<double>* const cells = next != corrected.end() && next->bar == i ? (next++)->row : nullptr;
         const bool isSame = (!cells || std::ranges::equal(*cells, bars.Row(i).values, HasSameBits)) &&
                             std::ranges::equal(past->Results(i), live->Values(i), HasSameBits);

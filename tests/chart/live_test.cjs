@@ -309,7 +309,7 @@ test('the past shows what a run over the cut file gives, and marks what is anoth
   await page.keyboard.press(',');
   await isAsOf(`As of ${dateOf(328)}: 21 bars have other values today`);  // by the correction of bar 305
   await expectRun(rows.slice(0, 329));
-  assert.match((await texts())[1], /^2001-04-18: VolStop\(Bar, 2, 3, 0\)\.curve1 1236\.07, today –; /);
+  assert.match((await texts())[1], /^2001-04-18: VolStop\(Bar, 2, 3, 0\) short stop 1236\.07, today –; /);
   await page.locator('#scrubber input').fill('303');
   await isAsOf(`As of ${dateOf(303)}: today`);
   await expectRun(rows.slice(0, 304));
