@@ -173,6 +173,8 @@ test('the crosshair shows what a run gives', async () => {
     return [date, cells];
   }));
   const page = await open(data, expressions);
+  const held = await page.evaluate(() => studyData.studies.map(curve => Array.from(curve.values.slice(-300))));
+  assert.deepStrictEqual(held, [0, 1].map(column => [...table.values()].slice(0, 300).map(cells => Number(cells[column]))), 'to the last bit');
   const onAxis = cell => Number(cell).toFixed(2);
   const seen = new Set();
   let labels = 0;
