@@ -322,7 +322,7 @@ TEST(Command, SaysWhatIsWrongWithACommandLine) {
         {run + "--format cvs", "run: --format: \"cvs\" is none of table, csv, tsv, json, ndjson ("},
         {run + "-open", "\"-open\" begins like an option; put -- ahead of what begins with a dash: -- \"-open\" ("},
         {"list x", "list: \"x\" is one argument too many ("},
-        {"chart " + Data, "chart: -o or --png is missing ("},
+        {"chart " + Data, "chart: -o, --png or --live is missing ("},
     };
     for (const auto& [arguments, message] : cases) {
         const ProgramRun outcome = RunStudy(arguments);
