@@ -76,7 +76,9 @@ function differenceText(bar) {
   const texts = [];
   for (const [at, {name, pane}] of liveColumns.entries()) {
     const [then, today] = [shownBars, past.today].map(bars => bars.columns[at][bar]);
-    if (hasOther(then, today)) texts.push(`${name} ${valueText(then, pane)}, today ${valueText(today, pane)}`);
+    if (!hasOther(then, today)) continue;
+    const [short, shortToday] = [then, today].map(value => valueText(value, pane));
+    texts.push(short === shortToday ? `${name} ${then}, today ${today}` : `${name} ${short}, today ${shortToday}`);
   }
   return texts.length ? `${dateOf(bar)}: ${texts.slice(0, 3).join('; ')}${texts.length > 3 ? ` and ${texts.length - 3} more` : ''}` : '';
 }

@@ -157,7 +157,9 @@ public:
         if (!error) acceptor.listen(asio::socket_base::max_listen_connections, error);
         if (error) Fail("port {} of {}: {}", settings.port, address.to_string(), SystemText(error));
         const std::uint16_t port = acceptor.local_endpoint().port();
-        const std::string name = address.is_v6() ? "[" + address.to_string() + "]" : address.to_string();
+        const std::string name = address.is_unspecified() ? asio::ip::host_name()
+                                 : address.is_v6()       ? "[" + address.to_string() + "]"
+                                                         : address.to_string();
         access.host = fmt::format("{}:{}", name, port);
         access.anyHost = address.is_unspecified();
         access.isLoopback = address.is_loopback();
