@@ -9,7 +9,7 @@ import subprocess
 import tempfile
 from typing import Any
 
-from ._library import PROGRAM
+from ._library import COMMAND
 from ._tables import Table, as_numbers, is_frame
 
 
@@ -54,7 +54,7 @@ def page(study: Any, bars: Any, path: Any, *, last: int | None = None, theme: st
         file = pathlib.Path(folder) / f"{pathlib.Path(title).name}.csv"
         _write_bars(bars, file)
         chart = pathlib.Path(folder) / "chart.html"
-        command = [str(PROGRAM), "chart", str(file), *expressions, *named.values(), "-o", str(chart), "--theme", theme]
+        command = [*COMMAND, "chart", str(file), *expressions, *named.values(), "-o", str(chart), "--theme", theme]
         for option, value in (("--last", last), ("--history", settings["history"]), ("--digits", settings["digits"]),
                               ("--price-step", settings["price_step"] or None)):
             if value is not None:

@@ -10,7 +10,10 @@ from .errors import StudyError
 
 FOLDER = pathlib.Path(__file__).resolve().parent
 OPERATORS = FOLDER / ("sarvane.dll" if sys.platform == "win32" else "libsarvane.so.1")
-PROGRAM = FOLDER / ("study.exe" if sys.platform == "win32" else "study")
+PROGRAM = FOLDER / "bin" / ("study.exe" if sys.platform == "win32" else "study")
+
+#: How a command of the program begins.
+COMMAND = [str(PROGRAM), "--library", str(OPERATORS)]
 
 _sarvane.open(OPERATORS, StudyError)
 
