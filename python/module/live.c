@@ -565,11 +565,16 @@ static PyObject* live_new(PyTypeObject* type, PyObject* args, PyObject* keywords
 }
 
 static PyMethodDef live_methods[] = {
-    {"append", (PyCFunction)(void (*)(void))live_append, METH_FASTCALL, NULL},
-    {"tick", live_tick, METH_O, NULL},
+    {"append", (PyCFunction)(void (*)(void))live_append, METH_FASTCALL,
+     "append(bar, time=None)\n\nTakes in the next bar, and gives the values on it. A time, where one is given, comes after that of "
+     "the bar before."},
+    {"tick", live_tick, METH_O,
+     "tick(bar)\n\nGives the last bar other values, as often as is wanted, and gives the results with them."},
     {"_correct", live_correct, METH_VARARGS, NULL},
-    {"save", live_save, METH_O, NULL},
-    {"restore", live_restore, METH_O, NULL},
+    {"save", live_save, METH_O,
+     "save(slot)\n\nKeeps the present state in a slot, 1 to 32766. The slots above it are forgotten."},
+    {"restore", live_restore, METH_O,
+     "restore(slot)\n\nGoes back to what save put into a slot. The slots above it are forgotten."},
     {"_results", live_results, METH_NOARGS, NULL},
     {"_state", live_state, METH_NOARGS, NULL},
     {"_set_state", live_set_state, METH_VARARGS, NULL},

@@ -172,7 +172,7 @@ class Namespace:
         self._folded = {one.casefold(): one for one in self._functions}
 
     def __getattr__(self, name: str) -> Function:
-        functions = self.__dict__.get("_functions", {})
+        functions: dict[str, Function] = self.__dict__.get("_functions", {})
         own = self.__dict__.get("_folded", {}).get(name.casefold())
         if own is None:
             raise AttributeError(f"there is no {name!r} in sarvane.{self.__name__}")

@@ -43,11 +43,18 @@ class Study(_sarvane.Live):
     A study can be pickled; it comes back with its bars and saves. Each thread needs studies of its own.
     """
 
+    _compiled: Compiled
+    _texts: tuple[tuple[str, ...], dict[str, str]]
+    _settings: dict[str, Any]
+    _names: tuple[str, ...]
+    _folded: dict[str, int]
+    _times: list[Any]
+
     def __new__(cls, *expressions: str, columns: Any = None, gaps: str = "missing", all_outputs: bool = False,
                 history: int | None = None, digits: int | None = None, hold: bool = False, price_step: float = 0.0,
                 **named: str) -> Study:
         is_gap = takes_nan_for_gap(gaps)
-        settings = {"all_outputs": all_outputs, "history": history, "digits": digits}
+        settings: dict[str, Any] = {"all_outputs": all_outputs, "history": history, "digits": digits}
         if columns is None:
             reads = Compiled(USUAL, expressions, named, **settings).info["reads"]
             columns = [name for name, is_read in zip(USUAL, reads) if is_read]
@@ -82,18 +89,18 @@ class Study(_sarvane.Live):
     @property
     def lookback(self) -> int:
         """How many bars the longest chain of operators looks back."""
-        return self._compiled.info["lookback"]
+        return int(self._compiled.info["lookback"])
 
     @property
     def plan(self) -> list[dict[str, Any]]:
         """What is calculated on a bar, in order: the text of each part, how often expressions asked for it, the places
         that it reads (the columns come first) and the first place that it writes."""
-        return self._compiled.info["nodes"]
+        return list(self._compiled.info["nodes"])
 
     @property
     def warnings(self) -> list[str]:
         """What is no error and yet worth a word: arguments that their operator does not take as they stand."""
-        return self._compiled.info["warnings"]
+        return list(self._compiled.info["warnings"])
 
     @property
     def times(self) -> list[Any]:
@@ -158,7 +165,8 @@ class Study(_sarvane.Live):
     def run(self, bars: Any) -> Any:
         """`sarvane.run` of these expressions over other bars, without a change of this study."""
         expressions, named = self._texts
-        return run(bars, *expressions, **self._settings, **named)
+        options: dict[str, Any] = {**self._settings, **named}
+        return run(bars, *expressions, **options)
 
     def __reduce__(self) -> Any:
         return _unpickled, (type(self), self._texts, self._names, self._settings, self._state(), self._times)
@@ -196,7 +204,7 @@ class Study(_sarvane.Live):
 
 def _unpickled(cls: Any, texts: Any, names: Any, settings: Any, state: Any, times: Any) -> Study:
     expressions, named = texts
-    study = cls(*expressions, columns=names, **settings, **named)
+    study: Study = cls(*expressions, columns=names, **settings, **named)
     study._set_state(*state)
     study._times = list(times)
     return study
