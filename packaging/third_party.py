@@ -23,7 +23,7 @@ CHART = HERE.parent / "host/chart/package-lock.json"
 KINDS = {"libsarvane1": "library", "libsarvane-dev": "headers", "sarvane_": "program", ".tar.gz": "archive",
          ".zip": "windows", ".exe": "windows installer", ".whl": "wheel"}
 EVERYWHERE = {"library", "program", "archive", "windows", "windows installer", "wheel"}
-WITH_STUDY = EVERYWHERE - {"library", "wheel"}
+WITH_STUDY = EVERYWHERE - {"library"}
 WINDOWS = {"windows", "windows installer"}
 
 
@@ -63,6 +63,8 @@ PARTS = [
     Part("GNU C++ library", "GPL-3.0-or-later WITH GCC-exception-3.1", EVERYWHERE - WINDOWS, debian="libstdc++-12-dev"),
     Part("GNU C++ library for MinGW", "GPL-3.0-or-later WITH GCC-exception-3.1", WINDOWS,
          debian="g++-mingw-w64-x86-64-posix", copyright_of="libstdc++-12-dev"),
+    Part("zlib", "Zlib", {"archive", "wheel"}, debian="zlib1g-dev"),
+    Part("Zstandard", "BSD-3-Clause", {"archive", "wheel"}, debian="libzstd-dev"),
     Part("MinGW-w64", "ZPL-2.1 AND MIT AND BSD-3-Clause", WINDOWS, debian="mingw-w64-x86-64-dev"),
     Part("NSIS", "Zlib", {"windows installer"}, debian="nsis"),
 ]

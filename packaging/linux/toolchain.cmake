@@ -27,10 +27,11 @@ foreach(folder IN LISTS own_headers)
 endforeach()
 string(APPEND headers " -isystem ${LINUX_ROOT}/usr/include/${triplet} -isystem ${LINUX_ROOT}/usr/include")
 # The same bytes in whatever folder it is built.
+set(CMAKE_C_FLAGS_INIT "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
 set(CMAKE_CXX_FLAGS_INIT "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -nostdinc -nostdinc++${headers}")
 
 # The start of programs comes from the old system as well: it differs.
-foreach(kind EXE SHARED)
+foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT
       "-static-libstdc++ -B${LINUX_ROOT}/usr/lib/${triplet} -L${LINUX_ROOT}/usr/lib/${triplet} -L${LINUX_ROOT}/lib/${triplet}")
 endforeach()
