@@ -10,7 +10,10 @@ function color(name) {
 function applyTheme() {
   const theme = chosenTheme ?? (preferred.matches ? 'dark' : 'light');
   root.dataset.theme = theme;
-  document.getElementById('theme').textContent = theme === 'dark' ? '☀ Light' : '☾ Dark';
+  const other = theme === 'dark' ? 'Light colours' : 'Dark colours', button = document.getElementById('theme');
+  button.textContent = theme === 'dark' ? '☀' : '☾';
+  button.title = other;
+  button.setAttribute('aria-label', other);
   chart.applyOptions({
     layout: {
       background: {type: 'solid', color: color('page')},
