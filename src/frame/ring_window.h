@@ -43,8 +43,10 @@ public:
 
     // Removes the oldest element, if there is one.
     void PopFront() {
-        if (head != tail) head = Wrap(head + 1);
+        if (head != tail) DropOldest();
     }
+    // Removes the oldest element of a ring that is not empty.
+    void DropOldest() { head = Wrap(head + 1); }
 
 protected:
     using Cells = std::shared_ptr<Element[]>;
@@ -116,7 +118,7 @@ protected:
 template <class Ring, class Element>
 void PushWithin(Ring& window, const Element& element, int limit) {
     window.Push(element);
-    if (window.Size() > limit) window.PopFront();
+    if (window.Size() > limit) window.DropOldest();
 }
 
 // Drops the oldest element of a window of exactly `limit`, and appends. A window that is longer already
