@@ -131,7 +131,8 @@ double CSetStepValue::Step(const BarPrices& in) {
     if (period < 1) return UndefinedValue;
     StepValueRecord& live = records.Live();
     isCurrent = {};
-    const BarPrices bar = WithGapsFilled(live.previous, in.data());
+    BarPrices bar = in;
+    FillGaps(bar, live.previous);
     live.bars.Push(bar);
     const double value = ValueOf(bar);
     if (live.bars.Size() - 1 > period) live.bars.PopFront();
