@@ -146,8 +146,8 @@ STDMETHODIMP CTDReboOp::ResetBar(int, int lastBar, int count, const double* seed
 STDMETHODIMP CTDReboOp::CalculateBar(int bar, int, const double* in, int, double* out) {
     out[0] = out[1] = UndefinedValue;
     TDReboRecord& live = states.Live();
-    const BarPrices prices = WithGapsFilled(live.previous, in);
-    if (HasGap(prices)) return S_OK;
+    BarPrices prices = ValuesAt<BarPrices>(in);
+    if (!FillGaps(prices, live.previous)) return S_OK;
     const Levels levels = StepLevels(live, prices);
     live.previous = prices;
     if (Shows(bar, live.lastBar)) {
