@@ -47,7 +47,7 @@ private:
     // elements push before it pops.
     static int CapacityFor(long long elements) { return Window::PowerOfTwoFor(elements + 2); }
 
-    BasicHistoryRing& CopyOther(const BasicHistoryRing& source);
+    [[gnu::cold, gnu::noinline]] BasicHistoryRing& CopyOther(const BasicHistoryRing& source);
     void StartOver(int slots) noexcept;
     void UseNewBuffer(int slots);
     void LeaveBuffer() noexcept;

@@ -23,7 +23,7 @@ struct HighLow {
 };
 
 struct KasePeakOscState {
-    BasicHistoryRing<HighLow> bars;  // the recent ones, gaps included
+    BasicHistoryRing<HighLow> bars{30};  // the recent ones, gaps included
     int ordinary = 0;                // how many of the newest bars in a row have ordinary prices
     GuardedValue close;              // of the last bar
     PriceRuns runs;                  // those measured last, in units of volatility
