@@ -30,7 +30,7 @@ double AppendedMean(HistoryRing& history, double value, int depth, int wanted) {
     PushReplacing(history, value, depth);
     if (wanted < 1 || wanted > history.Size()) return UndefinedValue;
     double sum = 0.0;
-    history.NewestFirst(wanted, [&](double earlier) { sum += earlier; });
+    history.NewestFirst<true>(wanted, [&](double earlier) { sum += earlier; });
     return sum / wanted;
 }
 

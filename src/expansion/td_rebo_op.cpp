@@ -58,9 +58,9 @@ struct OldestElements {
     int Size() const { return n; }
     const double& operator[](int i) const { return ring[i]; }
     const double& Newest(int bars = 0) const { return ring[n - 1 - bars]; }
-    template <class Use>
+    template <bool InFours, class Use>
     void OldestFirst(int count, Use use, int skipped) const {
-        ring.OldestFirst(count, use, skipped);
+        ring.OldestFirst<InFours>(count, use, skipped);
     }
 };
 // Each high is added and each low taken off in turn, from the oldest bar on.

@@ -46,7 +46,7 @@ public:
             extreme = &element;
             place = left;
         };
-        window.OldestFirst(count, compare, skipped);
+        window.template OldestFirst<true>(count, compare, skipped);
         return place;
     }
 
