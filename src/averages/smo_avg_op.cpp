@@ -19,7 +19,7 @@ STDMETHODIMP CSmoAvgOp::SetParameter(short index, const char16_t* value, TextSlo
     case HistoryDepthIndex: depth = number; break;
     case Period:
         period = PositiveOrUnset(number);
-        states.Live().history.Reconfigure(depth);
+        states.Live().history.Reconfigure(IsUnset(period) ? depth : 0);  // a constant period needs none
         break;
     }
     return S_OK;
