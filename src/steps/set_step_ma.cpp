@@ -119,6 +119,4 @@ int CSetStepMA::Save(short slot) {
     return 1;
 }
 
-int CSetStepMA::Restore(short slot) { return records.Restore(slot) == S_OK; }
-
 }  // namespace sarvane

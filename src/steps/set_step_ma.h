@@ -47,7 +47,7 @@ public:
     // Copies the running state into a slot. Returns 1.
     int Save(short slot);
     // Copies a slot into the running state. Returns 1, or 0 for a slot above all that were saved.
-    int Restore(short slot);
+    int Restore(short slot) { return records.Restore(slot) == S_OK; }
 
 private:
     double AfterPush(StepMARecord& live, double value);

@@ -193,6 +193,4 @@ int CSetStepValue::Save(short slot) {
     return 1;
 }
 
-int CSetStepValue::Restore(short slot) { return records.Restore(slot) == S_OK; }
-
 }  // namespace sarvane

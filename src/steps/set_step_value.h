@@ -42,7 +42,7 @@ public:
     int GetLookback() const;
     int Save(short slot);
     // 1, or 0 for a slot that was never saved.
-    int Restore(short slot);
+    int Restore(short slot) { return records.Restore(slot) == S_OK; }
 
 private:
     double AfterPush(StepValueRecord& live, const BarPrices& bar);
