@@ -87,20 +87,44 @@ inline bool LengthCanBeBound(const GUID& id) {
 // How an operator gets the length of its window: as a constant, or from a curve, on every bar.
 enum class Length { Constant, Bound };
 
+struct Setting {
+    short index = 0;
+    std::u16string text;
+};
+
+inline constexpr int SmallNumber = 3;
+
+// The arguments that a class can't do without are SmallNumber. A window that is read from a curve only needs a
+// history that is deep enough.
+inline std::vector<Setting> SettingsFor(const GUID& id, int window, Length kind) {
+    const auto setting = [](short index, int number) {
+        const std::string text = std::to_string(number);
+        return Setting{index, std::u16string(text.begin(), text.end())};
+    };
+    const std::vector<Argument> numbers = NumbersOf(id);
+    const Argument* const length = LengthAmong(numbers);
+    std::vector<Setting> settings;
+    if (kind == Length::Bound) settings.push_back(setting(-1, window + 1));
+    for (const Argument& argument : numbers) {
+        const bool isLength = &argument == length;
+        const bool isNeeded = isLength ? kind == Length::Constant : !(argument.use & ArgumentIsOptional);
+        if (isNeeded) settings.push_back(setting(argument.index, isLength ? window : SmallNumber));
+    }
+    return settings;
+}
+
+inline void Prepare(IZelmorOp* op, const std::vector<Setting>& settings) {
+    for (const auto& [index, text] : settings) op->SetParameter(index, text.c_str(), nullptr);
+}
+
 class SteadyRun {
 public:
     static constexpr std::size_t SeriesLength = 4096;  // bars; a run goes round and round
 
-    // Arguments that the class can't do without are a small number.
     SteadyRun(const GUID& id, int window, Length kind = Length::Constant) : op(Create(id)) {
         const std::vector<Argument> numbers = NumbersOf(id);
         const Argument* const length = LengthAmong(numbers);
-        if (kind == Length::Bound) Set(-1, window + 1);  // history depth
-        for (const Argument& argument : numbers) {
-            const bool isLength = &argument == length;
-            const bool isNeeded = isLength ? kind == Length::Constant : !(argument.use & ArgumentIsOptional);
-            if (isNeeded) Set(argument.index, isLength ? window : SmallNumber);
-        }
+        Prepare(op.Get(), SettingsFor(id, window, kind));
         op->QueryInterface(IID_IZelmorOp2, bars.Slot());
         ushort count = 0;
         op->GetOutputCount(&count, nullptr);
@@ -128,13 +152,6 @@ public:
     IZelmorOp* operator->() const { return op.Get(); }
 
 private:
-    static constexpr int SmallNumber = 3;
-
-    void Set(short index, int number) {
-        const std::string text = std::to_string(number);
-        op->SetParameter(index, std::u16string(text.begin(), text.end()).c_str(), nullptr);
-    }
-
     void MakeSeries(short boundLength, int window, const std::vector<Argument>& numbers) {
         std::mt19937 random(1);
         std::normal_distribution<double> change(0.0, 0.01);

@@ -27,7 +27,7 @@ void Adapt(AdapAvgState& live, int window, double fast, double slow) {
         volatility += std::abs(value - later);
         later = value;
     };
-    history.NewestFirst(window - 1, addChange, 1);
+    history.NewestFirst<true>(window - 1, addChange, 1);
     if (!(volatility > 1e-100)) return;
     const double efficiency = std::abs(newest - history.Newest(window - 1)) / volatility;
     const double factor = efficiency * (fast - slow) + slow;

@@ -97,12 +97,22 @@ STDMETHODIMP CDefExpAvgOp<State>::Reset(int count, const double* seed) {
     return S_OK;
 }
 
+// Calls come last in a path, or any bar would have to save registers for them.
 template <class State>
 STDMETHODIMP CDefExpAvgOp<State>::Calculate(int, const double* in, int, double* out) noexcept {
+    return IsUndefined(smoothing) ? AverageBySmoothing(in, out) : Average(in[Curve], out);
+}
+
+template <class State>
+HRESULT CDefExpAvgOp<State>::Average(double value, double* out) noexcept {
     State& live = states.Live();
-    if (IsUndefined(smoothing)) live.SetFactors(in[Smoothing]);
-    out[0] = live.Advance(in[Curve]) ? RoundToSignificant(live.stages.back().average, digits) : UndefinedValue;
-    return S_OK;
+    return live.Advance(value) ? AnswerRounded(out, live.stages.back().average, digits) : this->AnswerUndefined(1, out);
+}
+
+template <class State>
+[[gnu::noinline]] HRESULT CDefExpAvgOp<State>::AverageBySmoothing(const double* in, double* out) noexcept {
+    states.Live().SetFactors(in[Smoothing]);
+    return Average(in[Curve], out);
 }
 
 template struct ExpStagesInSeries<1>;

@@ -88,6 +88,10 @@ public:
     STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) noexcept override;
 
 private:
+    HRESULT Average(double value, double* out) noexcept;
+    // The same with a smoothing that is read from a curve.
+    HRESULT AverageBySmoothing(const double* in, double* out) noexcept;
+
     int digits = 6;  // significant digits of the output
     int depth = DefaultHistoryDepth;
     double smoothing = UndefinedValue;

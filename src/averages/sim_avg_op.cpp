@@ -18,44 +18,19 @@ double SumTolerance(double sum) {
 // Whether a running sum is too inaccurate once its oldest value has been subtracted. Adding a large value rounds the
 // sum to that value's precision, and the error is still there in `rest`, what remains after the subtraction.
 bool IsInaccurate(double rest, double oldest) {
-    const double error = std::abs(oldest * Epsilon);
-    // Spares nearly every bar the division in SumTolerance: such an error is well below the tolerance.
-    if (error * 2e8 < std::abs(rest)) return false;
-    return error > SumTolerance(rest);
-}
-
-// Removes the oldest value from a window and returns the sum of the others. If subtracting it from `sum` would leave
-// too large an error, the others are added up afresh.
-double DropOldest(HistoryRing& window, double sum) {
-    const double oldest = window[0];
-    window.PopFront();
-    const double rest = sum - oldest;
-    if (!IsInaccurate(rest, oldest)) return rest;
-    double fresh = 0.0;
-    window.OldestFirst(window.Size(), [&](double value) { fresh += value; });
-    return fresh;
-}
-
-// Appends a value to the window of the last `period` values and returns their mean, or UndefinedValue while there are
-// fewer than `needed`.
-double RunningMean(SimAvgState& live, double value, int period, int needed) {
-    HistoryRing& window = live.history;
-    double sum = live.sum;
-    if (window.Size() == period) sum = DropOldest(window, sum);
-    window.Push(value);
-    sum += value;
-    live.sum = sum;
-    const int size = window.Size();
-    return size >= needed ? sum / size : UndefinedValue;
+    // Spares nearly every bar the division in SumTolerance: half the tolerance is not reached.
+    constexpr double Half = Epsilon * 2e8;
+    if (std::abs(oldest) * Half < std::abs(rest)) return false;
+    return std::abs(oldest * Epsilon) > SumTolerance(rest);
 }
 
 // Appends a value to the history and returns the mean of the last `wanted` values. `wanted` can differ from bar to bar,
 // so there is no running sum: the values are added up on every bar, from the newest to the oldest.
-double MeanOfNewest(HistoryRing& history, double value, int depth, int wanted) {
+double AppendedMean(HistoryRing& history, double value, int depth, int wanted) {
     PushReplacing(history, value, depth);
     if (wanted < 1 || wanted > history.Size()) return UndefinedValue;
     double sum = 0.0;
-    history.NewestFirst(wanted, [&](double earlier) { sum += earlier; });
+    history.NewestFirst<true>(wanted, [&](double earlier) { sum += earlier; });
     return sum / wanted;
 }
 
@@ -67,12 +42,13 @@ STDMETHODIMP CSimAvgOp::SetParameter(short index, const char16_t* value, TextSlo
     case HistoryDepthIndex: depth = number; break;
     case Period:
         period = PositiveOrUnset(number);
-        states.Live().history.Reconfigure(ValueOr(period, depth));
+        states.Live().history.Reconfigure(WindowRoom(period, depth));
         break;
     case MinBars:  // stays unset with an unset period, since UndefinedParam is the lowest int
         minBars = number > 0 && number <= period ? number : UndefinedParam;
         break;
     }
+    needed = ValueOr(minBars, period);
     return S_OK;
 }
 
@@ -85,11 +61,44 @@ STDMETHODIMP CSimAvgOp::Reset(int count, const double* seed) {
 }
 
 STDMETHODIMP CSimAvgOp::Calculate(int, const double* in, int, double* out) {
-    SimAvgState& live = states.Live();
+    return IsUnset(period) ? MeanOfNewest(states.Live(), in, out) : RunningMean(states.Live(), in[Curve], out);
+}
+
+[[gnu::noinline]] HRESULT CSimAvgOp::MeanOfNewest(SimAvgState& live, const double* in, double* out) const {
     return CarryForward(live.previous, in, out, [&](double value) {
-        return IsUnset(period) ? MeanOfNewest(live.history, value, depth, TruncateToInt(in[Period]))
-                               : RunningMean(live, value, period, ValueOr(minBars, period));
+        return AppendedMean(live.history, value, depth, TruncateToInt(in[Period]));
     });
+}
+
+// Calls come last in a path, or any bar would have to save registers for them.
+HRESULT CSimAvgOp::RunningMean(SimAvgState& live, double value, double* out) const {
+    if (IsUndefined(value)) value = live.previous;
+    if (IsUndefined(value)) return AnswerUndefined(1, out);
+    HistoryRing& window = live.history;
+    int size = window.Size();
+    double sum = live.sum;
+    if (size == period) {
+        const double oldest = window[0];
+        sum -= oldest;
+        if (IsInaccurate(sum, oldest)) [[unlikely]] return AfterSummingAfresh(live, value, out);
+        window.DropOldest();
+    } else {
+        ++size;
+    }
+    sum += value;
+    live.sum = sum;
+    live.previous = value;
+    out[0] = size >= needed ? sum / size : UndefinedValue;
+    return EndWithPush(window, value);
+}
+
+// Drops the oldest value, adds up the others, and takes the bar with this sum.
+[[gnu::cold, gnu::noinline]] HRESULT CSimAvgOp::AfterSummingAfresh(SimAvgState& live, double value, double* out) const {
+    HistoryRing& window = live.history;
+    window.DropOldest();
+    live.sum = 0.0;
+    window.OldestFirst(window.Size(), [&](double earlier) { live.sum += earlier; });
+    return RunningMean(live, value, out);
 }
 
 }  // namespace sarvane

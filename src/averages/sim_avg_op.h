@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/described.h"
-#include "frame/history_ring.h"
+#include "frame/window_state.h"
 
 namespace sarvane {
 
@@ -40,9 +40,15 @@ public:
     STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
+    // One bar with a period from a curve, and with a constant one.
+    HRESULT MeanOfNewest(SimAvgState& live, const double* in, double* out) const;
+    HRESULT RunningMean(SimAvgState& live, double value, double* out) const;
+    HRESULT AfterSummingAfresh(SimAvgState& live, double value, double* out) const;
+
     int depth = DefaultHistoryDepth;
     int period = UndefinedParam;
     int minBars = UndefinedParam;
+    int needed = UndefinedParam;  // values for an output with a constant period
     StateStore<SimAvgState> states;
 };
 

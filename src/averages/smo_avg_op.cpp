@@ -19,7 +19,7 @@ STDMETHODIMP CSmoAvgOp::SetParameter(short index, const char16_t* value, TextSlo
     case HistoryDepthIndex: depth = number; break;
     case Period:
         period = PositiveOrUnset(number);
-        states.Live().history.Reconfigure(depth);
+        states.Live().history.Reconfigure(IsUnset(period) ? depth : 0);  // a constant period needs none
         break;
     }
     return S_OK;
@@ -41,22 +41,28 @@ STDMETHODIMP CSmoAvgOp::Reset(int count, const double* seed) {
     return S_OK;
 }
 
+// Calls come last in a path, or any bar would have to save registers for them.
 STDMETHODIMP CSmoAvgOp::Calculate(int, const double* in, int, double* out) {
-    SmoAvgState& live = states.Live();
-    return CarryForward(live.previous, in, out, [&](double value) {
-        return IsUnset(period) ? StepByCurve(live, value, TruncateToInt(in[Period])) : StepByConstant(live, value);
-    });
+    return IsUnset(period) ? BarByCurve(states.Live(), in, out) : StepByConstant(states.Live(), in[Curve], out);
 }
 
-double CSmoAvgOp::StepByConstant(SmoAvgState& live, double value) const {
+HRESULT CSmoAvgOp::StepByConstant(SmoAvgState& live, double value, double* out) const {
+    if (IsUndefined(value)) value = live.previous;
+    if (IsUndefined(value)) return AnswerUndefined(1, out);
+    live.previous = value;
     if (IsUndefined(live.average)) {
         live.sum += value;
-        if (++live.count != period) return UndefinedValue;
+        if (++live.count != period) return AnswerUndefined(1, out);
         live.average = live.sum / period;
     } else {
         live.average = Moved(live.average, value, period);
     }
-    return RoundToSignificant(live.average, digits);
+    return AnswerRounded(out, live.average, digits);
+}
+
+[[gnu::noinline]] HRESULT CSmoAvgOp::BarByCurve(SmoAvgState& live, const double* in, double* out) const {
+    return CarryForward(live.previous, in, out,
+                        [&](double value) { return StepByCurve(live, value, TruncateToInt(in[Period])); });
 }
 
 // The period can differ from bar to bar. The average starts on the first bar whose period is not above the number of

@@ -39,7 +39,8 @@ public:
     STDMETHODIMP Calculate(int inputCount, const double* in, int outputCount, double* out) override;
 
 private:
-    double StepByConstant(SmoAvgState& live, double value) const;
+    HRESULT StepByConstant(SmoAvgState& live, double value, double* out) const;
+    HRESULT BarByCurve(SmoAvgState& live, const double* in, double* out) const;
     double StepByCurve(SmoAvgState& live, double value, int wanted) const;
 
     int digits = 6;  // significant digits of a rounded output

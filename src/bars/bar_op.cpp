@@ -14,6 +14,7 @@ bool NearZero(double divisor) { return divisor > -1e-100 && divisor < 1e-100; }
 // undefined. High and low are dropped as a pair, and then also forgotten, so that a later gap can't repeat them.
 template <class Rule>
 void Combine(BarInputs& used, double* out) {
+    if (Rule::Divides) std::fill_n(out, 4, UndefinedValue);
     const double value = used[Rule::Value];
     if (Rule::Divides && Rule::BarLeads && NearZero(value)) return;
     const auto dropped = [](double price) { return Rule::Divides && !Rule::BarLeads && NearZero(price); };
@@ -47,10 +48,9 @@ STDMETHODIMP CBarOp<Rule>::ResetBar(int mode, int lastBar, int count, const doub
 
 template <class Rule>
 STDMETHODIMP CBarOp<Rule>::CalculateBar(int, int, const double* in, int, double* out) noexcept {
-    std::fill_n(out, 4, UndefinedValue);
     BarRecord& live = states.Live();
-    BarInputs used = WithGapsFilled(holdPrevious ? live.inputs : NoInputs, in);
-    if (HasGap(used)) return S_OK;
+    BarInputs used = ValuesAt<BarInputs>(in);
+    if (!FillGaps(used, holdPrevious ? live.inputs : NoInputs)) return this->AnswerUndefined(4, out);
     Combine<Rule>(used, out);
     live.inputs = used;
     return S_OK;

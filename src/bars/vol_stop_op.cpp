@@ -128,10 +128,8 @@ STDMETHODIMP CVolStopOp::CalculateBar(int, int, const double* in, int, double* o
     VolStopRecord& live = states.Live();
     const bool signal = !IsUndefined(in[SignalInput]) && in[SignalInput] != 0.0;
     // If one price is missing all four repeat the bar before.
-    BarPrices bar;
-    std::copy_n(in, bar.size(), bar.begin());
-    if (HasGap(bar)) bar = live.previous;
-    if (HasGap(bar)) return S_OK;
+    BarPrices bar = ValuesAt<BarPrices>(in);
+    if (!RepeatIfGap(bar, live.previous)) return S_OK;
     if (CanFormStops()) StepStops(live, bar, signal, out);
     live.previous = bar;
     return S_OK;

@@ -20,9 +20,9 @@ struct VolStopRecord {
     double closeBefore = UndefinedValue;  // close of the last bar whose range was averaged
     double sum = 0.0;                 // of the last ranges, for the simple average and the start of the smoothed one
     double average = UndefinedValue;  // running value of the smoothed and the exponential average
-    HistoryRing ranges;               // of the last bars, oldest first
-    HistoryRing volatilities;         // averaged and multiplied ranges that wait for the lag to pass
-    HistoryRing prices;               // prices to hang the stops from that wait for the lag to pass
+    HistoryRing ranges{30};           // of the last bars, oldest first
+    HistoryRing volatilities{30};     // averaged and multiplied ranges that wait for the lag to pass
+    HistoryRing prices{30};           // prices to hang the stops from that wait for the lag to pass
     Stop longStop;
     Stop shortStop;
     bool longActive = true;  // whether the long stop or the short one is the active stop

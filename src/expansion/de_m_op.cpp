@@ -56,8 +56,8 @@ STDMETHODIMP CDeMOp::Reset(int count, const double* seed) {
 STDMETHODIMP CDeMOp::Calculate(int, const double* in, int, double* out) {
     out[0] = UndefinedValue;
     DeMRecord& live = states.Live();
-    const BarPrices bar = WithGapsFilled(live.previous, in);
-    if (HasGap(bar) || IsUnset(smoothLength)) return S_OK;
+    BarPrices bar = ValuesAt<BarPrices>(in);
+    if (!FillGaps(bar, live.previous) || IsUnset(smoothLength)) return S_OK;
     out[0] = UpShare(live, bar);
     live.previous = bar;
     return S_OK;

@@ -50,15 +50,19 @@ double Extreme(int n, ValueAt valueAt, Beyond isBeyond) {
     return extreme;
 }
 
-// The same for the oldest `n` elements of a ring.
-template <class Beyond>
-double ExtremeOfOldest(int n, const HistoryRing& ring, Beyond isBeyond) {
-    double extreme = ring[0];
-    ring.OldestFirst(
-        n - 1, [&](double value) { extreme = isBeyond(value, extreme) ? value : extreme; }, 1);
-    return extreme;
-}
+// The oldest `n` elements of a ring, as a window of their own.
+struct OldestElements {
+    const HistoryRing& ring;
+    int n;
 
+    int Size() const { return n; }
+    const double& operator[](int i) const { return ring[i]; }
+    const double& Newest(int bars = 0) const { return ring[n - 1 - bars]; }
+    template <bool InFours, class Use>
+    void OldestFirst(int count, Use use, int skipped) const {
+        ring.OldestFirst<InFours>(count, use, skipped);
+    }
+};
 // Each high is added and each low taken off in turn, from the oldest bar on.
 double MeanOfRanges(int n, const HistoryRing& highs, const HistoryRing& lows) {
     double sum = 0.0;
@@ -67,25 +71,6 @@ double MeanOfRanges(int n, const HistoryRing& highs, const HistoryRing& lows) {
         sum -= lows[i];
     }
     return sum / n;
-}
-
-// Merges the oldest `n` bars of two rings into one range. With a single bar there is nothing to merge, and every method
-// gives the range of that bar.
-double RangeOf(int method, int n, const HistoryRing& highs, const HistoryRing& lows) {
-    constexpr std::greater<> Above;
-    constexpr std::less<> Below;
-    const auto range = [&](int i) { return highs[i] - lows[i]; };
-    switch (n < 2 ? OldestRange : method) {
-    case MeanRange:
-    case CommonMean: return MeanOfRanges(n, highs, lows);
-    case OuterRange:
-    case RootRange: return ExtremeOfOldest(n, highs, Above) - ExtremeOfOldest(n, lows, Below);
-    case InnerRange: return ExtremeOfOldest(n, highs, Below) - ExtremeOfOldest(n, lows, Above);
-    case WidestRange: return Extreme(n, range, Above);
-    case NarrowestRange: return Extreme(n, range, Below);
-    case OldestRange: return range(0);
-    default: return UndefinedValue;
-    }
 }
 
 double RootIfPositive(double range) { return range > 0.0 ? std::sqrt(range) : range; }
@@ -139,6 +124,7 @@ STDMETHODIMP CTDReboOp::ResetBar(int, int lastBar, int count, const double* seed
     live.previous = SeedsOf<BarPrices>(count, seed);
     ResetAll(steps);
     for (HistoryRing& ring : live.rings) ring.Clear();
+    live.extremes = {};
     live.lastBar = lastBar;
     return S_OK;
 }
@@ -146,8 +132,8 @@ STDMETHODIMP CTDReboOp::ResetBar(int, int lastBar, int count, const double* seed
 STDMETHODIMP CTDReboOp::CalculateBar(int bar, int, const double* in, int, double* out) {
     out[0] = out[1] = UndefinedValue;
     TDReboRecord& live = states.Live();
-    const BarPrices prices = WithGapsFilled(live.previous, in);
-    if (HasGap(prices)) return S_OK;
+    BarPrices prices = ValuesAt<BarPrices>(in);
+    if (!FillGaps(prices, live.previous)) return S_OK;
     const Levels levels = StepLevels(live, prices);
     live.previous = prices;
     if (Shows(bar, live.lastBar)) {
@@ -163,9 +149,12 @@ CTDReboOp::Levels CTDReboOp::StepLevels(TDReboRecord& live, const BarPrices& pri
     for (std::size_t i = 0; i < values.size(); ++i) values[i] = steps[i].Step(prices);
     if (HasGap(values)) return {};
     for (std::size_t i = 0; i < values.size(); ++i) live.rings[i].Push(values[i]);
-    const Levels levels = IsReady(live) ? LevelsOf(live) : Levels{};
+    const bool ready = IsReady(live);
+    const Levels levels = ready ? LevelsOf(live) : Levels{};
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (live.rings[i].Size() > OldestLag(i)) live.rings[i].PopFront();
+        const bool dropped = live.rings[i].Size() > OldestLag(i);
+        if (dropped) live.rings[i].PopFront();
+        if (!IsBase(i) && !(ready && dropped)) live.extremes.places[i].Forget();
     }
     return levels;
 }
@@ -188,9 +177,36 @@ bool CTDReboOp::IsReady(const TDReboRecord& live) const {
     return true;
 }
 
-CTDReboOp::Levels CTDReboOp::LevelsOf(const TDReboRecord& live) const {
-    double up = RangeOf(rangeMethod, rangeLength, live.rings[UpHigh], live.rings[UpLow]);
-    double down = RangeOf(rangeMethod, rangeLength, live.rings[DownHigh], live.rings[DownLow]);
+// Merges the oldest `rangeLength` bars of two rings into one range. With a single bar there is nothing to merge, and
+// every method gives the range of that bar.
+double CTDReboOp::RangeOf(TDReboRecord& live, ReboValue highValue, ReboValue lowValue) const {
+    constexpr std::greater<> Above;
+    constexpr std::less<> Below;
+    const HistoryRing &highs = live.rings[highValue], &lows = live.rings[lowValue];
+    const auto range = [&](int i) { return highs[i] - lows[i]; };
+    const auto extreme = [&](ReboValue value, auto isBeyond) {
+        const OldestElements oldest{live.rings[value], rangeLength};
+        const auto hasOrder = [](double element) { return element == element; };
+        return oldest.Newest(live.extremes.places[value].Follow(oldest, isBeyond, hasOrder));
+    };
+    switch (rangeLength < 2 ? OldestRange : rangeMethod) {
+    case MeanRange:
+    case CommonMean: return MeanOfRanges(rangeLength, highs, lows);
+    case OuterRange:
+    case RootRange: return extreme(highValue, Above) - extreme(lowValue, Below);
+    case InnerRange: return extreme(highValue, Below) - extreme(lowValue, Above);
+    case WidestRange: return Extreme(rangeLength, range, Above);
+    case NarrowestRange: return Extreme(rangeLength, range, Below);
+    case OldestRange: return range(0);
+    default: return UndefinedValue;
+    }
+}
+
+CTDReboOp::Levels CTDReboOp::LevelsOf(TDReboRecord& live) const {
+    if (live.extremes.method != rangeMethod || live.extremes.length != rangeLength)
+        live.extremes = {.method = rangeMethod, .length = rangeLength, .places = {}};
+    double up = RangeOf(live, UpHigh, UpLow);
+    double down = RangeOf(live, DownHigh, DownLow);
     if (rangeMethod == CommonMean) up = down = (up + down) * 0.5;
     if (rangeMethod == RootRange) {
         up = RootIfPositive(up);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/described.h"
+#include "frame/extreme_place.h"
 #include "frame/history_ring.h"
 #include "steps/set_step_value.h"
 #include "steps/value_kinds.h"
@@ -12,10 +13,19 @@ namespace sarvane {
 enum ReboValue : std::size_t { UpHigh, UpLow, DownHigh, DownLow, UpBase, DownBase, ReboValueCount };
 constexpr bool IsBase(std::size_t value) { return value >= UpBase; }
 
+// Where the extremes of the four range values stand among the bars of a range, by ReboValue. They are known from the bar
+// before if that bar dropped its oldest value, as all do that follow a full ring.
+struct RangeExtremes {
+    int method = UndefinedParam;  // what the places are known for
+    int length = UndefinedParam;
+    std::array<ExtremePlace, 4> places;
+};
+
 struct TDReboRecord {
     int lastBar = 0;                                // index of the last bar of the run, as `ResetBar` was told
     BarPrices previous = NoPrices;                  // of the last bar that was used
     std::array<HistoryRing, ReboValueCount> rings;  // recent values, by ReboValue
+    RangeExtremes extremes;
 };
 
 // TDRebo( bar, showHistory, ratio, baseKind, rangeLength, rangeMethod, upHighKind, upHighLag, upLowKind, upLowLag,
@@ -98,7 +108,8 @@ private:
     Levels StepLevels(TDReboRecord& live, const BarPrices& prices);
     long long OldestLag(std::size_t value) const;
     bool IsReady(const TDReboRecord& live) const;
-    Levels LevelsOf(const TDReboRecord& live) const;
+    Levels LevelsOf(TDReboRecord& live) const;
+    double RangeOf(TDReboRecord& live, ReboValue highs, ReboValue lows) const;
     bool Shows(int bar, int lastBar) const;
 
     int depth = DefaultHistoryDepth;

@@ -79,8 +79,8 @@ STDMETHODIMP CTDREIOp::Reset(int count, const double* seed) {
 STDMETHODIMP CTDREIOp::Calculate(int, const double* in, int, double* out) {
     out[0] = UndefinedValue;
     TDREIRecord& live = states.Live();
-    const BarPrices bar = WithGapsFilled(live.previous, in);
-    if (HasGap(bar) || IsUnset(period)) return S_OK;
+    BarPrices bar = ValuesAt<BarPrices>(in);
+    if (!FillGaps(bar, live.previous) || IsUnset(period)) return S_OK;
     out[0] = StepIndex(live, bar);
     live.previous = bar;
     return S_OK;

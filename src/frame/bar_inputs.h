@@ -22,17 +22,35 @@ Values SeedsOf(int count, const double* seed) {
     return values;
 }
 
-// The inputs of a bar, each missing one replaced by its previous value.
-template <class Values>
-Values WithGapsFilled(const Values& previous, const double* in) {
-    Values values;
-    for (std::size_t i = 0; i < values.size(); ++i) values[i] = IsUndefined(in[i]) ? previous[i] : in[i];
-    return values;
-}
-
 template <class Values>
 bool HasGap(const Values& values) {
     return std::ranges::any_of(values, [](double value) { return IsUndefined(value); });
+}
+
+// The inputs of a bar as they are.
+template <class Values>
+Values ValuesAt(const double* in) {
+    Values values;
+    std::copy_n(in, values.size(), values.begin());
+    return values;
+}
+
+// Replaces each missing value by its previous one. False if one is still missing then.
+template <class Values>
+bool FillGaps(Values& values, const Values& previous) {
+    if (!HasGap(values)) [[likely]] return true;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (IsUndefined(values[i])) values[i] = previous[i];
+    }
+    return !HasGap(values);
+}
+
+// Replaces all values by the previous ones if one is missing. False if one is still missing then.
+template <class Values>
+bool RepeatIfGap(Values& values, const Values& previous) {
+    if (!HasGap(values)) [[likely]] return true;
+    values = previous;
+    return !HasGap(values);
 }
 
 }  // namespace sarvane

@@ -16,12 +16,22 @@ public:
     // not become longer, its oldest element was dropped. `hasOrder` says whether an element can be compared.
     template <class Window, class Beyond, class Order>
     int Follow(const Window& window, Beyond isBeyond, Order hasOrder) {
-        const bool isInside = bars != Unknown && bars + 1 < window.Size();
-        if (!isInside || !hasOrder(window[0])) return bars = Search(window, window.Size(), isBeyond);
+        return FollowIfKept(window, isBeyond, hasOrder) ? bars : SearchAgain(window, isBeyond);
+    }
+    // The two halves of Follow: without a search, which gives false if one is needed, and with it.
+    template <class Window, class Beyond, class Order>
+    bool FollowIfKept(const Window& window, Beyond isBeyond, Order hasOrder) {
+        const bool isInside = static_cast<unsigned>(bars + 1) < static_cast<unsigned>(window.Size());
+        if (!isInside || !hasOrder(window[0])) return false;
         ++bars;
         if (isBeyond(window.Newest(), window.Newest(bars))) bars = 0;
-        return bars;
+        return true;
     }
+    template <class Window, class Beyond>
+    int SearchAgain(const Window& window, Beyond isBeyond) {
+        return bars = Search(window, window.Size(), isBeyond);
+    }
+    int BarsAgo() const { return bars; }
 
     // The same for the newest `count` elements, without what is known from the bar before.
     template <class Window, class Beyond>
@@ -36,12 +46,12 @@ public:
             extreme = &element;
             place = left;
         };
-        window.OldestFirst(count, compare, skipped);
+        window.template OldestFirst<true>(count, compare, skipped);
         return place;
     }
 
 private:
-    static constexpr int Unknown = -1;
+    static constexpr int Unknown = -2;  // plus 1 and without a sign, it is beyond every window
 
     int bars = Unknown;
 };

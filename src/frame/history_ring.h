@@ -31,7 +31,11 @@ public:
     // grows from there.
     void Reconfigure(long long elements) noexcept { StartOver(CapacityFor(elements)); }
     // Appends an element. None is dropped: a ring that is full grows. For a window of fixed length see PushWithin.
-    void Push(Element element);
+    void Push(Element element) {
+        if (!PushIfSimple(element)) PushAtStop(element);
+    }
+    // Appends an element unless this push may have to do more than store it. False if nothing was done.
+    bool PushIfSimple(Element element);
     // Removes all elements. A ring that shares its buffer takes a new one, so that the other ring keeps its window.
     void Clear() noexcept;
 
@@ -43,28 +47,35 @@ private:
     // elements push before it pops.
     static int CapacityFor(long long elements) { return Window::PowerOfTwoFor(elements + 2); }
 
-    BasicHistoryRing& CopyOther(const BasicHistoryRing& source);
+    [[gnu::cold, gnu::noinline]] BasicHistoryRing& CopyOther(const BasicHistoryRing& source);
     void StartOver(int slots) noexcept;
     void UseNewBuffer(int slots);
     void LeaveBuffer() noexcept;
     void Detach();
-    void GrowAndPush(Element element);
+    [[gnu::cold, gnu::noinline]] void PushAtStop(Element element);
+    void Grow();
     void MoveWindow(const BasicHistoryRing& larger, int newHead);
+    // The next push goes through PushAtStop.
+    void StopAtOnce() { stop = this->Wrap(tail + 1); }
 
     typename Window::Cells cells;        // the buffer
     BasicHistoryRing* sharer = nullptr;  // the other ring that uses the buffer
     bool sharerWrites = false;           // the sharer has pushed since the buffer is shared, so this ring may not
+    // A push that moves `tail` to this slot looks at what all others need not look at: who writes, and whether a slot is
+    // free. It is the slot behind `tail` in a ring that is not the writer or hasn't pushed since it shares; else no head
+    // lies between `tail` and this slot.
+    int stop = 0;
 };
 
 using HistoryRing = BasicHistoryRing<double>;
 
 template <class Element>
-inline void BasicHistoryRing<Element>::Push(Element element) {
-    if (sharer) sharerWrites ? Detach() : void(sharer->sharerWrites = true);
+inline bool BasicHistoryRing<Element>::PushIfSimple(Element element) {
     const int next = this->Wrap(tail + 1);
-    if (next == head || (sharer && next == sharer->head)) return GrowAndPush(element);
+    if (next == stop) [[unlikely]] return false;
     buffer[tail] = element;
     tail = next;
+    return true;
 }
 
 // A snapshot that a host takes on every bar already shares the buffer, and so does the ring that is restored from it.
@@ -73,6 +84,7 @@ inline BasicHistoryRing<Element>& BasicHistoryRing<Element>::operator=(const Bas
     if (sharer != &source) return CopyOther(source);
     head = source.head;
     tail = source.tail;
+    if (sharerWrites) StopAtOnce();
     return *this;
 }
 
@@ -93,6 +105,8 @@ BasicHistoryRing<Element>& BasicHistoryRing<Element>::CopyOther(const BasicHisto
     head = source.head;
     tail = source.tail;
     if (mustCopy) this->CopyWindow(source.buffer);
+    StopAtOnce();
+    if (sharer) sharer->StopAtOnce();
     return *this;
 }
 
@@ -100,6 +114,7 @@ template <class Element>
 void BasicHistoryRing<Element>::Clear() noexcept {
     if (sharer) return StartOver(CapacityFor(this->Size()));
     head = tail = 0;
+    StopAtOnce();
 }
 
 // Empties the ring, in a new buffer if there is memory for it. A sharer's window is left as it is: in the common buffer,
@@ -112,6 +127,7 @@ void BasicHistoryRing<Element>::StartOver(int slots) noexcept {
     } catch (const std::bad_alloc&) {
         head = tail;
     }
+    StopAtOnce();
 }
 
 // Leaves the present buffer for a new one that this ring has to itself. `head` and `tail` stay.
@@ -141,6 +157,20 @@ void BasicHistoryRing<Element>::Detach() {
     this->CopyWindow(old.get());
 }
 
+// The push that has to look at the sharer and for free slots: a ring that is not the writer leaves the buffer, one that
+// is becomes its writer, and one that is full grows. From then on all slots are free up to the nearest head.
+template <class Element>
+void BasicHistoryRing<Element>::PushAtStop(Element element) {
+    if (sharer) sharerWrites ? Detach() : void(sharer->sharerWrites = true);
+    const int next = this->Wrap(tail + 1);
+    if (next == head || (sharer && next == sharer->head)) Grow();
+    const int ownRoom = this->Wrap(head - tail - 1);
+    const int room = sharer ? std::min(ownRoom, this->Wrap(sharer->head - tail - 1)) : ownRoom;
+    stop = this->Wrap(tail + 1 + room);
+    buffer[tail] = element;
+    tail = this->Wrap(tail + 1);
+}
+
 // No free slot is left: the slot behind `tail` is a head, of this ring or of its sharer. Moves both rings to a larger
 // buffer. Both windows end at or before this ring's tail, so copying from the older of the two heads up to this tail
 // copies both:
@@ -149,14 +179,13 @@ void BasicHistoryRing<Element>::Detach() {
 //                                                  |- - - - - this ring's window - - - - -|
 //     new buffer, from slot 0 on           the same elements, then free slots
 template <class Element>
-void BasicHistoryRing<Element>::GrowAndPush(Element element) {
+void BasicHistoryRing<Element>::Grow() {
     const int size = this->Size();
     const int olderHead = this->Wrap(tail + 1) == head ? head : sharer->head;
     const int sharersNewHead = sharer ? this->Wrap(sharer->head - olderHead) : 0;
     cells = this->Enlarge(olderHead);
     head = tail - size;
     if (sharer) sharer->MoveWindow(*this, sharersNewHead);
-    buffer[tail++] = element;
 }
 
 // Sees the same window in the larger buffer of its sharer, in which it starts at `newHead` and doesn't wrap.
@@ -167,6 +196,7 @@ void BasicHistoryRing<Element>::MoveWindow(const BasicHistoryRing& larger, int n
     tail = newHead + size;
     cells = larger.cells;
     this->Use(larger.buffer, larger.capacity);
+    StopAtOnce();
 }
 
 extern template class BasicHistoryRing<double>;

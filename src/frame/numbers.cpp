@@ -68,7 +68,7 @@ double RoundScaled(double value, int power) {
 
 // RoundToSignificant for zeros, infinities, NaNs, and numbers so small or large that scaling may leave the range of a
 // double. The value is returned as it is where that happens.
-double RoundNearTheEnds(double value, int digits) {
+[[gnu::cold, gnu::noinline]] double RoundNearTheEnds(double value, int digits) {
     if (value == 0.0 || !std::isfinite(value)) return value;
     const double size = std::abs(value);
     const std::size_t exponent = BiasedExponent(size);
@@ -85,6 +85,11 @@ double RoundToSignificant(double value, int digits) {
     const double size = std::abs(value);
     if (!(size > 1e-290 && size < 1e307)) return RoundNearTheEnds(value, digits);
     return RoundScaled(value, digits - CeilingOfLogarithm(size, Octaves[BiasedExponent(size)]));
+}
+
+HRESULT AnswerRounded(double* out, double value, int digits) {
+    *out = RoundToSignificant(value, digits);
+    return S_OK;
 }
 
 int CompareTolerant(double a, double b) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sarvane/component.h"
 #include "sarvane/values.h"
 
 #include <cfloat>
@@ -23,6 +24,9 @@ constexpr double Lesser(double a, double b) { return a < b ? a : b; }
 // Rounds `value` to `digits` significant decimal digits, halves away from zero. The value is returned as it is if
 // `digits` is not 1 to 15, if the value is 0, infinite or a NaN, or if rounding it leaves the range of a double.
 double RoundToSignificant(double value, int digits);
+
+// Stores the rounded value in an out slot, and gives S_OK: a bar can end with this call.
+HRESULT AnswerRounded(double* out, double value, int digits);
 
 // 1 if `a` is above `b`, -1 if it is below, 0 if they count as equal: if they differ by less than 1e-9 of the larger
 // size, or if both are smaller than 1e-9 in size.

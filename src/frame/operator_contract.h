@@ -40,9 +40,9 @@ constexpr int PositiveOrUnset(int length) { return length >= 1 ? length : Undefi
 constexpr bool AnyUnset(std::initializer_list<int> parameters) { return IsUnset(std::min(parameters)); }
 constexpr int ValueOr(int parameter, int otherwise) { return IsUnset(parameter) ? otherwise : parameter; }
 
-// Initial ring capacity for a window of `period` values, or of `depth` while the period is bound. One spare slot:
-// PushWithin pushes before it pops.
-constexpr long long WindowRoom(int period, int depth) { return IsUnset(period) ? depth : period + 1LL; }
+// Initial ring capacity for a window of `period` values, or of `depth` while the period is bound. With some spare slots
+// a ring seldom has to look whether its next slot is free.
+constexpr long long WindowRoom(int period, int depth) { return ValueOr(period, depth) + 16LL; }
 
 // The seed of input `n`: what a host hands to Reset to stand in for the input as long as no bar had a value of it.
 // UndefinedValue if the host gives no seeds.

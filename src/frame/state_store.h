@@ -42,8 +42,10 @@ public:
 
     // Copies the record in `slot` back into the live one. Gives S_FALSE and changes nothing if there is no such slot.
     HRESULT Restore(short slot) {
-        if (slot < 0 || static_cast<std::size_t>(slot) > snapshots.size()) return S_FALSE;
-        if (slot > 0) live = *snapshots[static_cast<std::size_t>(slot) - 1];
+        if (slot == 0) return S_OK;
+        const std::size_t place = static_cast<std::size_t>(slot) - 1;  // beyond all records for a negative slot
+        if (place >= snapshots.size()) return S_FALSE;
+        live = *snapshots[place];
         return S_OK;
     }
 

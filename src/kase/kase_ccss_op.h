@@ -38,8 +38,8 @@ struct LinePair {
 struct KaseCCSSState {
     KaseBar previous;                       // last bar that was used
     double momentumClose = UndefinedValue;  // previous close of the momentum
-    HistoryRing firstBlend;                 // the last `lag` results of the first blend
-    HistoryRing secondBlend;                // the last `lag` results of the second blend
+    HistoryRing firstBlend{14};             // the last `lag` results of the first blend
+    HistoryRing secondBlend{14};            // the last `lag` results of the second blend
     LinePair lastLines;                     // of the slow stochastic on the last bar
     LinePair secondLastLines;               // on the bar before that
     std::array<int, 3> signals = {};        // of the last bar: +1, 0 or -1; a reset does not clear them

@@ -27,6 +27,29 @@ double LongerRun(double longest, GuardedValue upper, GuardedValue lower, double 
     return quotient > 1.0 ? Greater(longest, Logarithm(quotient.value) / root) : longest;
 }
 
+// Prices whose squares and products are normal numbers above zero.
+bool IsOrdinary(double price) { return price > 1e-100 && price < 1e100; }
+
+// The greater of the longest run so far and those of ordinary prices, found mostly without a logarithm, a division or a
+// root: ln(q) <= (q - 1) / sqrt(q) for q from 1 on, so a run over k bars from `lower` to `upper` is no longer than L if
+//     (upper - lower)^2 <= L^2 * k * upper * lower
+// `Slack` makes up for all rounding, for that of the quotient q together with the slack that the caller adds to
+// `rise`, which is upper - lower.
+class RunFilter {
+public:
+    explicit RunFilter(double longestRun) { Take(longestRun); }
+
+    bool MayBeLonger(double rise, double upper, double lower, double lag) const {
+        return rise > 0.0 && rise * rise >= bound * lag * (upper * lower);
+    }
+    void Take(double longestRun) { bound = longestRun * longestRun * Slack; }
+
+private:
+    static constexpr double Slack = 1.0 - 0x1p-40;
+
+    double bound;
+};
+
 // A threshold is shown on the oscillator's side of zero, and below zero for an oscillator of exactly 0.0.
 GuardedValue Band(GuardedValue oscillator, GuardedValue threshold) {
     if (IsUndefined(oscillator)) return UndefinedValue;
@@ -96,6 +119,7 @@ int CKasePeakOscOp::StepBars() {
 STDMETHODIMP CKasePeakOscOp::Reset(int, const double*) {
     KasePeakOscState& live = states.Live();
     live.bars.Clear();
+    live.ordinary = 0;
     live.close = live.last = live.secondLast = UndefinedValue;
     live.runs = {};
     ResetAll(Steps());
@@ -108,6 +132,8 @@ STDMETHODIMP CKasePeakOscOp::Calculate(int, const double* in, int, double* out) 
     if (!HasParameters()) return S_OK;
     KasePeakOscState& live = states.Live();
     live.bars.Push({in[High], in[Low]});
+    const bool isOrdinary = IsOrdinary(in[High]) && IsOrdinary(in[Low]);
+    live.ordinary = isOrdinary ? std::min(live.ordinary, LongestLag()) + 1 : 0;
 
     const PriceRuns runs = MeasureRuns(live, in[Close]);
     const GuardedValue up = upStep.Step(runs.up);
@@ -144,17 +170,51 @@ PriceRuns CKasePeakOscOp::MeasureRuns(KasePeakOscState& live, GuardedValue close
 }
 
 // The greatest runs over all lags. The bars reach back to the longest lag. Lags below 1 give no run.
-PriceRuns CKasePeakOscOp::LongestRuns(const KasePeakOscState& live) const {
+PriceRuns CKasePeakOscOp::LongestRuns(const KasePeakOscState& live) {
     PriceRuns longest = {0.0, 0.0};
-    const HighLow now = live.bars.Newest();
     int lag = std::max(std::min(lagFrom, lagTo), 1);
+    const int count = std::max(LongestLag() - lag + 1, 0);
+    if (live.ordinary > LongestLag()) {
+        LongestOfOrdinary(live.bars, lag, count, longest);
+        return longest;
+    }
+    const HighLow now = live.bars.Newest();
     const auto compare = [&](const HighLow& bar) {
         const double root = std::sqrt(lag++);
         longest.up = LongerRun(longest.up, now.high, bar.low, root);
         longest.down = LongerRun(longest.down, bar.high, now.low, root);
     };
-    live.bars.NewestFirst(std::max(LongestLag() - lag + 1, 0), compare, lag);
+    live.bars.NewestFirst(count, compare, lag);
     return longest;
+}
+
+// The same for ordinary prices. It begins with the two lags that are likely to give the longest runs, those from the same
+// bars as before, since hardly any other lag needs a logarithm then.
+void CKasePeakOscOp::LongestOfOrdinary(const BasicHistoryRing<HighLow>& bars, int lag, int count, PriceRuns& longest) {
+    const HighLow now = bars.Newest();
+    const auto moveOn = [&](int& guess) {
+        guess = guess < lag + count - 1 ? guess + 1 : 0;
+        return guess >= lag;
+    };
+    if (moveOn(upLag)) longest.up = LongerRun(0.0, now.high, bars.Newest(upLag).low, std::sqrt(upLag));
+    if (moveOn(downLag)) longest.down = LongerRun(0.0, bars.Newest(downLag).high, now.low, std::sqrt(downLag));
+    RunFilter up(longest.up), down(longest.down);
+    const double slightlyAbove = now.high * (1.0 + 0x1p-50), slightlyBelow = now.low * (1.0 - 0x1p-50);
+    double k = lag;
+    const auto compare = [&](const HighLow& bar) {
+        if (up.MayBeLonger(slightlyAbove - bar.low, now.high, bar.low, k)) {
+            const double run = LongerRun(longest.up, now.high, bar.low, std::sqrt(k));
+            if (run > longest.up) upLag = static_cast<int>(k);
+            up.Take(longest.up = run);
+        }
+        if (down.MayBeLonger(bar.high - slightlyBelow, bar.high, now.low, k)) {
+            const double run = LongerRun(longest.down, bar.high, now.low, std::sqrt(k));
+            if (run > longest.down) downLag = static_cast<int>(k);
+            down.Take(longest.down = run);
+        }
+        k += 1.0;
+    };
+    bars.NewestFirst(count, compare, lag);
 }
 
 // The threshold that follows the oscillator: mean of its size plus `deviationFactor` deviations of its size.

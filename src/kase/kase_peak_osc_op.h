@@ -23,7 +23,8 @@ struct HighLow {
 };
 
 struct KasePeakOscState {
-    BasicHistoryRing<HighLow> bars;  // the recent ones, gaps included
+    BasicHistoryRing<HighLow> bars{30};  // the recent ones, gaps included
+    int ordinary = 0;                // how many of the newest bars in a row have ordinary prices
     GuardedValue close;              // of the last bar
     PriceRuns runs;                  // those measured last, in units of volatility
     GuardedValue last;               // oscillator of the last bar
@@ -96,13 +97,17 @@ private:
     int LongestLag() const { return std::max(lagFrom, lagTo); }
     int StepBars();
     PriceRuns MeasureRuns(KasePeakOscState& live, GuardedValue close);
-    PriceRuns LongestRuns(const KasePeakOscState& live) const;
+    PriceRuns LongestRuns(const KasePeakOscState& live);
+    void LongestOfOrdinary(const BasicHistoryRing<HighLow>& bars, int lag, int count, PriceRuns& longest);
     GuardedValue Level(GuardedValue oscillator);
 
     int depth = DefaultHistoryDepth;
     int lagFrom = UndefinedParam;
     int lagTo = UndefinedParam;
     double deviationFactor = UndefinedValue;
+    // Where the longest runs were found last: a guess for the next bar, which no result depends on.
+    int upLag = 0;
+    int downLag = 0;
     SumDeviation returnDeviation{9};
     CSetStepMA volatilityStep{StepSim, 30};
     CSetStepMA upStep{StepSim, 3};

@@ -10,8 +10,8 @@ namespace sarvane {
 
 struct KasePermStochState {
     KaseBar previous;         // last bar that was used
-    HistoryRing firstBlend;   // the last `lag` results of the first blend
-    HistoryRing secondBlend;  // the last `lag` results of the second blend
+    HistoryRing firstBlend{14};   // the last `lag` results of the first blend
+    HistoryRing secondBlend{14};  // the last `lag` results of the second blend
 };
 
 // KasePermStoch( bar, rangeFactor, lag) gives two slow stochastic lines, from 0 to 100:

@@ -13,7 +13,7 @@ STDMETHODIMP CCGOscOp::SetParameter(short index, const char16_t* value, TextSlot
     case HistoryDepthIndex: depth = number; break;
     case Period:
         period = PositiveOrUnset(number);
-        states.Live().window.Reconfigure(period);
+        states.Live().window.Reconfigure(WindowRoom(period, 0));
         break;
     }
     return S_OK;

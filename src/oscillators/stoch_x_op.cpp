@@ -100,8 +100,7 @@ STDMETHODIMP CStochXOp::Calculate(int, const double* in, int, double* out) {
     // With one price missing, all three repeat the bar before.
     StochXState& live = states.Live();
     StochXPrices prices = {in[High], in[Low], in[Close]};
-    if (HasGap(prices)) prices = live.previous;
-    if (HasGap(prices)) return S_OK;
+    if (!RepeatIfGap(prices, live.previous)) return S_OK;
 
     const StochXBar bar = WithinRange(prices);
     const StochXLines before = std::exchange(live.lines, Average(bar));

@@ -15,7 +15,7 @@ STDMETHODIMP CMeanDeviationOp::SetParameter(short index, const char16_t* value, 
     case HistoryDepthIndex: depth = number; break;
     case Period:
         period = PositiveOrUnset(number);
-        states.Live().window.Reconfigure(ValueOr(period, depth));
+        states.Live().window.Reconfigure(WindowRoom(period, depth));
         break;
     }
     if (!IsUnset(period)) meanStep.Configure(StepSim, period);

@@ -31,8 +31,8 @@ STDMETHODIMP COverLapOp::Reset(int count, const double* seed) {
 STDMETHODIMP COverLapOp::Calculate(int, const double* in, int, double* out) {
     out[0] = UndefinedValue;
     OverLapState& live = states.Live();
-    const OverLapBar bar = WithGapsFilled(live.previous, in);
-    if (HasGap(bar)) return S_OK;
+    OverLapBar bar = ValuesAt<OverLapBar>(in);
+    if (!FillGaps(bar, live.previous)) return S_OK;
     live.bars.Push(bar);
     live.previous = bar;
 

@@ -16,7 +16,7 @@ STDMETHODIMP CSqrtDevOp::SetParameter(short index, const char16_t* value, TextSl
     case Period:
         period = PositiveOrUnset(number);
         minBars = ValueOr(minBars, period);
-        states.Live().window.Reconfigure(ValueOr(period, depth));
+        states.Live().window.Reconfigure(WindowRoom(period, depth));
         break;
     case MinBars: minBars = std::max(number, 1); break;
     case UseNMinus1: useNMinus1 = number != 0; break;

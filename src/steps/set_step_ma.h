@@ -21,7 +21,7 @@ struct StepMARecord {
     double last = UndefinedValue;   // last input that was used
     double sum = 0.0;               // running sum of `window`
     double value = UndefinedValue;  // current average of StepSmo and StepExp
-    HistoryRing window;             // inputs, oldest first
+    HistoryRing window{30};         // inputs, oldest first
     ExtremePlace extreme;           // in `window`, of the kind that follows
     int extremeKind = -1;           // StepLowest or StepHighest
 };
@@ -47,16 +47,18 @@ public:
     // Copies the running state into a slot. Returns 1.
     int Save(short slot);
     // Copies a slot into the running state. Returns 1, or 0 for a slot above all that were saved.
-    int Restore(short slot);
+    int Restore(short slot) { return records.Restore(slot) == S_OK; }
 
 private:
-    double Result(StepMARecord& live, double value) const;
+    double AfterPush(StepMARecord& live, double value);
+    double AfterLargePush(StepMARecord& live, double value);
     template <class Beyond>
     double Extreme(StepMARecord& live, Beyond isBeyond) const;
 
     int kind = -1;  // a StepKind; until it is configured the length is 1.0, where a step returns its input
     double length = 1.0;
-    int count = 1;  // `length` truncated: the size of the window
+    int count = 1;       // `length` truncated: the size of the window
+    double ratio = 1.0;  // of StepExp: the part of the way towards an input
     StateStore<StepMARecord> records;
 };
 

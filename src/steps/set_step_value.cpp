@@ -117,6 +117,8 @@ int CSetStepValue::Configure(int newKind, int newDirection, int newPeriod) {
     kind = newKind;
     direction = newDirection;
     period = newPeriod;
+    const bool isSimple = period == 1 && kind >= 0 && kind < KindCount && !Kinds[kind].ofTrueBar;
+    simple = isSimple ? Kinds[kind].formula : nullptr;
     return 1;
 }
 
@@ -127,19 +129,29 @@ int CSetStepValue::Reset() {
     return 1;
 }
 
+// Each call is the last one of its path, so that no path has to save registers.
 double CSetStepValue::Step(const BarPrices& in) {
     if (period < 1) return UndefinedValue;
     StepValueRecord& live = records.Live();
-    isCurrent = {};
-    const BarPrices bar = WithGapsFilled(live.previous, in.data());
+    BarPrices bar = in;
+    FillGaps(bar, live.previous);
+    if (!live.bars.PushIfSimple(bar)) [[unlikely]] return AfterLargePush(live, bar);
+    return AfterPush(live, bar);
+}
+
+[[gnu::cold, gnu::noinline]] double CSetStepValue::AfterLargePush(StepValueRecord& live, const BarPrices& bar) {
     live.bars.Push(bar);
-    const double value = ValueOf(bar);
-    if (live.bars.Size() - 1 > period) live.bars.PopFront();
+    return AfterPush(live, bar);
+}
+
+inline double CSetStepValue::AfterPush(StepValueRecord& live, const BarPrices& bar) {
     live.previous = bar;
-    return value;
+    if (live.bars.Size() - 1 > period) live.bars.DropOldest();
+    return simple ? simple(live.previous) : ValueOf(live.previous);
 }
 
 double CSetStepValue::ValueOf(const BarPrices& bar) {
+    isCurrent = {};
     // Kept up to date for any kind, since the kind can change between two bars.
     BarPrices merged = period > 1 ? Merged(bar) : bar;
     if (kind < 0 || kind >= KindCount) return UndefinedValue;
@@ -180,7 +192,5 @@ int CSetStepValue::Save(short slot) {
     records.Save(slot);
     return 1;
 }
-
-int CSetStepValue::Restore(short slot) { return records.Restore(slot) == S_OK; }
 
 }  // namespace sarvane

@@ -21,7 +21,7 @@ struct StepValueRecord {
     // By ExtremeSide and BarPrice: extremes of the window on the last bar that needed them.
     std::array<BarPrices, 2> extremes = {NoPrices, NoPrices};
     // The last `period` + 1 bars, gaps filled. A price is undefined only in the oldest ones, before its first value.
-    BasicHistoryRing<BarPrices> bars;
+    BasicHistoryRing<BarPrices> bars{14};
 };
 
 // Turns a bar into the one number that a compound operator wants from it: a price, a mean, a range, or an extreme of
@@ -42,9 +42,11 @@ public:
     int GetLookback() const;
     int Save(short slot);
     // 1, or 0 for a slot that was never saved.
-    int Restore(short slot);
+    int Restore(short slot) { return records.Restore(slot) == S_OK; }
 
 private:
+    double AfterPush(StepValueRecord& live, const BarPrices& bar);
+    double AfterLargePush(StepValueRecord& live, const BarPrices& bar);
     double ValueOf(const BarPrices& bar);
     BarPrices Merged(const BarPrices& bar);
     double Extreme(WindowExtreme wanted);
@@ -52,6 +54,7 @@ private:
     int kind = -1;
     int direction = 0;
     int period = 0;                                  // 0 until configured, so that no bar has a value
+    double (*simple)(const BarPrices&) = nullptr;    // the formula of a kind that takes the newest bar alone
     std::array<std::array<bool, 4>, 2> isCurrent{};  // by side and price: `extremes` is up to date for this bar
     StateStore<StepValueRecord> records;
 };

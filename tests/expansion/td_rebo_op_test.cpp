@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <random>
 
 namespace sarvane::test {
 
@@ -63,6 +64,34 @@ TEST(TDReboOp, MergesTheBarsOfARange) {
         const auto [up, down] = ranges[method];
         const std::string arguments = "1 1 - 3 " + std::to_string(method) + " - - - - - - 0";
         CheckRun("TDREBO", {"by method", arguments, uneven, {up + 50, 50 - down, up + 50, 50 - down}});
+    }
+}
+
+// The range of the last three bars before this one, over many bars, some of which have no order.
+TEST(TDReboOp, SlidesTheBarsOfARange) {
+    for (const bool outer : {true, false}) {
+        std::mt19937 random(1);
+        OperatorDriver op("TDREBO");
+        op.SetArguments(outer ? "1 1 - 3 1" : "1 1 - 3 2");
+        op.Reset();
+        Bars bars;
+        const auto extreme = [&](std::size_t price, bool highest) {
+            double found = bars[bars.size() - 3][price];
+            for (std::size_t bar = bars.size() - 2; bar < bars.size(); ++bar) {
+                if (highest ? bars[bar][price] > found : bars[bar][price] < found) found = bars[bar][price];
+            }
+            return found;
+        };
+        for (int step = 0; step < 500; ++step) {
+            const auto price = [&] { return random() % 16 ? static_cast<double>(random() % 9) : NAN; };
+            const std::vector<double> bar = {5, price(), price(), 50}, out = op.Step(bar);
+            if (bars.size() >= 3) {
+                const double range = extreme(1, outer) - extreme(2, !outer);
+                EXPECT_TRUE(out[0] == 50 + range || (std::isnan(out[0]) && std::isnan(range))) << step;
+                EXPECT_TRUE(out[1] == 50 - range || (std::isnan(out[1]) && std::isnan(range))) << step;
+            }
+            bars.push_back(bar);
+        }
     }
 }
 

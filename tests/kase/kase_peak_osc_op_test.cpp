@@ -1,4 +1,5 @@
 #include "support/operator_driver.h"
+#include "support/random_bars.h"
 
 #include <bit>
 #include <cmath>
@@ -136,6 +137,25 @@ TEST(KasePeakOscOp, HasNoRunAcrossZero) {
     for (int bar = 0; bar < 100; ++bar) out = op.Step({1000.0 + bar % 7, -1000.0 - bar % 5, 1000.0 + bar % 3});
     out.resize(5);
     ExpectSameBits(out, {0.0, -100, U, -0.0, U}, "bar 100");
+}
+
+// Quotients of prices are the same in any currency. Prices beyond 1e100 take another path to the longest runs.
+TEST(KasePeakOscOp, IsTheSameForHugePrices) {
+    RandomBars random(1);
+    OperatorDriver op("KasePeakOsc"), huge("KasePeakOsc");
+    for (OperatorDriver* driver : {&op, &huge}) {
+        driver->SetArguments("12 2 1");
+        driver->Reset();
+    }
+    double price = 1000.0;
+    for (int bar = 0; bar < 400; ++bar) {
+        price *= 0.95 + random.Unit() * 0.1;
+        const double high = price * (1.0 + random.Unit() * 0.02), low = price * (1.0 - random.Unit() * 0.02);
+        std::vector<double> out = op.Step({high, low, price});
+        std::vector<double> other = huge.Step({high * 0x1p400, low * 0x1p400, price * 0x1p400});
+        out.resize(5), other.resize(5);
+        ExpectSameBits(other, out, "bar " + std::to_string(bar));
+    }
 }
 
 }  // namespace
