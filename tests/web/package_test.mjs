@@ -1,4 +1,5 @@
-// The npm package as it is installed, in Node and in a browser. SARVANE_FOLDER: where; DATA_FOLDER: bars and fingerprints.
+// The npm package as it is installed, in Node and in a browser. SARVANE_FOLDER: where; DATA_FOLDER: bars and fingerprints;
+// CHARTS: the module of Lightweight Charts.
 import assert from 'node:assert';
 import fs from 'node:fs';
 import http from 'node:http';
@@ -14,6 +15,7 @@ const sarvane = await import(pathToFileURL(require.resolve('sarvane')));
 const files = {
   '/bars': path.join(data, 'sp500_daily.csv'),
   '/fingerprints': path.join(data, 'sp500_daily.fingerprint.json'),
+  '/lightweight-charts.mjs': process.env.CHARTS,
   '/laws.mjs': new URL('laws.mjs', import.meta.url).pathname,
 };
 const bars = laws.readBars(fs.readFileSync(files['/bars'], 'utf8'));
@@ -30,13 +32,15 @@ test('it tells of its operators and studies', async () => {
   assert.ok((await sarvane.studies()).some(({name}) => name === 'RSI'));
 });
 
+const livePage = fs.readFileSync(new URL('../../docs/web.md', import.meta.url), 'utf8').match(/```html\n([^]*?)```/)[1];
+
 test('all of it holds in a browser', async () => {
   const {chromium} = require('playwright-core');
   const types = {'.js': 'text/javascript', '.mjs': 'text/javascript', '.wasm': 'application/wasm', '': 'text/html'};
   const server = http.createServer(({url}, response) => {
     const file = files[url] ?? (url.startsWith('/sarvane/') ? path.join(folder, 'node_modules', url) : null);
     response.writeHead(200, {'content-type': types[path.extname(url)] ?? 'text/plain'});
-    response.end(file ? fs.readFileSync(file) : '<!doctype html>');
+    response.end(url === '/live' ? livePage : file ? fs.readFileSync(file) : '<!doctype html>');
   }).listen(0, '127.0.0.1');
   await new Promise(resolve => server.once('listening', resolve));
   const browser = await chromium.launch({executablePath: '/usr/bin/chromium', args: ['--headless', '--no-sandbox']});
@@ -50,6 +54,16 @@ test('all of it holds in a browser', async () => {
       await laws.seriesAndStepsGiveWhatRunGives(sarvane, bars);
       await laws.badInputIsAnError(sarvane);
     });
+    // The page of the documentation: its last prices move, and lines are drawn in their colours.
+    const faults = [];
+    page.on('pageerror', error => faults.push(error.message));
+    await page.goto(page.url() + 'live');
+    await page.locator('canvas').first().waitFor();
+    await page.waitForTimeout(1500);
+    const before = await page.screenshot({path: process.env.PICTURE});
+    await page.waitForTimeout(1500);
+    assert.ok(!before.equals(await page.screenshot()));
+    assert.deepStrictEqual(faults, []);
   } finally {
     await browser.close();
     server.close();
