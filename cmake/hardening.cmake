@@ -1,8 +1,9 @@
 # What makes a fault harder to exploit. tests/hardening_check tests the outcome. Files for Windows get what their linker
-# sets by itself: addresses chosen when they are loaded, and no code on stacks or heaps.
+# sets by itself: addresses chosen when they are loaded, and no code on stacks or heaps. WebAssembly's code lies outside
+# its memory.
 
 set(stack_protector "")
-if(WIN32)
+if(WIN32 OR WASM)
   return()
 endif()
 
