@@ -1,5 +1,5 @@
-// The bars that the chart library holds: all of a short file. Of a long one it holds those in view and as many at either
-// side, and where bars would share a pixel, groups of bars instead: a group has one place on the time axis.
+// The bars that the chart library holds: all of a short file, and of a long one those in view and as many at either side.
+// Where bars would share a pixel it holds groups of bars instead: a group has one place on the time axis.
 // The library counts these places; everything else on the page counts bars.
 
 // Bars of a file that the library holds whole, and the least that it holds at either side of a view. It goes through all
@@ -110,8 +110,8 @@ function stepFor(width) {
 }
 
 function portionFor({from, to}) {
-  if (barCount <= mostWhole) return {first: 0, end: barCount, step: 1};
   const width = Math.max(1, to - from), step = stepFor(width);
+  if (barCount <= mostWhole) return {first: 0, end: barCount, step};
   const unit = 2 * step, margin = Math.max(1.5 * width, leastMargin * step);
   const last = Math.floor((barCount - 1) / unit) * unit;
   const first = Math.min(last, Math.max(0, Math.floor((from - margin) / unit) * unit));
@@ -121,8 +121,8 @@ function portionFor({from, to}) {
 // Whether the portion holds `room` times the view at either side, or all that there is.
 function isHeld({from, to}, room) {
   const {first, end, step} = portion, margin = room * (to - from);
-  return barCount <= mostWhole ||
-    stepFor(to - from) === step && (first === 0 || from - margin > first) && (end === barCount || to + margin < end);
+  return stepFor(to - from) === step && (barCount <= mostWhole ||
+    (first === 0 || from - margin > first) && (end === barCount || to + margin < end));
 }
 
 const viewListeners = [];
