@@ -111,7 +111,7 @@ std::optional<Problem> Compiler::AddText(const std::string& text, const CompileS
     Scope scope;
     scope.source = source.get();
     scope.settings = settings.operators;
-    Outcome<Operand> bound = binder.BindText(ValueOf(last), scope);
+    Outcome<Operand> bound = binder.BindText(ValueOf(last), scope, settings.barSeconds);
     if (!bound) return bound.Fault();
     const std::string written = text.substr(last.span.begin, last.span.end - last.span.begin);
     return AddResults(std::move(*bound), last.name.empty() ? written : last.name, last, *source, settings.allOutputs);
@@ -140,12 +140,12 @@ std::optional<Problem> Compiler::AddResults(Operand operand, const std::string& 
     if (allOutputs && operand.outputs.size() > 1) {
         for (const NamedOutput& output : operand.outputs) {
             added.push_back({title + "." + output.name, output.place, number, output.name, operand.text, output.meaning,
-                             operand.lookback, IsLabelName(output.name), output.inPriceUnits, output.unitKind,
+                             operand.lookback, operand.frames, IsLabelName(output.name), output.inPriceUnits, output.unitKind,
                              output.drawing});
         }
     } else {
         if (operand.value == NoPlace) return ProblemAt(statement.span, "the data has no column \"close\"", source);
-        added.push_back({title, operand.value, number, "", operand.text, "", operand.lookback, operand.isLabel,
+        added.push_back({title, operand.value, number, "", operand.text, "", operand.lookback, operand.frames, operand.isLabel,
                          operand.inPriceUnits, operand.unitKind, operand.drawing});
     }
     // All of it is added or, if memory runs out, nothing.

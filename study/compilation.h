@@ -34,6 +34,7 @@ private:
 struct CompileSettings {
     OperatorSettings operators = {};
     bool allOutputs = false;  // a column for each output of an expression with several
+    double barSeconds = 0.0;  // how long the data's bars are, which counts for lookback alone; 0 if that is not known
 };
 
 // A column of what expressions give.
@@ -45,6 +46,7 @@ struct ResultColumn {
     std::string formula;         // the expression in the words of its operators
     std::string meaning;
     std::size_t lookback = 0;  // bars, through all operators behind the column
+    std::vector<FrameReach> frames = {};  // longer bars that it is made of
     bool isLabel = false;
     bool inPriceUnits = false;
     int unitKind = 3;

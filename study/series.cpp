@@ -17,6 +17,9 @@ Series::Series(std::unique_ptr<Compilation> compiled, const SeriesSettings& how)
     : compilation(std::move(compiled)), settings(how), used(compilation->UsedColumns()),
       width(compilation->results.size()), row(compilation->columns.size(), UndefinedValue) {
     settings.mostSnapshots = std::clamp<std::size_t>(how.mostSnapshots, 2, SeriesSettings().mostSnapshots);
+    // One slot is the top one.
+    const auto slots = static_cast<std::size_t>(compilation->graph.MostSlot()) - 1;
+    settings.mostSnapshots = std::min(settings.mostSnapshots, slots);
     if (!compilation->graph.WithoutSnapshots().empty()) settings.snapshotDistance = 0;
 }
 

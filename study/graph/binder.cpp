@@ -1,5 +1,6 @@
 #include "graph/binder.h"
 
+#include "graph/frame_node.h"
 #include "graph/function_nodes.h"
 #include "graph/operator_node.h"
 #include "language/nearest.h"
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <initializer_list>
 #include <limits>
+#include <set>
 #include <utility>
 
 namespace sarvane::study {
@@ -19,6 +21,7 @@ using Kind = Expression::Kind;
 
 constexpr int DeepestBinding = 250;
 constexpr std::size_t MostSteps = 200000;
+constexpr std::size_t MostLookback = 1000000000;
 
 constexpr std::string_view PriceNames[] = {"open", "high", "low", "close"};
 enum Price : std::size_t { Open, High, Low, Close };
@@ -44,6 +47,7 @@ constexpr LanguageFunction Functions[] = {
     {"defined", 1, 1, "defined(x)"},
     {"fill", 1, 2, "fill(x) or fill(x, other)"},
     {"prev", 1, 1, "prev(start)"},
+    {"at", 2, 3, "at(1W, x) or at(1W, x, closed)"},
 };
 
 const LanguageFunction* FindLanguageFunction(std::string_view name) {
@@ -103,10 +107,20 @@ Operand Plain(Place place, std::string text) {
     return operand;
 }
 
+void TakeFrame(std::vector<FrameReach>& frames, const FrameReach& reach) {
+    const auto known = std::ranges::find(frames, reach.frame, &FrameReach::frame);
+    if (known == frames.end()) {
+        frames.push_back(reach);
+    } else {
+        known->lookback = std::max(known->lookback, reach.lookback);
+    }
+}
+
 // The farther one counts.
 void TakeReach(Operand& operand, const Operand& source) {
     operand.depth = std::max(operand.depth, source.depth);
     operand.lookback = std::max(operand.lookback, source.lookback);
+    for (const FrameReach& reach : source.frames) TakeFrame(operand.frames, reach);
 }
 
 // An operator's formula with the texts of its curves in the places for them. A formula that has not a place for each
@@ -176,23 +190,26 @@ struct Binder::CallArguments {
 // ---- Any part
 
 // A text before this one may have been left in the middle, if memory ran out.
-Outcome<Operand> Binder::BindText(const Expression& expression, const Scope& scope) {
+Outcome<Operand> Binder::BindText(const Expression& expression, const Scope& scope, double barSeconds) {
     open.clear();
     depth = 0;
+    barLength = barSeconds;
     return BindWhole(expression, scope);
 }
 
 // A value that is made of its own last value is a plain one.
 Outcome<Operand> Binder::BindWhole(const Expression& expression, const Scope& scope) {
     const bool couldLoop = std::exchange(scope.mayLoop, true);
+    const std::size_t outerGraph = std::exchange(scope.loopGraph, graphNumber);
     const Place outer = std::exchange(scope.memory, NoPlace);
     Outcome<Operand> bound = Bind(expression, scope);
     const Place memory = std::exchange(scope.memory, outer);
+    scope.loopGraph = outerGraph;
     scope.mayLoop = couldLoop;
     if (!bound || memory == NoPlace) return bound;
     const Outcome<Place> value = ValueOf(*bound, expression, scope);
     if (!value) return value.Fault();
-    Operand result = Plain(graph.CloseLoop(memory, *value, bound->text), bound->text);
+    Operand result = Plain(graph->CloseLoop(memory, *value, bound->text), bound->text);
     TakeReach(result, *bound);
     result.lookback += static_cast<std::size_t>(scope.settings.history);
     result.inPriceUnits = bound->inPriceUnits;
@@ -227,7 +244,7 @@ Outcome<Operand> Binder::Bind(const Expression& part, const Scope& scope) {
 }
 
 Operand Binder::Constant(double number) {
-    Operand operand = Plain(graph.AddConstant(number), NumberText(number));
+    Operand operand = Plain(graph->AddConstant(number), NumberText(number));
     operand.constant = number;
     return operand;
 }
@@ -249,7 +266,10 @@ std::optional<std::size_t> Binder::FindColumn(std::string_view name) const {
 Outcome<Operand> Binder::BindWord(const Expression& word, const Scope& scope) {
     if (!word.isQuoted) {
         const std::string lower = Lower(word.name);
-        if (const auto output = scope.outputs.find(lower); output != scope.outputs.end()) return output->second;
+        const auto output = scope.outputs.find(lower);
+        if (output != scope.outputs.end() && output->second.number < scope.outputCount) {
+            return BindKnownOutput(output->second, scope);
+        }
         if (const auto known = scope.parameters.find(lower); known != scope.parameters.end()) {
             return BindParameter(known->second, word, scope);
         }
@@ -262,9 +282,20 @@ Outcome<Operand> Binder::BindWord(const Expression& word, const Scope& scope) {
     return BindDefinition(*definition, word, scope);  // of a function, with all its defaults
 }
 
+// An output ahead of the one that is being bound. A graph that has not seen it yet calculates it anew.
+Outcome<Operand> Binder::BindKnownOutput(Scope::Output& output, const Scope& scope) {
+    if (const auto known = output.bound.find(graphNumber); known != output.bound.end()) return known->second;
+    const std::size_t visible = std::exchange(scope.outputCount, output.number);
+    Outcome<Operand> bound = BindWhole(output.statement->body, scope);
+    scope.outputCount = visible;
+    if (bound) output.bound.emplace(graphNumber, *bound);
+    return bound;
+}
+
 Outcome<Operand> Binder::BindParameter(Scope::Argument& argument, const Expression& word, const Scope& scope) {
     if (!argument.expression) return Fault(word, scope, "a value for `" + word.name + "` is missing");
-    if (!argument.bound) {
+    auto known = argument.bound.find(graphNumber);
+    if (known == argument.bound.end()) {
         // The argument belongs to the caller: a study may be called with a call of itself.
         std::vector<const Definition*> callers(
             open.begin(), open.begin() + static_cast<std::ptrdiff_t>(argument.scope->openDefinitions));
@@ -275,9 +306,9 @@ Outcome<Operand> Binder::BindParameter(Scope::Argument& argument, const Expressi
         argument.scope->mayLoop = couldLoop;
         std::swap(open, callers);
         if (!bound) return bound;
-        argument.bound = std::move(*bound);
+        known = argument.bound.emplace(graphNumber, std::move(*bound)).first;
     }
-    return *argument.bound;
+    return known->second;
 }
 
 Operand Binder::BindColumn(std::size_t column) const {
@@ -394,7 +425,7 @@ Outcome<Operand> Binder::BindDelay(const Expression& delay, const Scope& scope) 
     const Outcome<Operand> operand = Bind(delay.parts[0], scope);
     if (!operand || *bars == 0 || operand->constant) return operand;
     const auto delayed = [&](Place from) {
-        return graph.AddNode("delay " + std::to_string(*bars), operand->text + "[" + std::to_string(*bars) + "]",
+        return graph->AddNode("delay " + std::to_string(*bars), operand->text + "[" + std::to_string(*bars) + "]",
                              {from}, 1, [&](Place to) { return std::make_unique<DelayNode>(*bars, from, to); });
     };
     Operand result = *operand;
@@ -436,6 +467,7 @@ Outcome<Operand> Binder::BindFunction(const Expression& call, const Scope& scope
     }
     const std::string name(function.name);
     if (name == "prev") return BindPrevious(call, scope);
+    if (name == "at") return BindFrame(call, scope);
     const auto make = [&](auto builder, const std::vector<Operand>& from, const std::string& key) {
         std::string text = name + "(";
         std::vector<const Operand*> sources;
@@ -523,14 +555,108 @@ Outcome<Operand> Binder::BindFunction(const Expression& call, const Scope& scope
     return result;
 }
 
+// at(frame, x) and at(frame, x, closed): names in `x` stand for what they are on the longer bars.
+Outcome<Operand> Binder::BindFrame(const Expression& call, const Scope& scope) {
+    const Expression& part = call.parts[1];
+    Outcome<Frame> read = Frame::Read(ParameterText(call.parts[0], scope));
+    if (!read) return Placed(read.Fault(), call.parts[0], scope);
+    const auto frame = std::make_shared<const Frame>(std::move(*read));
+    const bool isClosed = call.parts.size() == 3;
+    if (isClosed && !EqualIgnoringCase(ParameterText(call.parts[2], scope), "closed")) {
+        return Fault(call.parts[2], scope, "write at(1W, x), or at(1W, x, closed) for the last closed bar");
+    }
+    FrameColumns at;
+    const auto find = [&](std::string_view name) { return FindColumn(name).value_or(FrameColumns::None); };
+    at = {find("time"), find("open"), find("high"), find("low"), find("close"), find("volume")};
+    const char* missing = nullptr;
+    at.ReadBy(frame->Kind(), missing);
+    if (missing) {
+        return Fault(call.parts[0], scope,
+                     "bars of " + frame->Text() + " need a column " + InQuotes(missing) + ", which the data has not" +
+                         (EqualIgnoringCase(missing, "time") ? ": the bar's time in seconds since 1970, UTC" : ""));
+    }
+    auto inner = std::make_unique<Graph>(columns.size());
+    Graph* const outer = std::exchange(graph, inner.get());
+    const std::size_t outerNumber = std::exchange(graphNumber, graphCount++);
+    const double outerLength = std::exchange(barLength, frame->Seconds());
+    Outcome<Operand> bound = BindWhole(part, scope);
+    graph = outer;
+    graphNumber = outerNumber;
+    barLength = outerLength;
+    if (!bound || bound->constant) return bound ? Constant(*bound->constant) : bound;
+    if (!isClosed && !inner->WithoutSnapshots().empty()) {
+        return Fault(part, scope,
+                     inner->WithoutSnapshots().front() +
+                         " keeps no snapshots and can't show a bar that forms; write `closed` behind it");
+    }
+    return AddFrame(frame, at, isClosed ? FrameView::Closed : FrameView::Forming, std::move(inner), *bound);
+}
+
+// A node that drives `inner`, of which it shows what `bound` stands for there.
+Operand Binder::AddFrame(const std::shared_ptr<const Frame>& frame, const FrameColumns& at, FrameView view,
+                         std::unique_ptr<Graph> inner, const Operand& bound) {
+    std::vector<Place> shown;  // places in the inner graph
+    const auto show = [&](Place place) {
+        if (place != NoPlace && std::ranges::find(shown, place) == shown.end()) shown.push_back(place);
+    };
+    show(bound.value);
+    std::ranges::for_each(bound.prices, show);
+    for (const NamedOutput& output : bound.outputs) show(output.place);
+
+    std::set<Place> used;  // columns
+    const auto use = [&](Place place) {
+        if (place < columns.size()) used.insert(place);
+    };
+    for (const NodeText& node : inner->Nodes()) std::ranges::for_each(node.inputs, use);
+    std::ranges::for_each(shown, use);
+    std::vector<FrameBar::Column> rules;
+    for (const Place column : used) rules.push_back({column, column, RuleOf(columns[column])});
+    const std::vector<Place> read(used.begin(), used.end());
+    const char* missing = nullptr;
+    for (const std::size_t column : at.ReadBy(frame->Kind(), missing)) use(column);
+
+    const std::string end = view == FrameView::Closed ? ", closed)" : ")";
+    const auto written = [&](const std::string& text) { return "at(" + frame->Text() + ", " + text + end; };
+    std::string rule = "at " + frame->Text() + end + " {" + inner->Rules() + "}";
+    for (const Place place : shown) rule.append(" ").append(std::to_string(place));
+    const Place first = graph->AddNode(
+        rule, written(bound.text), std::vector<Place>(used.begin(), used.end()), shown.size(), [&](Place to) {
+            graph->NoteInner(*inner);
+            return std::make_unique<FrameNode>(FrameBar(frame, at, rules), view, std::move(inner), read, shown, to);
+        });
+
+    const auto outside = [&](Place place) {
+        const auto found = std::ranges::find(shown, place);
+        return found == shown.end() ? NoPlace : first + static_cast<Place>(found - shown.begin());
+    };
+    const auto drawn = [](DrawnAs drawing) { return drawing == DrawnAs::Line ? DrawnAs::Step : drawing; };
+    Operand result = bound;
+    result.text = written(bound.text);
+    result.value = outside(bound.value);
+    for (Place& price : result.prices) price = outside(price);
+    for (NamedOutput& output : result.outputs) {
+        output.place = outside(output.place);
+        if (!output.text.empty()) output.text = written(output.text);
+        output.drawing = drawn(output.drawing);
+    }
+    result.drawing = drawn(bound.drawing);
+    const std::size_t bars = std::max<std::size_t>(bound.lookback + (view == FrameView::Closed), 1);
+    result.lookback = std::min<std::size_t>(bars, MostLookback) * std::min(frame->MostBars(barLength), MostLookback);
+    TakeFrame(result.frames, {frame->Text(), bound.lookback});
+    return result;
+}
+
 // The last value of the expression around it: `start` while there was none.
 Outcome<Operand> Binder::BindPrevious(const Expression& call, const Scope& scope) {
     if (!scope.mayLoop) return Fault(call, scope, "a default can't be made of an expression's last value");
+    if (scope.loopGraph != graphNumber) {
+        return Fault(call, scope, "the last value on the bars outside can't be used on the longer bars of `at`");
+    }
     const Outcome<Operand> start = Bind(call.parts[0], scope);
     if (!start) return start;
     const Outcome<Place> other = ValueOf(*start, call.parts[0], scope);
     if (!other) return other.Fault();
-    if (scope.memory == NoPlace) scope.memory = graph.OpenLoop();
+    if (scope.memory == NoPlace) scope.memory = graph->OpenLoop();
     const Operand memory = Plain(scope.memory, "");
     Operand result = AddOwnNode("fill", "prev(" + start->text + ")", {&memory, &*start},
                                 [&](Place to) { return std::make_unique<ReplaceNode>(scope.memory, *other, to); });
@@ -650,7 +776,9 @@ Outcome<Operand> Binder::BindOutputs(const Definition& definition, Scope& inner)
                                      output.comment, bound->drawing});
             TakeReach(whole, *bound);
         }
-        inner.outputs.insert_or_assign(Lower(output.name), *bound);
+        Scope::Output& known = inner.outputs[Lower(output.name)];
+        known = {&output, inner.outputCount++, {}};
+        known.bound.emplace(graphNumber, *bound);
     }
     const NamedOutput& first = whole.outputs.front();
     whole.text = first.text;
@@ -818,12 +946,12 @@ Outcome<Operand> Binder::AddOperator(const OperatorClass& operatorClass, std::st
     result.depth += 1;
     result.lookback += lookback;
 
-    const Place first = graph.AddNode(key, result.text, sources, outputs, [&](Place to) {
-        graph.NoteSlots(operatorClass.keyword, operatorClass.keepsSnapshots, operatorClass.dropsHigherSlots);
+    const Place first = graph->AddNode(key, result.text, sources, outputs, [&](Place to) {
+        graph->NoteSlots(operatorClass.keyword, operatorClass.keepsSnapshots, operatorClass.dropsHigherSlots);
         return std::make_unique<OperatorNode>(std::move(op), operatorClass.keepsSnapshots, sources, outputs, to);
     });
     for (const NamedOutput& output : result.outputs) called.outputs.push_back(output.name);
-    graph.Note(first, std::move(called));
+    graph->Note(first, std::move(called));
     for (std::size_t i = 0; i < result.outputs.size(); ++i) result.outputs[i].place = first + i;
     // An operator with all four prices among its outputs gives a bar. A plain value stands for all prices.
     result.isBar = std::ranges::all_of(PriceNames, [&](std::string_view name) { return result.FindOutput(name); });
@@ -845,7 +973,7 @@ Operand Binder::AddOwnNode(std::string key, std::string text, const std::vector<
     for (const Operand* const source : sources) {
         places.push_back(source->value);
     }
-    Operand result = Plain(graph.AddNode(key, text, places, 1, make), text);
+    Operand result = Plain(graph->AddNode(key, text, places, 1, make), text);
     for (const Operand* const source : sources) TakeReach(result, *source);
     return result;
 }
@@ -860,7 +988,7 @@ std::optional<double> Binder::ConstantOf(const Expression& part, const Scope& sc
         if (part.kind == Kind::Word && !part.isQuoted) {
             const std::string lower = Lower(part.name);
             if (const auto output = scope.outputs.find(lower); output != scope.outputs.end()) {
-                return output->second.constant;
+                return output->second.bound.begin()->second.constant;  // the same in each graph
             }
             if (const auto known = scope.parameters.find(lower); known != scope.parameters.end()) {
                 const Scope::Argument& argument = known->second;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "graph/frame_node.h"
 #include "graph/graph.h"
 #include "language/definitions.h"
 #include "operators/operator_library.h"
@@ -23,6 +24,12 @@ struct NamedOutput {
     DrawnAs drawing = DrawnAs::Line;
 };
 
+// How many bars of a longer frame a value reaches back.
+struct FrameReach {
+    std::string frame;
+    std::size_t lookback = 0;
+};
+
 // What a part of an expression stands for: places that hold its values on the present bar.
 struct Operand {
     std::string text;       // the part in the words of its operators
@@ -34,6 +41,7 @@ struct Operand {
     int unitKind = 3;                  // of `value`
     std::size_t depth = 0;             // operators one inside the other
     std::size_t lookback = 0;          // bars, through all of these
+    std::vector<FrameReach> frames = {};  // longer bars that it is made of
     std::optional<double> constant;    // the same value on every bar
     std::vector<NamedOutput> outputs;  // where there are several
     DrawnAs drawing = DrawnAs::Line;   // of `value`
@@ -47,16 +55,23 @@ struct Scope {
         const Expression* expression = nullptr;  // null if it was left out
         const Scope* scope = nullptr;            // where its own names lead
         bool isStandard = false;                 // the definition's own default
-        std::optional<Operand> bound = {};       // once something has asked for it
+        std::map<std::size_t, Operand> bound = {};  // by number of a graph, once something has asked for it there
+    };
+    struct Output {
+        const Statement* statement = nullptr;
+        std::size_t number = 0;  // among the outputs
+        std::map<std::size_t, Operand> bound = {};
     };
 
     const Source* source = nullptr;
     OperatorSettings settings = {};
     std::size_t openDefinitions = 0;  // definitions that were being bound, this scope's own included
     mutable std::map<std::string, Argument, std::less<>> parameters = {};  // by name, in lower case
-    std::map<std::string, Operand, std::less<>> outputs = {};              // by name, in lower case
-    mutable bool mayLoop = false;                                          // `prev` is allowed here
-    mutable Place memory = NoPlace;  // of the last value of the statement that is being bound, once `prev` asked for it
+    mutable std::map<std::string, Output, std::less<>> outputs = {};       // by name, in lower case
+    mutable std::size_t outputCount = 0;  // outputs that stand ahead of what is being bound
+    mutable bool mayLoop = false;         // `prev` is allowed here
+    mutable std::size_t loopGraph = 0;    // number of the graph that the statement which is being bound goes to
+    mutable Place memory = NoPlace;       // of its last value there, once `prev` asked for it
 };
 
 // Turns the trees of expressions into nodes of a graph.
@@ -65,10 +80,11 @@ public:
     // `columnNames` are the names of the data's columns. All of these must outlive the binder.
     Binder(const OperatorLibrary& operators, const Definitions& names, const std::vector<std::string>& columnNames,
            Graph& target)
-        : library(operators), definitions(names), columns(columnNames), graph(target) {}
+        : library(operators), definitions(names), columns(columnNames), graph(&target) {}
 
-    // What a whole expression stands for. `scope` says where its names lead and what operators are told.
-    Outcome<Operand> BindText(const Expression& expression, const Scope& scope);
+    // What a whole expression stands for. `scope` says where its names lead and what operators are told, `barSeconds` how
+    // long the data's bars are, or 0.
+    Outcome<Operand> BindText(const Expression& expression, const Scope& scope, double barSeconds = 0.0);
 
     std::optional<std::size_t> FindColumn(std::string_view name) const;
     // What is no error and yet worth a word: arguments that their operator does not take as they stand.
@@ -81,6 +97,7 @@ private:
 
     Outcome<Operand> Bind(const Expression& part, const Scope& scope);
     Outcome<Operand> BindWord(const Expression& word, const Scope& scope);
+    Outcome<Operand> BindKnownOutput(Scope::Output& output, const Scope& scope);
     Outcome<Operand> BindParameter(Scope::Argument& argument, const Expression& word, const Scope& scope);
     Operand BindColumn(std::size_t column) const;
     Operand BindBar() const;
@@ -90,6 +107,9 @@ private:
     Outcome<Operand> BindDelay(const Expression& delay, const Scope& scope);
     Outcome<Operand> BindCall(const Expression& call, const Scope& scope);
     Outcome<Operand> BindFunction(const Expression& call, const Scope& scope);
+    Operand AddFrame(const std::shared_ptr<const Frame>& frame, const FrameColumns& at, FrameView view,
+                              std::unique_ptr<Graph> inner, const Operand& bound);
+    Outcome<Operand> BindFrame(const Expression& call, const Scope& scope);
     Outcome<Operand> BindPrevious(const Expression& call, const Scope& scope);
     Outcome<Operand> BindDefinition(const Definition& definition, const Expression& use, const Scope& scope);
     Outcome<Operand> BindOutputs(const Definition& definition, Scope& inner);
@@ -128,7 +148,10 @@ private:
     const OperatorLibrary& library;
     const Definitions& definitions;
     const std::vector<std::string>& columns;
-    Graph& graph;
+    Graph* graph;                // that nodes are added to
+    std::size_t graphNumber = 0;  // of that graph: each has its own, that of the whole expressions is 0
+    std::size_t graphCount = 1;
+    double barLength = 0.0;  // seconds of a bar there; 0 if that is not known
     std::vector<const Definition*> open;  // definitions that are being bound, one inside the other
     std::vector<Problem> warnings;
     int depth = 0;

@@ -84,6 +84,21 @@ void Graph::NoteSlots(const std::string& keyword, bool keepsSnapshots, bool drop
     if (!keepsSnapshots && !isKnown) withoutSnapshots.push_back(keyword);
 }
 
+void Graph::NoteInner(const Graph& inner) {
+    for (const std::string& keyword : inner.withoutSnapshots) NoteSlots(keyword, false, false);
+    dropsHigherSlots |= inner.dropsHigherSlots;
+    mostSlot = std::min(mostSlot, static_cast<short>(inner.mostSlot - 1));
+}
+
+std::string Graph::Rules() const {
+    std::string rules;
+    for (const auto& [bits, place] : constants) {
+        rules.append(std::to_string(place)).append("=").append(std::to_string(bits)).append(";");
+    }
+    for (const NodeText& node : texts) rules.append(KeyOf(node.rule, node.inputs)).append(";");
+    return rules;
+}
+
 HRESULT Graph::Reset(const RunStart& start) {
     isStopped = true;
     for (const auto& node : nodes) {
@@ -111,6 +126,7 @@ HRESULT Graph::Step(int bar) {
 
 HRESULT Graph::Save(short slot) {
     if (slot < 0) return S_FALSE;
+    if (slot > mostSlot) return E_INVALIDARG;
     if (isStopped) return E_OUTOFMEMORY;
     if (slot == 0) return S_OK;
     const auto place = static_cast<std::size_t>(slot);

@@ -4,6 +4,7 @@
 #include "room.h"
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -84,6 +85,12 @@ public:
     bool DropsHigherSlots() const { return dropsHigherSlots; }
     // Tells how an operator that was added keeps snapshots.
     void NoteSlots(const std::string& keyword, bool keepsSnapshots, bool dropsHigher);
+    // Notes that a node of this graph drives another one, with a slot more than this one has.
+    void NoteInner(const Graph& inner);
+    // The greatest number of a snapshot.
+    short MostSlot() const { return mostSlot; }
+    // What the graph does with its columns, as a text that is the same for graphs that do the same.
+    std::string Rules() const;
 
     // The calls of a run let std::bad_alloc out of nodes. When one fails, the running state is lost: further ones answer
     // E_OUTOFMEMORY until a reset or a restore succeeds.
@@ -94,7 +101,7 @@ public:
     HRESULT Step(int bar);
     double* Columns() { return values.data(); }
     // Copy the running state to a snapshot and back. Slot 0 is the running state itself. S_FALSE, with nothing done, for
-    // a negative slot and one that was not saved.
+    // a negative slot and one that was not saved. E_INVALIDARG for a save above `MostSlot`.
     HRESULT Save(short slot);
     HRESULT Restore(short slot);
     void SetPriceStep(double step);
@@ -116,6 +123,7 @@ private:
     std::map<std::string, Place> loops;        // the value of each, by what its nodes do
     std::vector<std::string> withoutSnapshots;
     bool dropsHigherSlots = false;
+    short mostSlot = std::numeric_limits<short>::max();
     std::vector<bool> isSaved = {true};  // by slot
     bool isStopped = false;              // the running state is lost
 };

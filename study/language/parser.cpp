@@ -251,6 +251,16 @@ private:
         return number;
     }
 
+    // A number with a unit, such as 1W, as a text.
+    Expression ParseFrame() {
+        Expression frame = Make(Kind::Word, at);
+        while (at < text.size() && (ContinuesWord(text[at]) || text[at] == '.')) ++at;
+        frame.span.end = frame.nameSpan.end = last = at;
+        frame.name = text.substr(frame.span.begin, at - frame.span.begin);
+        frame.isQuoted = true;
+        return frame;
+    }
+
     // What stands between the brackets of a call. No argument at all is an empty list.
     void ParseArguments(Expression& call) {
         ++brackets;
@@ -258,7 +268,11 @@ private:
             do {
                 SkipGaps();
                 const bool isLeftOut = at < text.size() && (text[at] == ',' || text[at] == ')');
-                call.parts.push_back(isLeftOut ? Make(Kind::Empty, at) : Nested(&Parser::ParseExpression));
+                const bool isFrame = call.parts.empty() && EqualIgnoringCase(call.name, "at") && at < text.size() &&
+                                     IsDigit(text[at]);
+                call.parts.push_back(isLeftOut ? Make(Kind::Empty, at)
+                                     : isFrame ? ParseFrame()
+                                               : Nested(&Parser::ParseExpression));
             } while (!HasFailed() && Take(","));
             Expect(")");
         }

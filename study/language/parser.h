@@ -21,7 +21,8 @@ inline constexpr std::size_t LongestText = 1 << 20;  // bytes
 //     sum         product [(+ -) product ...]
 //     product     factor [(* /) factor ...]
 //     factor      [-] primary, with .output and [bars back] behind it
-//     primary     number, word, "word", 'word', word(argument, , argument), (expression)
+//     primary     number, word, "word", 'word', word(argument, , argument), at(frame, argument), (expression)
+//     frame       a number with a unit right behind it, such as 1W, which is read as a text
 //
 // A line's end counts as a blank inside brackets, and where an operand is still to come. Words are read as they stand;
 // letter case does not matter for `and`, `or`, `not`. A comparison that is compared again is refused.
