@@ -1,0 +1,217 @@
+#include "frames/frame_bars.h"
+
+#include "language/parser.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace sarvane::study {
+namespace {
+
+constexpr std::int64_t Second = 1000000000;  // in nanoseconds
+
+// The second that a time lies in. As a double it is exact, so that no time is rounded into the next stretch.
+double SecondOf(std::int64_t time) {
+    return static_cast<double>(time / Second - (time % Second < 0 ? 1 : 0));
+}
+
+}  // namespace
+
+Outcome<FrameBars> FrameBars::Over(std::shared_ptr<const Frame> frame, const std::vector<std::string>& columns,
+                                   const FrameBarsSettings& settings) {
+    const auto find = [&](std::string_view name) {
+        const auto found =
+            std::ranges::find_if(columns, [&](const std::string& column) { return EqualIgnoringCase(column, name); });
+        return found == columns.end() ? FrameColumns::None : static_cast<std::size_t>(found - columns.begin());
+    };
+    const FrameColumns at = {columns.size(), find("open"),  find("high"),
+                             find("low"),    find("close"), find("volume")};
+    const char* missing = nullptr;
+    at.ReadBy(frame->Kind(), missing);
+    if (missing) {
+        return Problem{.message = "bars of " + frame->Text() + " need a column \"" + missing + "\""};
+    }
+    if (settings.fills && !(frame->Kind() == FrameKind::Time && frame->IsBelowDay())) {
+        return Problem{.message = "only frames of time that are shorter than a day can be filled, not " + frame->Text()};
+    }
+    std::vector<FrameBar::Column> read;
+    std::vector<ColumnRule> rules;
+    for (std::size_t column = 0; column < columns.size(); ++column) {
+        rules.push_back(RuleOf(columns[column]));
+        read.push_back({rules.back() == ColumnRule::Start ? at.time : column, column, rules.back()});
+    }
+    return FrameBars(frame, FrameBar(frame, at, std::move(read)), std::move(rules), at.close, settings);
+}
+
+FrameBars::FrameBars(std::shared_ptr<const Frame> made, FrameBar taker, std::vector<ColumnRule> byColumn,
+                     std::size_t closes, const FrameBarsSettings& how)
+    : frame(std::move(made)), bars(std::move(taker)), settings(how), width(byColumn.size()), rules(std::move(byColumn)),
+      closeColumn(closes), present(width + 1, UndefinedValue), forming(width, UndefinedValue), closed(width),
+      lastTime(std::numeric_limits<std::int64_t>::min()) {}
+
+HRESULT FrameBars::Take(std::int64_t time, const double* row, std::size_t& first) {
+    const bool isAgain = settings.source == FrameSource::Bars && time == lastTime && !times.empty();
+    if (!settings.isOpen) {
+        if (time < lastTime || isAgain) return E_INVALIDARG;
+        first = times.size();
+        const bool hadBar = state.hasBar;
+        const HRESULT status = Append(0, time, row);
+        if (hadBar && times.size() == first) --first;
+        return status;
+    }
+    if (isAgain) {  // a tick of the last row
+        const std::vector<double> old(rows.end() - static_cast<std::ptrdiff_t>(width), rows.end());
+        const auto take = [&](const double* values) {
+            std::copy_n(values, width, rows.end() - static_cast<std::ptrdiff_t>(width));
+            state = stateBefore;
+            forming = formingBefore;
+            Truncate(countBefore, closedBefore);
+            return AppendKept(rowTimes.size() - 1);
+        };
+        first = countBefore - (stateBefore.hasBar ? 1 : 0);
+        const HRESULT status = take(row);
+        if (FAILED(status)) take(old.data());
+        return status;
+    }
+    if (time < lastTime) {
+        const auto next = settings.source == FrameSource::Bars ? std::ranges::lower_bound(rowTimes, time)
+                                                               : std::ranges::upper_bound(rowTimes, time);
+        const auto place = static_cast<std::size_t>(next - rowTimes.begin());
+        const auto values = rows.begin() + static_cast<std::ptrdiff_t>(place * width);
+        const bool isKnown = settings.source == FrameSource::Bars && next != rowTimes.end() && *next == time;
+        ++lateRows;
+        std::vector<double> old;
+        if (isKnown) {
+            old.assign(values, values + static_cast<std::ptrdiff_t>(width));
+            std::copy_n(row, width, values);
+        } else {
+            rows.insert(values, row, row + width);
+            rowTimes.insert(next, time);
+        }
+        const HRESULT status = Rebuild(place, first);
+        if (FAILED(status)) {  // without the row, or with its old values, as it was
+            const auto again = rows.begin() + static_cast<std::ptrdiff_t>(place * width);
+            if (isKnown) {
+                std::ranges::copy(old, again);
+            } else {
+                rows.erase(again, again + static_cast<std::ptrdiff_t>(width));
+                rowTimes.erase(rowTimes.begin() + static_cast<std::ptrdiff_t>(place));
+            }
+            Rebuild(place, first);
+        }
+        return status;
+    }
+    rowTimes.push_back(time);
+    rows.insert(rows.end(), row, row + width);
+    const std::size_t count = times.size();
+    const bool hadBar = state.hasBar;
+    const HRESULT status = AppendKept(rowTimes.size() - 1);
+    if (FAILED(status)) {
+        state = stateBefore;
+        rowTimes.pop_back();
+        rows.resize(rows.size() - width);
+    }
+    first = hadBar && times.size() == count ? count - 1 : count;
+    return status;
+}
+
+// Takes a row that is kept, and keeps what was ahead of it.
+HRESULT FrameBars::AppendKept(std::size_t row) {
+    stateBefore = state;
+    formingBefore = forming;
+    countBefore = times.size();
+    closedBefore = closedCount;
+    return Append(row, rowTimes[row], rows.data() + row * width);
+}
+
+HRESULT FrameBars::Append(std::size_t row, std::int64_t time, const double* values) {
+    std::copy_n(values, width, present.begin());
+    present[width] = SecondOf(time);
+    const double end = state.end;
+    const HRESULT status = bars.Take(state, present.data(), forming.data(), [&] {
+        if (times.size() == closedCount) Begin(row, time);  // a brick behind another one
+        Close();
+        return S_OK;
+    });
+    if (FAILED(status)) return status;
+    lastTime = time;
+    if (state.hasBar && times.size() == closedCount) {
+        if (settings.fills && closedCount > 0) Fill(row, end, state.begin);
+        Begin(row, time);
+    }
+    return S_OK;
+}
+
+void FrameBars::Begin(std::size_t row, std::int64_t time) {
+    times.push_back(frame->Kind() == FrameKind::Time ? static_cast<std::int64_t>(state.begin) * Second : time);
+    if (settings.isOpen) firstRows.push_back(row);
+}
+
+void FrameBars::Close() {
+    for (std::size_t column = 0; column < width; ++column) closed[column].push_back(forming[column]);
+    ++closedCount;
+}
+
+// Bars for the stretches of the session between the end of one bar and the begin of the next.
+void FrameBars::Fill(std::size_t row, double end, double begin) {
+    const auto next = static_cast<std::int64_t>(begin), last = static_cast<std::int64_t>(end) - 1;
+    const Stretch before = frame->SessionAround(last), behind = frame->SessionAround(next);
+    const auto isIn = [](const Stretch& session, std::int64_t time) {
+        return time >= session.begin && time < session.end;
+    };
+    const bool isOneDay = before.begin == behind.begin;
+    if (!isOneDay && !frame->HasSessionEnd()) return;
+    std::int64_t time = last + 1;
+    while (time < next) {
+        if (!isIn(before, time) && !isIn(behind, time)) {
+            if (time >= behind.begin) break;
+            time = std::max(time + 1, behind.begin);
+            continue;
+        }
+        const Stretch stretch = frame->Around(time);
+        times.push_back(stretch.begin * Second);
+        if (settings.isOpen) firstRows.push_back(row);
+        const double close = closeColumn == FrameColumns::None ? UndefinedValue : closed[closeColumn].back();
+        for (std::size_t column = 0; column < width; ++column) {
+            std::vector<double>& values = closed[column];
+            switch (rules[column]) {
+            case ColumnRule::Last: values.push_back(values.back()); break;
+            case ColumnRule::Sum: values.push_back(0.0); break;
+            case ColumnRule::Start: values.push_back(static_cast<double>(stretch.begin)); break;
+            default: values.push_back(close);
+            }
+        }
+        ++closedCount;
+        time = stretch.end;
+    }
+}
+
+void FrameBars::Truncate(std::size_t count, std::size_t closedBars) {
+    times.resize(count);
+    firstRows.resize(count);
+    closedCount = closedBars;
+    for (std::vector<double>& column : closed) column.resize(closedBars);
+}
+
+// Makes the bars anew from the one on that the row at `place` belongs to. Those that go by what is in them alone begin
+// afresh there; Renko and Heikin-Ashi go on from all bars before.
+HRESULT FrameBars::Rebuild(std::size_t place, std::size_t& first) {
+    std::size_t row = 0;
+    first = 0;
+    const bool isFree = frame->Kind() != FrameKind::Renko && frame->Kind() != FrameKind::HeikinAshi;
+    if (isFree && !times.empty()) {
+        first = static_cast<std::size_t>(std::ranges::upper_bound(firstRows, place) - firstRows.begin());
+        first -= first > 0;
+        while (first > 0 && firstRows[first - 1] == firstRows[first]) --first;  // bars that fill a gap
+        first -= first > 0;
+        row = firstRows[first];
+    }
+    state = {};
+    Truncate(first, first);
+    for (; row < rowTimes.size(); ++row) {
+        if (const HRESULT status = AppendKept(row); FAILED(status)) return status;
+    }
+    return S_OK;
+}
+
+}  // namespace sarvane::study
