@@ -106,15 +106,19 @@ Live::Live(const Library& library, const BarHeader& header, const std::vector<st
 }
 
 std::size_t Live::Take(const BarRow& row, std::vector<double>* before) {
+    const std::size_t changes = bars.TimeChanges();
     const std::size_t bar = bars.BarOf(row.date), count = bars.BarCount();
+    if (bars.TimeChanges() > changes && bars.Header().timeColumn) RecalculateFrom(0);
     if (before && bar < count) *before = bars.Row(bar).values;
     if (bar == count)
         bars.Append(row);
     else
         bars.Replace(bar, row.values);
     const auto start = Clock::now();
-    Checked(bar == count ? series->Append(static_cast<std::int64_t>(bar), row.values)
-                         : series->Correct(bar, row.values));
+    const auto take = [&](const std::vector<double>& values) {
+        Checked(bar == count ? series->Append(static_cast<std::int64_t>(bar), values) : series->Correct(bar, values));
+    };
+    bars.Header().timeColumn ? take(bars.Row(bar).values) : take(row.values);
     if (bar + 1 >= count) updates.Add(NanosecondsSince(start));
     ticks += bar + 1 == count;
     corrections += bar + 1 < count;
@@ -136,13 +140,7 @@ Live::Difference Live::TakeOver(BarFile other) {
     places.resize(bars.BarCount(), NoPlace);
     const std::size_t first = *difference.firstBar, oldCount = series->BarCount();
     const std::vector<double> shown = ResultsFrom(*series, first);
-    std::vector<std::int64_t> times;
-    std::vector<double> rows;
-    for (std::size_t bar = first; bar < bars.BarCount(); ++bar) {
-        times.push_back(static_cast<std::int64_t>(bar));
-        for (std::size_t column = 0; column < bars.Columns().size(); ++column) rows.push_back(bars.Value(column, bar));
-    }
-    Checked(series->Rewrite(first, times, rows));
+    RecalculateFrom(first);
     for (const std::size_t bar : series->Changed()) {
         if (bar < first) ShowBar(bar);
     }
@@ -152,6 +150,16 @@ Live::Difference Live::TakeOver(BarFile other) {
         if (!wasShown || !HasSameBits(series->Results(bar), &shown[(old - first) * present.size()])) ShowBar(bar);
     }
     return difference;
+}
+
+void Live::RecalculateFrom(std::size_t first) {
+    std::vector<std::int64_t> times;
+    std::vector<double> rows;
+    for (std::size_t bar = first; bar < bars.BarCount(); ++bar) {
+        times.push_back(static_cast<std::int64_t>(bar));
+        for (std::size_t column = 0; column < bars.Columns().size(); ++column) rows.push_back(bars.Value(column, bar));
+    }
+    Checked(series->Rewrite(first, times, rows));
 }
 
 double Live::Value(const Result& result, std::size_t bar) const {

@@ -73,6 +73,7 @@ public:
     std::string Finish();
 
 private:
+    void RecalculateFrom(std::size_t first);
     void ShowChanged();
     void ShowBar(std::size_t bar);
 

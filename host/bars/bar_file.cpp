@@ -5,6 +5,7 @@
 #include "progress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace sarvane::study {
@@ -108,6 +109,7 @@ BarFile::BarFile(BarHeader first, RowCollector rows) : BarFile(std::move(first),
     if (rows.IsSeries()) {
         columns = rows.TakeColumns();
         times = rows.TakeTimes();
+        FillTimeColumn();
         return;
     }
     for (std::size_t i = 0; i < rows.RowCount(); ++i) {
@@ -152,10 +154,33 @@ void BarFile::FillTimes() {
     times = std::move(all);
 }
 
-void BarFile::Append(const BarRow& row) {
+void BarFile::Append(BarRow row) {
     FillTimes();
     times.push_back(reader.Read(row.date));
+    SetTime(row.values, times.back());
     columns.Append(row);
+}
+
+void BarFile::Replace(std::size_t bar, std::vector<double> row) {
+    if (header.timeColumn) SetTime(row, Time(bar));
+    columns.Replace(bar, row);
+}
+
+// A time in seconds as a double is rounded down, so that it stays in its second.
+void BarFile::SetTime(std::vector<double>& row, const BarTime& time) const {
+    if (!header.timeColumn) return;
+    if (!reader.HasTimes()) Fail("{}: {} holds no times, which the expressions need", header.name, Quoted(header.dateTitle));
+    const auto second = static_cast<double>(time.second.time_since_epoch().count());
+    const double whole = second + static_cast<double>(time.fraction.count()) / 1e9;
+    row[*header.timeColumn] = whole < second + 1.0 ? whole : std::nextafter(second + 1.0, second);
+}
+
+void BarFile::FillTimeColumn() {
+    std::vector<double> row(header.titles.size());
+    for (std::size_t bar = 0; header.timeColumn && bar < BarCount(); ++bar) {
+        SetTime(row, Time(bar));
+        columns.values[*header.timeColumn][bar] = row[*header.timeColumn];
+    }
 }
 
 // Day and month of all dates change places if the bars are still in order then.
@@ -167,6 +192,8 @@ bool BarFile::ReadAnew(std::string_view date) {
         return false;
     reader = std::move(other);
     times = std::move(otherTimes);
+    ++timeChanges;
+    FillTimeColumn();
     return true;
 }
 

@@ -54,9 +54,12 @@ public:
     // bar and is none of the bars.
     std::size_t BarOf(std::string_view date);
     // Adds a bar with a date behind all bars.
-    void Append(const BarRow& row);
+    void Append(BarRow row);
     // Gives a bar other values; its date stays.
-    void Replace(std::size_t bar, const std::vector<double>& row) { columns.Replace(bar, row); }
+    void Replace(std::size_t bar, std::vector<double> row);
+
+    // How many times it was found that dates are written in another way than was thought, so that all times changed.
+    std::size_t TimeChanges() const { return timeChanges; }
 
     // What the user should know of the dates since the last call.
     std::vector<std::string> TakeNotices() { return reader.TakeNotices(); }
@@ -64,11 +67,14 @@ public:
 private:
     bool ReadAnew(std::string_view date);
     void FillTimes();
+    void FillTimeColumn();
+    void SetTime(std::vector<double>& row, const BarTime& time) const;
 
     BarHeader header;
     TimeReader reader;
     BarColumns columns;
     std::vector<Tick> ticks;
+    std::size_t timeChanges = 0;
     std::vector<BarTime> times;  // of the bars; empty for those of a file until somebody asks for a bar by its time
 };
 

@@ -480,4 +480,22 @@ std::string Layout::Text() const {
     return fmt::format("{}", fmt::join(words, ", "));
 }
 
+std::optional<TradeColumns> FindTrades(const Layout& layout) {
+    const auto find = [&](std::initializer_list<std::string_view> titles) {
+        const auto isOne = [&](const Layout::Column& column) {
+            const std::string title = SimplifiedTitle(column.original.empty() ? column.name : column.original);
+            return column.role != Layout::Role::Time && std::ranges::find(titles, title) != titles.end();
+        };
+        const auto found = std::ranges::find_if(layout.columns, isOne);
+        return found == layout.columns.end() ? std::nullopt
+                                             : std::optional(static_cast<std::size_t>(found - layout.columns.begin()));
+    };
+    const bool hasBars = std::ranges::any_of(layout.columns, [](const Layout::Column& column) {
+        return column.name == "open" || column.name == "high" || column.name == "low";
+    });
+    const auto price = find({"price"}), size = find({"size", "qty", "quantity", "amount"});
+    if (hasBars || !price || !size) return std::nullopt;
+    return TradeColumns{*price, *size, find({"id", "trade_id", "tradeid", "trade id", "agg_trade_id"})};
+}
+
 }  // namespace sarvane::study

@@ -55,6 +55,14 @@ struct Layout {
     std::string Text() const;
 };
 
+// Where the lines of a file of trades have what makes one.
+struct TradeColumns {
+    std::size_t price, size;
+    std::optional<std::size_t> id = {};
+};
+// Nothing for a file of bars: one of trades has a price and a size, and no open, high or low.
+std::optional<TradeColumns> FindTrades(const Layout& layout);
+
 // Lines that are looked at to find out about the rest.
 constexpr std::size_t LayoutSample = 200;
 

@@ -117,24 +117,45 @@ void RowReader::Settle(bool evenWithoutData) {
 }
 
 void RowReader::TakeLayout(Layout found) {
+    constexpr std::size_t NoColumn = static_cast<std::size_t>(-1);
     std::vector<std::string> titles;
     std::vector<std::size_t> columns;
     std::vector<bool> isWanted;
-    for (std::size_t i = 0; i < found.columns.size(); ++i) {
-        if (found.columns[i].role != Layout::Role::Value) continue;
-        titles.push_back(found.columns[i].name);
-        columns.push_back(i);
-        isWanted.push_back(found.columns[i].example.empty());
+    const auto add = [&](std::string_view title, std::size_t column, bool hasNumbers) {
+        titles.emplace_back(title);
+        columns.push_back(column);
+        isWanted.push_back(hasNumbers);
+    };
+    const auto trades = FindTrades(found);
+    if (trades) {
+        for (const std::string_view price : {"open", "high", "low", "close"}) add(price, trades->price, true);
+        add("volume", trades->size, true);
     }
+    for (std::size_t i = 0; i < found.columns.size(); ++i) {
+        const bool isOfTrade = trades && (i == trades->price || i == trades->size || i == trades->id);
+        if (found.columns[i].role == Layout::Role::Value && !isOfTrade)
+            add(found.columns[i].name, i, found.columns[i].example.empty());
+    }
+    const bool hasTime = std::ranges::any_of(titles, [](const auto& title) { return EqualIgnoringCase(title, "time"); });
+    if (!hasTime) add("time", NoColumn, false);
     if (wanted) isWanted = wanted(titles, isWanted);
     uses.assign(found.columns.size(), Skipped);
     uses[found.timeColumn] = Time;
     if (found.clockColumn) uses[*found.clockColumn] = Clock;
+    if (trades && trades->id) uses[*trades->id] = Id;
     for (std::size_t i = 0; i < titles.size(); ++i) {
         if (!isWanted[i]) continue;
-        uses[columns[i]] = FirstValue + header.titles.size();
+        const std::size_t place = header.titles.size();
         header.titles.push_back(titles[i]);
+        if (columns[i] == NoColumn) {
+            header.timeColumn = place;
+        } else if (uses[columns[i]] >= FirstValue) {
+            copies.emplace_back(place, uses[columns[i]] - FirstValue);
+        } else {
+            uses[columns[i]] = FirstValue + place;
+        }
     }
+    header.isTrades = trades.has_value();
     header.dateTitle = found.columns[found.timeColumn].name;
     nextGathered = found.headerLines;
     row.values.resize(header.titles.size());
@@ -183,6 +204,7 @@ void RowReader::TakeCell(std::string_view cell, std::size_t column) {
     case Skipped: return;
     case Time: row.date.assign(WithoutBlanks(cell)); return;
     case Clock: clock.assign(WithoutBlanks(cell)); return;
+    case Id: row.id.assign(WithoutBlanks(cell)); return;
     default: row.values[uses[column] - FirstValue] = ValueOf(cell, column);
     }
 }
@@ -216,6 +238,7 @@ void RowReader::EndRow(std::size_t cells) {
         if (!normal && !row.date.empty()) FailAt(layout->timeColumn + 1, Quoted(row.date) + " is no time");
         if (normal) row.date = *normal;
     }
+    for (const auto& [to, from] : copies) row.values[to] = row.values[from];
     complete = true;
 }
 

@@ -16,6 +16,10 @@ struct BarHeader {
     std::string name;                 // of the file
     std::string dateTitle;            // heading of the dates
     std::vector<std::string> titles;  // of the columns of numbers
+    // Each row is a trade: its price is open, high, low and close of a bar, and its size the volume.
+    bool isTrades = false;
+    // Column of the bars' times in seconds since 1970, UTC, where expressions ask for it. Rows leave it at 0.
+    std::optional<std::size_t> timeColumn = {};
 
     // In any letter case.
     std::optional<std::size_t> FindColumn(std::string_view title) const;
@@ -24,6 +28,7 @@ struct BarHeader {
 struct BarRow {
     std::string date;
     std::vector<double> values;  // by column
+    std::string id = {};         // of a trade, if it has one
 };
 
 // Which columns are wanted of those that a file has. The others are not read, so that it does not matter what their cells
@@ -67,7 +72,7 @@ private:
         std::string text;
     };
     // What becomes of a cell.
-    enum Use : std::size_t { Skipped, Time, Clock, FirstValue };  // FirstValue + i is the i-th title
+    enum Use : std::size_t { Skipped, Time, Clock, Id, FirstValue };  // FirstValue + i is the i-th title
 
     std::optional<std::string_view> NextLine();
     void GatherLines();
@@ -84,6 +89,7 @@ private:
     WantedColumns wanted;
     std::optional<Layout> layout;
     std::vector<std::size_t> uses;  // of each column
+    std::vector<std::pair<std::size_t, std::size_t>> copies;  // titles whose values are those of another title
     BarRow row;
     std::string clock;  // the cell of the time of day, if it has a column
 
