@@ -42,7 +42,7 @@ Compiled Compile(const Library& library, const Definition& study, const std::vec
         Fail("{} takes {} argument{} that ha{} a default, not {}", study.statement.name, next, next == 1 ? "" : "s",
              next == 1 ? "s" : "ve", arguments.size());
     }
-    for (const char* column : {"open", "high", "low", "close", "volume"}) columns.emplace_back(column);
+    for (const char* column : {"open", "high", "low", "close", "volume", "time"}) columns.emplace_back(column);
     const std::string call = fmt::format("{}({})", study.statement.name, fmt::join(texts, ", "));
     Compiler compiler(library.Studies(), columns);
     if (const auto problem = compiler.Add(call, {settings})) FailWith(*problem, call);

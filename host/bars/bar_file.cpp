@@ -1,6 +1,8 @@
 #include "bars/bar_file.h"
 
+#include "bars/bar_maker.h"
 #include "bars/byte_source.h"
+#include "bars/trade_filter.h"
 #include "failure.h"
 #include "progress.h"
 
@@ -13,7 +15,7 @@ namespace {
 
 // Hands the rows of a text that has come to the collector. A layout that can't be found leaves nothing to go on with. A
 // remark at the end of the file is no fault: it is kept in `remark` until something follows it.
-void TakeRows(RowReader& reader, RowCollector& rows, std::pair<std::size_t, std::string>& remark) {
+void TakeRows(RowReader& reader, RowCollector& rows, TradeFilter& filter, std::pair<std::size_t, std::string>& remark) {
     const auto refuseRemark = [&] {
         if (!remark.second.empty()) rows.Refuse(std::exchange(remark.second, {}), remark.first);
     };
@@ -21,7 +23,8 @@ void TakeRows(RowReader& reader, RowCollector& rows, std::pair<std::size_t, std:
         try {
             if (!reader.Next()) return;
             refuseRemark();
-            rows.Take(reader.Row(), reader.Line());
+            if (reader.Header().isTrades) rows.ExpectTrades();
+            if (filter.IsNew(reader.Row())) rows.Take(reader.Row(), reader.Line());
         } catch (const Failure& failure) {
             if (!reader.HasHeader()) throw;
             refuseRemark();
@@ -33,21 +36,42 @@ void TakeRows(RowReader& reader, RowCollector& rows, std::pair<std::size_t, std:
     }
 }
 
+// The bars that rows are, or those of a frame that they make.
+BarFile BarsIn(const FrameSettings& to, const BarHeader& header, RowCollector rows) {
+    RefuseTrades(header, to);
+    if (!to.frame) return BarFile(header, std::move(rows));
+    BarMaker maker(header, to, false);
+    const auto take = [&](std::size_t count, const auto& source) {
+        for (std::size_t i = 0; i < count; ++i) maker.Take(source.Row(i), source.Time(i));
+    };
+    if (rows.RowCount() > 0 && !rows.Times().HasTimes())
+        Fail("{}: {} holds no times, of which bars of {} are made", header.name, Quoted(header.dateTitle),
+             to.frame->Text());
+    if (header.isTrades) {
+        take(rows.RowCount(), rows);
+    } else {
+        const BarFile bars(header, std::move(rows));
+        take(bars.BarCount(), bars);
+    }
+    return maker.File();
+}
+
 constexpr std::size_t ChunkSize = 1 << 18;
 
 }  // namespace
 
 FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& settings) {
     ByteSource source(path);
-    RowReader reader(source.Name(), settings.layout, settings.wanted);
+    RowReader reader(source.Name(), settings.layout, WantedWith(settings.to, settings.wanted));
     Progress progress("reading " + source.Name(), source.Size());
     RowCollector rows(source.Name(), settings);
     std::vector<char> chunk(ChunkSize);
     bool isFirst = true;
     std::pair<std::size_t, std::string> remark;
+    TradeFilter filter;
     while (const std::size_t length = source.Read(chunk)) {
         reader.Add({chunk.data(), length});
-        TakeRows(reader, rows, remark);
+        TakeRows(reader, rows, filter, remark);
         if (std::exchange(isFirst, false) && reader.Line() > 0 && source.Size() > 0.0 && !source.IsCompressed())
             rows.Expect(static_cast<std::size_t>(source.Size() / static_cast<double>(length) * 1.02 *
                                                  static_cast<double>(reader.Line())) +
@@ -55,7 +79,7 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
         progress.Update(source.Position());
     }
     reader.End();
-    TakeRows(reader, rows, remark);
+    TakeRows(reader, rows, filter, remark);
     if (!reader.HasHeader()) Fail("{}: the file is empty", source.Name());
     progress.Hide();
     rows.Finish();
@@ -65,14 +89,19 @@ FileReading ReadBarFile(const std::filesystem::path& path, const ReadSettings& s
     if (const std::string notice = rows.GapNotice(reader.Header()); !notice.empty()) settings.tell(notice);
     if (!remark.second.empty()) tell(fmt::format("line {} is left out: a remark at the end", remark.first));
     if (reader.TextCells() > 0) tell(fmt::format("gaps that are texts: {}", reader.TextCells()));
+    if (const std::string notice = filter.Notice(); !notice.empty()) tell(notice);
     const Layout& layout = reader.PresentLayout();
+    FrameSettings to = settings.to;
+    if (reader.Header().isTrades && settings.showsTrades && !to.frame)
+        to.frame = std::make_shared<const Frame>(*Frame::Read("1ticks"));
     return FileReading{layout,
                        layout.titlesAreLatin1 ? Encoding::Latin1 : reader.PresentEncoding(),
                        source.IsCompressed(),
                        rows.NewestFirst(),
                        rows.Repeats(),
                        rows.LeftOut(),
-                       BarFile(reader.Header(), std::move(rows))};
+                       reader.Header().isTrades && !settings.to.frame,
+                       BarsIn(to, reader.Header(), std::move(rows))};
 }
 
 std::vector<std::string> ReadColumns(const std::filesystem::path& path, const LayoutSettings& settings) {

@@ -86,6 +86,7 @@ struct FileReading {
     bool newestFirst;
     std::size_t repeats;  // lines with the time of an earlier one
     std::size_t leftOut;  // lines
+    bool areTrades;       // and no frame made bars of them
     BarFile bars;
 };
 

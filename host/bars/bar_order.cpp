@@ -17,6 +17,15 @@ bool MostlyFalls(const std::vector<BarTime>& times) {
 
 }  // namespace
 
+std::vector<std::size_t> OrderOfTrades(const std::vector<BarTime>& times, bool& newestFirst) {
+    std::vector<std::size_t> rows(times.size());
+    std::iota(rows.begin(), rows.end(), std::size_t{0});
+    newestFirst = MostlyFalls(times);
+    if (newestFirst) std::ranges::reverse(rows);
+    std::ranges::stable_sort(rows, {}, [&](std::size_t row) { return times[row]; });
+    return rows;
+}
+
 RowOrder OrderOf(const std::vector<BarTime>& times, bool sort) {
     RowOrder order;
     std::vector<std::size_t> candidates(times.size());

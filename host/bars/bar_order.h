@@ -23,4 +23,8 @@ struct RowOrder {
 // that they have in the file.
 RowOrder OrderOf(const std::vector<BarTime>& times, bool sort);
 
+// All rows of trades by their times. Those of one time keep their order, from the end of the file if the newest stands
+// first.
+std::vector<std::size_t> OrderOfTrades(const std::vector<BarTime>& times, bool& newestFirst);
+
 }  // namespace sarvane::study

@@ -85,7 +85,25 @@ void RowCollector::HandleFaults() {
     leftOut += faults.size();
 }
 
+BarTime RowCollector::Time(std::size_t index) const {
+    const std::size_t row = isSeries ? index : order[index];
+    return times.empty() ? reader.Parse(columns.Date(row)).value_or(ParsedTime{}).Time() : times[row];
+}
+
+void RowCollector::ArrangeTrades() {
+    if (!isRising) {
+        order = OrderOfTrades(times, newestFirst);
+        std::size_t late = 0;
+        for (std::size_t i = 0; i < times.size(); ++i) late += i > 0 && !newestFirst && times[i] < times[i - 1];
+        if (late > 0) Note(fmt::format("{} behind a later one: all are taken in the order of their times", late == 1 ? "1 trade stands" : fmt::format("{} trades stand", late)));
+    }
+    isSeries = isRising;
+    for (const std::string& notice : reader.TakeNotices()) Note(notice);
+    if (newestFirst) Note("the newest line stands first: read from the last line to the first");
+}
+
 void RowCollector::Arrange() {
+    if (areTrades) return ArrangeTrades();
     isSeries = isRising || std::ranges::is_sorted(times, std::ranges::less_equal());  // rising
     RowOrder found = isSeries ? RowOrder() : OrderOf(times, settings.sort);
     for (const auto& [row, than] : found.late) {

@@ -2,13 +2,21 @@
 
 #include "bars/bar_columns.h"
 #include "bars/bar_time.h"
+#include "frames/frame.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace sarvane::study {
+
+// The frame that bars are wanted of.
+struct FrameSettings {
+    std::shared_ptr<const Frame> frame = {};  // null for the bars as they come
+    bool fills = false;                       // stretches of the session without a row become bars, too
+};
 
 // How a file of bars is read. What the user should know of it is told in lines without a line end.
 struct ReadSettings {
@@ -18,6 +26,8 @@ struct ReadSettings {
     std::function<void(const std::string&)> tell = [](const std::string&) {};
     LayoutSettings layout = {};
     WantedColumns wanted = {};  // nothing for all that have numbers
+    FrameSettings to = {};
+    bool showsTrades = false;  // each is a bar if no frame is given
 };
 
 // Takes all rows of a file before any becomes a bar: only all of them tell how dates are written, and whether the newest
@@ -29,6 +39,8 @@ public:
 
     // Makes room for about so many rows.
     void Expect(std::size_t rows);
+    // The rows are trades: several may have one time, and they may stand in any order.
+    void ExpectTrades() { areTrades = true; }
     void Take(const BarRow& row, std::size_t line);
     // A line that can't be read. Fails with the first fault of the lines so far if such lines are not to be left out.
     void Refuse(const std::string& fault, std::size_t line);
@@ -38,6 +50,7 @@ public:
     // The rows by time, from here on.
     std::size_t RowCount() const { return isSeries ? columns.Count() : order.size(); }
     BarRow Row(std::size_t index) const { return columns.Row(isSeries ? index : order[index]); }
+    BarTime Time(std::size_t index) const;
     const TimeReader& Times() const { return reader; }
     // Whether no row repeats the time of another one, or stands elsewhere than in the file.
     bool IsSeries() const { return isSeries; }
@@ -76,6 +89,7 @@ private:
     void ReadTimes();
     void HandleFaults();
     void Arrange();
+    void ArrangeTrades();
     std::string PlaceOf(std::size_t row) const;
     void Note(const std::string& notice);
 
@@ -90,6 +104,7 @@ private:
     BarTime last = {};
     std::vector<std::size_t> order;
     bool isSeries = false;
+    bool areTrades = false;
     bool newestFirst = false;
     std::size_t repeats = 0;
     std::vector<Fault> faults;

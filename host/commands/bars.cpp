@@ -2,6 +2,7 @@
 #include "commands/options.h"
 #include "console.h"
 #include "failure.h"
+#include "output_file.h"
 #include "path.h"
 
 #include <cmath>
@@ -15,6 +16,7 @@ struct BarsOptions {
     std::string file = {};
     ReadSettings reading = {};
     bool json = false;
+    TableOptions table = {};
 };
 
 // Bars with something that prices don't do, of one kind.
@@ -85,7 +87,7 @@ nlohmann::ordered_json BarsJson(const FileReading& reading) {
     const Layout& layout = reading.layout;
     const std::size_t count = bars.BarCount();
     nlohmann::ordered_json json = {{"file", bars.Name()},
-                                   {"bars", count},
+                                   {reading.areTrades ? "trades" : "bars", count},
                                    {"first", count > 0 ? nlohmann::json(bars.IsoDate(0)) : nlohmann::json()},
                                    {"last", count > 0 ? nlohmann::json(bars.IsoDate(count - 1)) : nlohmann::json()},
                                    {"direction", DirectionText(reading)},
@@ -126,7 +128,7 @@ std::string BarsText(const FileReading& reading) {
     const auto text = [&](const char* key) {
         return json[key].is_string() ? json[key].get<std::string>() : std::string("-");
     };
-    std::string lines = fmt::format("bars        {} from {} to {}, {}\n", json["bars"].get<std::size_t>(),
+    std::string lines = fmt::format("{:<10}  {} from {} to {}, {}\n", reading.areTrades ? "trades" : "bars", reading.bars.BarCount(),
                                     text("first"), text("last"), text("direction"));
     lines += fmt::format("layout      delimiter {}, decimal {}, {}, {}{}\n", DelimiterText(layout.delimiter),
                          layout.numbers.decimal == ',' ? "comma" : "point",
@@ -160,9 +162,34 @@ std::string BarsText(const FileReading& reading) {
     return lines;
 }
 
+// Writes the bars of another frame.
+void WriteBars(const BarsOptions& options) {
+    ReadSettings settings = options.reading;
+    settings.tell = Tell;
+    if (options.file != "-") RefuseAsStandardOutput(PathOf(options.file));
+    const BarFile bars(PathOf(options.file), settings);
+    std::vector<double> values(bars.Columns().size());
+    std::vector<Result> columns(values.size());
+    for (std::size_t column = 0; column < values.size(); ++column) {
+        columns[column].title = bars.Columns()[column];
+        columns[column].value = &values[column];
+    }
+    std::vector<std::filesystem::path> read;
+    if (options.file != "-") read.push_back(PathOf(options.file));
+    TableOutput table(options.table, read, TableOutput::Kind::Bars);
+    table.Begin(bars, columns);
+    for (std::size_t bar = 0; bar < bars.BarCount() && table.IsWanted(); ++bar) {
+        for (std::size_t column = 0; column < values.size(); ++column) values[column] = bars.Value(column, bar);
+        table.WriteBar(bars.Date(bar), columns);
+    }
+    table.Finish();
+}
+
 void ShowBars(const BarsOptions& options) {
+    if (options.reading.to.frame && !options.json) return WriteBars(options);
     ReadSettings settings = options.reading;
     settings.tell = [](const std::string&) {};  // what it would tell is shown
+    settings.showsTrades = true;
     const FileReading reading = ReadBarFile(PathOf(options.file), settings);
     Print(options.json ? JsonText(BarsJson(reading)) : BarsText(reading));
 }
@@ -170,11 +197,14 @@ void ShowBars(const BarsOptions& options) {
 }  // namespace
 
 void AddBars(CLI::App& app, const std::string&) {
-    CLI::App& command = *app.add_subcommand("bars", "how a file of bars was understood, and what is suspicious in it");
+    CLI::App& command = *app.add_subcommand("bars", "how a file of bars was understood and what is suspicious in it; with --to, its bars in another frame");
     const auto options = std::make_shared<BarsOptions>();
     command.add_option("bars", options->file, "a file of bars, '-' for standard input")->type_name("FILE")->required();
     command.add_flag("--json", options->json, "for programs");
     AddReading(command, options->reading);
+    AddTable(command, options->table);
+    for (const char* const name : {"-o", "--format", "--na", "--precision"})
+        command.get_option(name)->needs(command.get_option("--to"));
     command.callback([options] { ShowBars(*options); });
 }
 

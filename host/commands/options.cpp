@@ -131,7 +131,23 @@ void AddSettled(CLI::App& command, StudyOptions& options) {
 void AddReading(CLI::App& command, ReadSettings& settings) {
     command.add_flag("--skip-bad", settings.leaveOutBad, "report lines that can't be read, and leave them out");
     command.add_flag("--sort", settings.sort, "put lines in the order of their times");
+    AddFrame(command, settings.to);
     AddLayout(command, settings.layout);
+}
+
+void AddFrame(CLI::App& command, FrameSettings& settings) {
+    CLI::Option* const to = command
+                                .add_option_function<std::string>(
+                                    "--to",
+                                    [&settings](const std::string& text) {
+                                        Outcome<Frame> frame = Frame::Read(text);
+                                        if (!frame) throw CLI::ValidationError("--to", frame.Fault().message);
+                                        settings.frame = std::make_shared<const Frame>(std::move(*frame));
+                                    },
+                                    "make bars of this frame first, of bars or trades: 5min, 1h, 1d, 1W, 1M, "
+                                    "'1h 09:30 America/New_York', 100ticks, 10000volume, 2range, 2renko, heikinashi")
+                                ->type_name("FRAME");
+    command.add_flag("--fill", settings.fills, "stretches of the session without a row become bars, too")->needs(to);
 }
 
 void AddLayout(CLI::App& command, LayoutSettings& settings) {

@@ -54,6 +54,8 @@ void AddStudy(CLI::App& command, StudyOptions& options);
 void AddSettled(CLI::App& command, StudyOptions& options);
 // How the lines of a file are read, for commands that read the whole of it.
 void AddReading(CLI::App& command, ReadSettings& settings);
+// The frame that its bars are made into.
+void AddFrame(CLI::App& command, FrameSettings& settings);
 // How its lines are laid out.
 void AddLayout(CLI::App& command, LayoutSettings& settings);
 // What happens when conditions hold on the newest bar of a followed file. Gives the option that all others need.

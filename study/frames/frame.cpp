@@ -117,6 +117,7 @@ Outcome<Frame> Frame::Read(std::string_view given) {
         Outcome<Zone> found = Zone::Find(words[next]);
         if (!found) return wrong(found.Fault().message);
         frame.zone = std::move(*found);
+        frame.isInUtc = false;
         frame.text.append(" ").append(words[next++]);
     }
     if (next < words.size()) return wrong("expected nothing behind the time zone");

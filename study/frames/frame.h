@@ -57,6 +57,7 @@ public:
     // The length of a stretch in seconds, the shortest one where months differ; 0 for frames that are not of time.
     double Seconds() const;
     const Zone& Clocks() const { return zone; }
+    bool IsInUtc() const { return isInUtc; }
 
 private:
     enum class Unit { Second, Day, Month };
@@ -73,6 +74,7 @@ private:
     std::chrono::seconds sessionStart{};
     std::chrono::seconds sessionEnd{};
     Zone zone;
+    bool isInUtc = true;  // no zone was given
 };
 
 }  // namespace sarvane::study

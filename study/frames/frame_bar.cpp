@@ -31,6 +31,17 @@ ColumnRule RuleOf(std::string_view column) {
     return found == std::end(Rules) ? ColumnRule::Last : found->rule;
 }
 
+std::vector<std::string_view> ColumnsOf(FrameKind kind) {
+    switch (kind) {
+    case FrameKind::Volume: return {"volume"};
+    case FrameKind::Value: return {"close", "volume"};
+    case FrameKind::Range: return {"high", "low", "close"};
+    case FrameKind::Renko: return {"close", "volume"};
+    case FrameKind::HeikinAshi: return {"open", "high", "low", "close"};
+    default: return {};
+    }
+}
+
 std::vector<std::size_t> FrameColumns::ReadBy(FrameKind kind, const char*& missing) const {
     std::vector<std::size_t> read;
     const auto need = [&](std::size_t column, const char* name) {

@@ -19,6 +19,9 @@ enum class ColumnRule : unsigned char { First, Greatest, Least, Last, Sum, Start
 // the time at which the frame starts, or its first bar, for "time", and else the last value.
 ColumnRule RuleOf(std::string_view column);
 
+// Names of the columns that a frame of this kind may go by, without that of the time.
+std::vector<std::string_view> ColumnsOf(FrameKind kind);
+
 // Where a frame finds what it goes by, among the values of a bar.
 struct FrameColumns {
     static constexpr std::size_t None = static_cast<std::size_t>(-1);

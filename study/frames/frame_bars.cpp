@@ -49,69 +49,77 @@ FrameBars::FrameBars(std::shared_ptr<const Frame> made, FrameBar taker, std::vec
       closeColumn(closes), present(width + 1, UndefinedValue), forming(width, UndefinedValue), closed(width),
       lastTime(std::numeric_limits<std::int64_t>::min()) {}
 
-HRESULT FrameBars::Take(std::int64_t time, const double* row, std::size_t& first) {
+HRESULT FrameBars::Take(std::int64_t time, const double* row, BarRange& changed) {
     const bool isAgain = settings.source == FrameSource::Bars && time == lastTime && !times.empty();
-    if (!settings.isOpen) {
-        if (time < lastTime || isAgain) return E_INVALIDARG;
-        first = times.size();
-        const bool hadBar = state.hasBar;
-        const HRESULT status = Append(0, time, row);
-        if (hadBar && times.size() == first) --first;
-        return status;
-    }
-    if (isAgain) {  // a tick of the last row
-        const std::vector<double> old(rows.end() - static_cast<std::ptrdiff_t>(width), rows.end());
-        const auto take = [&](const double* values) {
-            std::copy_n(values, width, rows.end() - static_cast<std::ptrdiff_t>(width));
-            state = stateBefore;
-            forming = formingBefore;
-            Truncate(countBefore, closedBefore);
-            return AppendKept(rowTimes.size() - 1);
-        };
-        first = countBefore - (stateBefore.hasBar ? 1 : 0);
-        const HRESULT status = take(row);
-        if (FAILED(status)) take(old.data());
-        return status;
-    }
-    if (time < lastTime) {
-        const auto next = settings.source == FrameSource::Bars ? std::ranges::lower_bound(rowTimes, time)
-                                                               : std::ranges::upper_bound(rowTimes, time);
-        const auto place = static_cast<std::size_t>(next - rowTimes.begin());
-        const auto values = rows.begin() + static_cast<std::ptrdiff_t>(place * width);
-        const bool isKnown = settings.source == FrameSource::Bars && next != rowTimes.end() && *next == time;
-        ++lateRows;
-        std::vector<double> old;
-        if (isKnown) {
-            old.assign(values, values + static_cast<std::ptrdiff_t>(width));
-            std::copy_n(row, width, values);
-        } else {
-            rows.insert(values, row, row + width);
-            rowTimes.insert(next, time);
-        }
-        const HRESULT status = Rebuild(place, first);
-        if (FAILED(status)) {  // without the row, or with its old values, as it was
-            const auto again = rows.begin() + static_cast<std::ptrdiff_t>(place * width);
-            if (isKnown) {
-                std::ranges::copy(old, again);
-            } else {
-                rows.erase(again, again + static_cast<std::ptrdiff_t>(width));
-                rowTimes.erase(rowTimes.begin() + static_cast<std::ptrdiff_t>(place));
-            }
-            Rebuild(place, first);
-        }
-        return status;
-    }
-    rowTimes.push_back(time);
-    rows.insert(rows.end(), row, row + width);
+    const bool isLate = time < lastTime;
+    lateRows += isLate;
+    if (!settings.isOpen && (isLate || isAgain)) return E_INVALIDARG;
+    if (isLate) return TakeLate(time, row, changed);
+    changed.first = isAgain ? countBefore - stateBefore.hasBar : times.size() - state.hasBar;
     const std::size_t count = times.size();
-    const bool hadBar = state.hasBar;
-    const HRESULT status = AppendKept(rowTimes.size() - 1);
-    if (FAILED(status)) {
-        state = stateBefore;
-        rowTimes.pop_back();
-        rows.resize(rows.size() - width);
+    HRESULT status = S_OK;
+    if (isAgain) {
+        status = TakeAgain(row);
+    } else if (settings.isOpen) {
+        rowTimes.push_back(time);
+        rows.insert(rows.end(), row, row + width);
+        status = AppendKept(rowTimes.size() - 1);
+        if (FAILED(status)) {
+            state = stateBefore;
+            rowTimes.pop_back();
+            rows.resize(rows.size() - width);
+        }
+        if (times.size() > count) changed.first = count;  // the bar before has closed as it was
+    } else {
+        status = Append(0, time, row);
+        if (times.size() > count) changed.first = count;
     }
-    first = hadBar && times.size() == count ? count - 1 : count;
+    changed.end = times.size();
+    return status;
+}
+
+// The last row comes once more.
+HRESULT FrameBars::TakeAgain(const double* row) {
+    const auto last = static_cast<std::ptrdiff_t>(rows.size() - width);
+    const std::vector<double> old(rows.begin() + last, rows.end());
+    const auto take = [&](const double* values) {
+        std::copy_n(values, width, rows.begin() + last);
+        state = stateBefore;
+        forming = formingBefore;
+        Truncate(countBefore, closedBefore);
+        return AppendKept(rowTimes.size() - 1);
+    };
+    const HRESULT status = take(row);
+    if (FAILED(status)) take(old.data());
+    return status;
+}
+
+HRESULT FrameBars::TakeLate(std::int64_t time, const double* row, BarRange& changed) {
+    const bool areBars = settings.source == FrameSource::Bars;
+    const auto next = areBars ? std::ranges::lower_bound(rowTimes, time) : std::ranges::upper_bound(rowTimes, time);
+    const auto place = static_cast<std::size_t>(next - rowTimes.begin());
+    const auto values = rows.begin() + static_cast<std::ptrdiff_t>(place * width);
+    const auto valuesEnd = values + static_cast<std::ptrdiff_t>(width);
+    const bool isNew = !areBars || *next != time;
+    std::vector<double> old;
+    if (isNew) {
+        rows.insert(values, row, row + width);
+        rowTimes.insert(next, time);
+    } else {
+        old.assign(values, valuesEnd);
+        std::copy_n(row, width, values);
+    }
+    if (RebuildOne(place, isNew, changed)) return S_OK;
+    const HRESULT status = Rebuild(place, changed);
+    if (SUCCEEDED(status)) return status;
+    const auto again = rows.begin() + static_cast<std::ptrdiff_t>(place * width);
+    if (isNew) {
+        rows.erase(again, again + static_cast<std::ptrdiff_t>(width));
+        rowTimes.erase(rowTimes.begin() + static_cast<std::ptrdiff_t>(place));
+    } else {
+        std::ranges::copy(old, again);
+    }
+    Rebuild(place, changed);
     return status;
 }
 
@@ -143,7 +151,11 @@ HRESULT FrameBars::Append(std::size_t row, std::int64_t time, const double* valu
 }
 
 void FrameBars::Begin(std::size_t row, std::int64_t time) {
-    times.push_back(frame->Kind() == FrameKind::Time ? static_cast<std::int64_t>(state.begin) * Second : time);
+    if (frame->Kind() == FrameKind::Time) {
+        times.push_back(static_cast<std::int64_t>(state.begin) * Second);
+    } else {
+        times.push_back(times.empty() ? time : std::max(time, times.back() + 1));
+    }
     if (settings.isOpen) firstRows.push_back(row);
 }
 
@@ -193,11 +205,29 @@ void FrameBars::Truncate(std::size_t count, std::size_t closedBars) {
     for (std::vector<double>& column : closed) column.resize(closedBars);
 }
 
+// Makes the closed bar of a stretch of time anew that the row at `place` belongs to, if there is one: no other bar depends
+// on it.
+bool FrameBars::RebuildOne(std::size_t place, bool isNew, BarRange& changed) {
+    if (frame->Kind() != FrameKind::Time || settings.fills) return false;
+    const auto bar = static_cast<std::size_t>(std::ranges::upper_bound(times, rowTimes[place]) - times.begin()) - 1;
+    if (bar >= closedCount || rowTimes[place] / Second >= frame->Around(times[bar] / Second).end) return false;
+    for (std::size_t later = bar + 1; isNew && later < times.size(); ++later) ++firstRows[later];
+    FrameBar::State fresh;
+    std::vector<double> values(width, UndefinedValue);
+    for (std::size_t row = firstRows[bar]; row < firstRows[bar + 1]; ++row) {
+        std::copy_n(rows.data() + row * width, width, present.begin());
+        present[width] = SecondOf(rowTimes[row]);
+        bars.Take(fresh, present.data(), values.data(), [] { return S_OK; });
+    }
+    for (std::size_t column = 0; column < width; ++column) closed[column][bar] = values[column];
+    changed = {bar, bar + 1};
+    return true;
+}
+
 // Makes the bars anew from the one on that the row at `place` belongs to. Those that go by what is in them alone begin
 // afresh there; Renko and Heikin-Ashi go on from all bars before.
-HRESULT FrameBars::Rebuild(std::size_t place, std::size_t& first) {
-    std::size_t row = 0;
-    first = 0;
+HRESULT FrameBars::Rebuild(std::size_t place, BarRange& changed) {
+    std::size_t row = 0, first = 0;
     const bool isFree = frame->Kind() != FrameKind::Renko && frame->Kind() != FrameKind::HeikinAshi;
     if (isFree && !times.empty()) {
         first = static_cast<std::size_t>(std::ranges::upper_bound(firstRows, place) - firstRows.begin());
@@ -208,10 +238,10 @@ HRESULT FrameBars::Rebuild(std::size_t place, std::size_t& first) {
     }
     state = {};
     Truncate(first, first);
-    for (; row < rowTimes.size(); ++row) {
-        if (const HRESULT status = AppendKept(row); FAILED(status)) return status;
-    }
-    return S_OK;
+    HRESULT status = S_OK;
+    for (; row < rowTimes.size() && SUCCEEDED(status); ++row) status = AppendKept(row);
+    changed = {first, times.size()};
+    return status;
 }
 
 }  // namespace sarvane::study

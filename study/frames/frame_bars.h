@@ -24,19 +24,24 @@ struct FrameBarsSettings {
     bool isOpen = true;
 };
 
+// Bars from `first` to ahead of `end` that are new or have other values.
+struct BarRange {
+    std::size_t first = 0;
+    std::size_t end = 0;
+};
+
 // The bars of a frame, made of rows with a time and a value for each column: what `bars(source, frame)` gives. Times are
 // nanoseconds since 1970, UTC; a bar of a frame of time has the time at which its stretch begins, any other one that of its
-// first row.
+// first row, or a nanosecond more than the bar before if that is as late.
 class FrameBars {
 public:
     // Fails if a column that the frame goes by is missing. Columns are those of the bars.
     static Outcome<FrameBars> Over(std::shared_ptr<const Frame> frame, const std::vector<std::string>& columns,
                                    const FrameBarsSettings& settings = {});
 
-    // Takes a row, which `first` tells the first bar of that has other values now or is new; all behind it may be others,
-    // too. E_INVALIDARG, and nothing done, for a row that is late without being open to that, and for one whose price
-    // makes more than FrameBar::MostBricks bricks.
-    HRESULT Take(std::int64_t time, const double* row, std::size_t& first);
+    // Takes a row and tells which bars it has changed. E_INVALIDARG, and nothing done, for a row that is late without
+    // being open to that, and for one whose price makes more than FrameBar::MostBricks bricks.
+    HRESULT Take(std::int64_t time, const double* row, BarRange& changed);
 
     std::size_t Count() const { return times.size(); }
     std::int64_t Time(std::size_t bar) const { return times[bar]; }
@@ -52,7 +57,10 @@ private:
 
     HRESULT Append(std::size_t row, std::int64_t time, const double* values);
     HRESULT AppendKept(std::size_t row);
-    HRESULT Rebuild(std::size_t place, std::size_t& first);
+    HRESULT TakeAgain(const double* row);
+    HRESULT TakeLate(std::int64_t time, const double* row, BarRange& changed);
+    bool RebuildOne(std::size_t place, bool isNew, BarRange& changed);
+    HRESULT Rebuild(std::size_t place, BarRange& changed);
     void Begin(std::size_t row, std::int64_t time);
     void Close();
     void Fill(std::size_t row, double end, double begin);

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "bars/row_collector.h"
+
+#include <boost/icl/interval_set.hpp>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+namespace sarvane::study {
+
+// Drops trades whose id has come before.
+class TradeFilter {
+public:
+    // Rows without an id always are.
+    bool IsNew(const BarRow& row);
+    // What the user should know of the trades since the last call; empty if all were new.
+    std::string Notice();
+
+private:
+    boost::icl::interval_set<std::uint64_t> numbers;  // ids, which mostly follow each other
+    std::unordered_set<std::string> texts;            // other ids
+    std::size_t dropped = 0;
+};
+
+// Fails for trades that no frame makes bars of.
+void RefuseTrades(const BarHeader& header, const FrameSettings& to);
+
+// The wanted columns, and those that a frame goes by.
+WantedColumns WantedWith(const FrameSettings& to, WantedColumns wanted);
+
+}  // namespace sarvane::study
