@@ -1,7 +1,9 @@
 #include "follow.h"
 
+#include "bars/bar_maker.h"
 #include "bars/byte_source.h"
 #include "bars/column_names.h"
+#include "bars/trade_filter.h"
 #include "console.h"
 #include "failure.h"
 #include "growing_file.h"
@@ -40,7 +42,7 @@ public:
 
     Following(const FollowSettings& settings, WantedColumns wantedBy, FollowOutput& wantedOutput,
               MakeLive makeLive)
-        : layout(settings.layout), wanted(std::move(wantedBy)), source(settings.file, settings.follow, Tell),
+        : layout(settings.layout), to(settings.to), wanted(WantedWith(to, std::move(wantedBy))), source(settings.file, settings.follow, Tell),
           output(wantedOutput), make(makeLive),
           alerts(settings.alerts, source.Name(), [this](std::string_view date, const std::string& condition) {
               output.Alert(date, condition);
@@ -60,14 +62,19 @@ private:
     bool TakeLine();
     void TakeRow();
     void Take(const BarRow& row);
+    void TakeBar(const BarRow& row);
+    void TellTrades();
     void TakeContent();
     void TakeContentOver();
     Live::Difference TakeOver(BarFile series);
+    BarFile ContentBars();
+    void MakeBars();
     void Start(TimeReader times);
     void TellOnce(const std::string& notice);
     void LeaveOut(const std::string& fault);
 
     LayoutSettings layout;
+    FrameSettings to;
     WantedColumns wanted;
     GrowingFile source;
     bool hasBegun = false;  // to read it
@@ -76,6 +83,9 @@ private:
     Alerts alerts;
     std::optional<RowReader> reader;
     std::optional<RowCollector> content;  // while it is gathered
+    TradeFilter filter;
+    std::optional<TimeReader> rowTimes;   // of the rows that bars of a frame are made of
+    std::unique_ptr<BarMaker> maker;      // of these bars; null without a frame
     bool isForeign = false;               // the content can't go on the bars so far
     std::unique_ptr<Live> live;
     std::size_t leftOut = 0;
@@ -116,6 +126,7 @@ void Following::Begin() {
     reader.emplace(source.Name(), layout, wanted);
     isForeign = false;
     hasBegun = false;
+    filter = {};
     if (source.IsRegular()) content.emplace(source.Name(), ReadSettings{false, true, true, Tell, layout, {}});
 }
 
@@ -145,6 +156,12 @@ bool Following::TakeLine() {
         content && !isForeign ? content->Refuse(failure.what(), reader->Line()) : LeaveOut(failure.what());
         return true;
     }
+    const bool areTrades = reader->Header().isTrades;
+    if (areTrades && !filter.IsNew(reader->Row())) {
+        TellTrades();
+        return true;
+    }
+    if (content && areTrades) content->ExpectTrades();
     content ? content->Take(reader->Row(), reader->Line()) : TakeRow();
     return true;
 }
@@ -169,7 +186,31 @@ void Following::TakeRow() {
                          reader->Line(), text));
 }
 
+// Without a frame a row is a bar. With one it changes bars: mostly the last one, or it begins another. A late trade changes
+// an older bar, and where further bars depend on it they are compared as a whole.
 void Following::Take(const BarRow& row) {
+    if (!maker) return TakeBar(row);
+    if (rowTimes->WasMisled(row.date))
+        Fail("{} tells another order of day and month than was thought; --time-format says it", Quoted(row.date));
+    const BarTime time = rowTimes->Read(row.date);
+    if (!rowTimes->HasTimes()) Fail("{} is no time, which bars of a frame need", Quoted(row.date));
+    const BarRange changed = maker->Take(row, time);
+    const std::size_t known = live->Bars().BarCount();
+    const bool areFew = changed.first + 1 >= known || (changed.end == changed.first + 1 && maker->BarCount() == known);
+    if (!areFew) {
+        TakeOver(maker->File());
+        return;
+    }
+    for (std::size_t bar = changed.first; bar < changed.end; ++bar) TakeBar(maker->Row(bar));
+}
+
+// Duplicates in a stream are told as they come.
+void Following::TellTrades() {
+    if (content) return;
+    Tell(fmt::format("{}:{}: {}", source.Name(), reader->Line(), filter.Notice()));
+}
+
+void Following::TakeBar(const BarRow& row) {
     const auto lock = output.Lock();
     const std::size_t count = live->Bars().BarCount();
     std::vector<double> before;
@@ -187,6 +228,7 @@ void Following::TakeContent() {
     content->Finish();
     leftOut += content->LeftOut();
     for (const std::string& notice : content->Notices()) TellOnce(notice);
+    if (const std::string notice = filter.Notice(); !notice.empty()) Tell(fmt::format("{}: {}", source.Name(), notice));
     if (const std::string gaps = content->GapNotice(reader->Header()); !gapsAreTold && !gaps.empty()) {
         Tell(gaps);
         gapsAreTold = true;
@@ -195,7 +237,12 @@ void Following::TakeContent() {
         TakeContentOver();
     } else {
         Start(content->Times());
-        for (std::size_t i = 0; i < content->RowCount() && !Interrupted(); ++i) Take(content->Row(i));
+        if (to.frame) {
+            const BarFile bars = ContentBars();
+            for (std::size_t bar = 0; bar < bars.BarCount() && !Interrupted(); ++bar) TakeBar(bars.Row(bar));
+        } else {
+            for (std::size_t i = 0; i < content->RowCount() && !Interrupted(); ++i) TakeBar(content->Row(i));
+        }
         alerts.Start(*live);
     }
     content.reset();
@@ -212,7 +259,7 @@ void Following::TakeContentOver() {
     const BarHeader& header = reader->Header();
     const std::string event = fmt::format("{}: the file {}", source.Name(), source.Reason());
     if (header.titles == live->Bars().Columns()) {
-        Tell(event + ": " + DifferenceText(TakeOver(BarFile(header, std::move(*content)))));
+        Tell(event + ": " + DifferenceText(TakeOver(ContentBars())));
         alerts.Look(*live);
         return;
     }
@@ -223,16 +270,34 @@ void Following::TakeContentOver() {
         return Tell(fmt::format("{} and has other columns: {}; its lines are left out", event, failure.what()));
     }
     Tell(event + " and has other columns: all bars are new");
-    TakeOver(BarFile(header, std::move(*content)));
+    TakeOver(ContentBars());
     alerts.Start(*live);
+}
+
+// The bars of the gathered content. Rows that come later go on with those that made them.
+BarFile Following::ContentBars() {
+    if (!to.frame) return BarFile(reader->Header(), std::move(*content));
+    MakeBars();
+    for (std::size_t i = 0; i < content->RowCount(); ++i) maker->Take(content->Row(i), content->Time(i));
+    return maker->File();
+}
+
+void Following::MakeBars() {
+    maker = std::make_unique<BarMaker>(reader->Header(), to, true);
+    rowTimes = content ? content->Times() : TimeReader(layout.times ? layout.times->order : DateOrder::Unknown);
 }
 
 void Following::Start(TimeReader times) {
     const bool isFirst = !live;
+    RefuseTrades(reader->Header(), to);
+    if (to.frame) {
+        MakeBars();
+        times = TimeReader();
+    }
     if (const std::string text = reader->PresentLayout().Text(); !text.empty())
         TellOnce(fmt::format("{}: read with {}", source.Name(), text));
     auto made = make(
-        reader->Header(), [this](std::size_t bar) { output.ShowBar(*live, bar); }, std::move(times));
+        maker ? maker->Header() : reader->Header(), [this](std::size_t bar) { output.ShowBar(*live, bar); }, std::move(times));
     const auto lock = output.Lock();
     live = std::move(made);
     output.Start(*live);

@@ -20,6 +20,7 @@ struct FollowSettings {
     bool follow = true;  // beyond the present end of a file
     AlertSettings alerts = {};
     LayoutSettings layout = {};
+    FrameSettings to = {};
 };
 
 // What a run that follows a file tells as it goes on.

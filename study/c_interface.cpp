@@ -5,11 +5,13 @@
 #include "columns.h"
 #include "compilation.h"
 #include "compiled_operator.h"
+#include "frames/frame_bars.h"
 #include "language/documentation.h"
 #include "platform/guarded_call.h"
 #include "sarvane/chart_label.h"
 #include "series_stream.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -42,6 +44,7 @@ struct SarvaneStudy {
     const Compilation* compiled;
     bool isRunning = false;
     bool countsBars = false;  // else each bar is the last one when it comes
+    double barSeconds = 0.0;
 
     Graph& Running() { return compiler->Compiled().graph; }
 };
@@ -51,6 +54,11 @@ struct SarvaneSeries {
     SarvaneStudy study;
 
     explicit SarvaneSeries(std::unique_ptr<Series> made) : bars(std::move(made)), study{nullptr, &bars->Compiled()} {}
+};
+
+struct SarvaneBars {
+    FrameBars made;
+    std::vector<double> row;
 };
 
 namespace {
@@ -308,13 +316,21 @@ SarvaneStatus SarvaneCopyStudy(const SarvaneStudy* study, SarvaneStudy** copy) {
 
 void SarvaneFreeStudy(SarvaneStudy* study) { delete study; }
 
+SarvaneStatus SarvaneSetBarLength(SarvaneStudy* study, double seconds) {
+    if (!study || !(seconds >= 0.0)) return SARVANE_WRONG_ARGUMENT;
+    study->barSeconds = seconds;
+    return SARVANE_OK;
+}
+
 SarvaneStatus SarvaneAddExpression(SarvaneStudy* study, const char* expression,
                                    const SarvaneExpressionSettings* settings, SarvaneProblem** problem) {
     Clear(problem);
     if (!study || !study->compiler || !expression) return SARVANE_WRONG_ARGUMENT;
     study->isRunning = false;
     return Answer([&] {
-        auto fault = study->compiler->Add(expression, SettingsOf(settings));
+        CompileSettings how = SettingsOf(settings);
+        how.barSeconds = study->barSeconds;
+        auto fault = study->compiler->Add(expression, how);
         return fault ? Refuse(std::move(*fault), SARVANE_WRONG_TEXT, problem) : SARVANE_OK;
     });
 }
@@ -541,6 +557,70 @@ SarvaneStatus SarvaneReadSeries(const SarvaneLibrary* library, const void* bytes
         *series = new SarvaneSeries(std::move(*read));
         return SARVANE_OK;
     });
+}
+
+SarvaneStatus SarvaneCreateBars(const char* frame, const char* const* columns, size_t columnCount,
+                                const SarvaneBarsSettings* settings, SarvaneBars** bars, SarvaneProblem** problem) {
+    Clear(bars);
+    Clear(problem);
+    if (!frame || !AreTexts(columns, columnCount) || !bars) return SARVANE_WRONG_ARGUMENT;
+    return Answer([&] {
+        Outcome<Frame> read = Frame::Read(frame);
+        if (!read) return Refuse(ProblemIn(read.Fault(), {"", frame}), SARVANE_WRONG_TEXT, problem);
+        FrameBarsSettings how = {FrameSource::Bars, false, false};
+        if (settings) {
+            how = {settings->areTrades ? FrameSource::Trades : FrameSource::Bars, settings->fills != 0,
+                   settings->isOpen != 0};
+        }
+        auto made = FrameBars::Over(std::make_shared<const Frame>(std::move(*read)), Texts(columns, columnCount), how);
+        if (!made) return Refuse(made.Fault(), SARVANE_WRONG_TEXT, problem);
+        *bars = new SarvaneBars{std::move(*made), std::vector<double>(columnCount)};
+        return SARVANE_OK;
+    });
+}
+
+void SarvaneFreeBars(SarvaneBars* bars) { delete bars; }
+
+SarvaneStatus SarvaneTakeRows(SarvaneBars* bars, size_t count, const int64_t* times, const SarvaneInput* inputs,
+                              size_t* first, size_t* end) {
+    const size_t width = bars ? bars->row.size() : 0;
+    if (!bars || (count > 0 && (!times || (width > 0 && !inputs)))) return SARVANE_WRONG_ARGUMENT;
+    for (size_t column = 0; count > 0 && column < width; ++column) {
+        if (!inputs[column].first) return SARVANE_WRONG_ARGUMENT;
+    }
+    BarRange all = {bars->made.Count(), bars->made.Count()};
+    const HRESULT status = Guarded([&] {
+        for (size_t row = 0; row < count; ++row) {
+            for (size_t column = 0; column < width; ++column) {
+                bars->row[column] = inputs[column].first[static_cast<ptrdiff_t>(row) * inputs[column].stride];
+            }
+            BarRange changed;
+            const HRESULT taken = bars->made.Take(times[row], bars->row.data(), changed);
+            if (FAILED(taken)) return taken;
+            all = {std::min(all.first, changed.first), std::max(all.end, changed.end)};
+        }
+        return static_cast<HRESULT>(S_OK);
+    });
+    if (first) *first = all.first;
+    if (end) *end = std::max(all.end, all.first);
+    return StatusOf(status);
+}
+
+size_t SarvaneCountBars(const SarvaneBars* bars) { return bars ? bars->made.Count() : 0; }
+
+SarvaneStatus SarvaneReadBars(const SarvaneBars* bars, size_t first, size_t count, int64_t* times,
+                              const SarvaneOutput* outputs) {
+    if (!bars || (!outputs && !bars->row.empty())) return SARVANE_WRONG_ARGUMENT;
+    const size_t there = bars->made.Count();
+    if (first > there || count > there - first) return SARVANE_WRONG_ARGUMENT;
+    for (size_t i = 0; i < count; ++i) {
+        if (times) times[i] = bars->made.Time(first + i);
+        for (size_t column = 0; column < bars->row.size(); ++column) {
+            if (!outputs[column].first) continue;
+            outputs[column].first[static_cast<ptrdiff_t>(i) * outputs[column].stride] = bars->made.Value(column, first + i);
+        }
+    }
+    return SARVANE_OK;
 }
 
 SarvaneStatus SarvaneCompile(const SarvaneLibrary* library, const char* expression, const char* const* columns,

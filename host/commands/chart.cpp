@@ -89,6 +89,7 @@ void DrawLive(const ChartOptions& options) {
     settings.following.allOutputs = true;
     settings.following.run = study.run;
     settings.following.layout = study.reading.layout;
+    settings.following.to = study.reading.to;
     settings.chart = options.chart;
     std::ranges::transform(options.drawings, std::back_inserter(settings.chart.drawings), SplitDrawing);
     settings.ofVolume = [&](const BarHeader& header) { return OfVolume(library, header, study); };

@@ -24,6 +24,7 @@ void FollowFile(const LiveOptions& options) {
     settings.run = study.run;
     settings.follow = !options.noFollow;
     settings.layout = study.reading.layout;
+    settings.to = study.reading.to;
     TableOutput table(options.table, study.FilesRead(), TableOutput::Kind::GrowingBars);
     FollowTable output(table);
     RunLive(library, settings, output);
@@ -41,6 +42,7 @@ void AddLive(CLI::App& app, const std::string& library) {
         "for which --when does nothing.");
     const auto options = std::make_shared<LiveOptions>(LiveOptions{StudyOptions{LibraryOptions{library}}});
     AddStudy(command, options->study);
+    AddFrame(command, options->study.reading.to);
     AddLayout(command, options->study.reading.layout);
     AddTable(command, options->table);
     command.add_flag("--all-outputs", options->following.allOutputs, "a column for each output of an expression");

@@ -117,6 +117,7 @@ void AddScan(CLI::App& app, const std::string& library) {
         ->type_name("N")
         ->check(WholeNumber(1, 1024));
     command.add_flag("--skip-bad", scan.reading.leaveOutBad, "leave out lines that can't be read");
+    AddFrame(command, scan.reading.to);
     AddLayout(command, scan.reading.layout);
     command.add_flag("--notices", options->notices, "tell how each file was read");
     AddTable(command, options->table);

@@ -181,7 +181,8 @@ SARVANE_STUDY_API SarvaneStatus SarvaneGetDefinitionOutput(const SarvaneLibrary*
 typedef struct SarvaneStudy SarvaneStudy;
 
 /* Begins a study over columns with these names. Names are found in any letter case; "open", "high", "low" and "close"
- * make the bar. Freed by SarvaneFreeStudy. Errors: SARVANE_WRONG_ARGUMENT, SARVANE_OUT_OF_MEMORY. */
+ * make the bar, and "time", the seconds since 1970, UTC, tells `at` to which longer bar a bar belongs. Freed by
+ * SarvaneFreeStudy. Errors: SARVANE_WRONG_ARGUMENT, SARVANE_OUT_OF_MEMORY. */
 SARVANE_STUDY_API SarvaneStatus SarvaneCreateStudy(const SarvaneLibrary* library, const char* const* columns,
                                                    size_t columnCount, SarvaneStudy** study);
 /* The same expressions over the same columns, without a run. */
@@ -198,6 +199,10 @@ typedef struct SarvaneExpressionSettings {
 } SarvaneExpressionSettings;
 #define SARVANE_EXPRESSION_SETTINGS                                                                                    \
     { SARVANE_UNSET, SARVANE_UNSET, 0 }
+
+/* How long the bars of the data are, in seconds; 0 for not known. It only counts for the lookback of expressions with `at`,
+ * added from here on: that is told in bars of the data. Error: SARVANE_WRONG_ARGUMENT for null and numbers below 0. */
+SARVANE_STUDY_API SarvaneStatus SarvaneSetBarLength(SarvaneStudy* study, double seconds);
 
 /* Compiles one more expression into a study, which adds a result, or several; a text that only defines functions adds
  * none. Names that it defines are known to the expressions behind it, and parts that are equal are calculated once. Ends
@@ -271,8 +276,8 @@ SARVANE_STUDY_API SarvaneStatus SarvaneReset(SarvaneStudy* study, const SarvaneR
  * SARVANE_WRONG_ARGUMENT for null, SARVANE_NOT_RUNNING, SARVANE_OUT_OF_MEMORY. */
 SARVANE_STUDY_API SarvaneStatus SarvaneStep(SarvaneStudy* study, int64_t bar, const double* row, double* results);
 
-/* Copy the running state to a numbered snapshot, and back, as often as is wanted. Slots go from 1 to 32767. With some
- * operators a save removes the slots above it, so use slots like a stack. A tick is SarvaneRestore of the slot that was
+/* Copy the running state to a numbered snapshot, and back, as often as is wanted. Slots go from 1 to 32767, less the
+ * number of `at` one inside the other. With some operators a save removes the slots above it, so use slots like a stack. A tick is SarvaneRestore of the slot that was
  * saved before the last bar, and SarvaneStep. Errors: SARVANE_WRONG_ARGUMENT for a slot that can't be,
  * SARVANE_NO_SNAPSHOT, SARVANE_NOT_RUNNING (a restore starts a failed run again), SARVANE_OUT_OF_MEMORY. */
 SARVANE_STUDY_API SarvaneStatus SarvaneSave(SarvaneStudy* study, int slot);
@@ -378,6 +383,41 @@ SARVANE_STUDY_API void SarvaneFreeBytes(void* bytes);
  * bit. Errors: SARVANE_WRONG_STREAM for any other bytes, and for results that differ; SARVANE_OUT_OF_MEMORY. */
 SARVANE_STUDY_API SarvaneStatus SarvaneReadSeries(const SarvaneLibrary* library, const void* bytes, size_t size,
                                                   SarvaneSeries** series, SarvaneProblem** problem);
+
+/* ---- Bars of another frame: of trades or of shorter bars ---- */
+
+typedef struct SarvaneBars SarvaneBars;
+
+typedef struct SarvaneBarsSettings {
+    int32_t areTrades; /* 1: any number of rows may have one time; 0: the same time again changes the last row */
+    int32_t isOpen;    /* 1: rows may come late or change, and all are kept for that; 0: times rise */
+    int32_t fills;     /* 1: stretches of the session without a row become bars, too: frames below a day only */
+} SarvaneBarsSettings;
+#define SARVANE_BARS_SETTINGS                                                                                          \
+    { 0, 0, 0 }
+
+/* Begins bars of a frame, such as "5min", "1W" or "1h 09:30 America/New_York" (docs/time_frames.md has all), over rows with
+ * these columns. A bar has the first "open", the greatest "high", the least "low", the last "close", the sum of "volume",
+ * and of any other column the last value. Of trades, each is a row with its price for open, high, low and close.
+ * `settings` may be null. Freed by SarvaneFreeBars. Errors: SARVANE_WRONG_TEXT for no frame, and for one that goes by a
+ * column which is missing; SARVANE_WRONG_ARGUMENT, SARVANE_OUT_OF_MEMORY. */
+SARVANE_STUDY_API SarvaneStatus SarvaneCreateBars(const char* frame, const char* const* columns, size_t columnCount,
+                                                  const SarvaneBarsSettings* settings, SarvaneBars** bars,
+                                                  SarvaneProblem** problem);
+SARVANE_STUDY_API void SarvaneFreeBars(SarvaneBars* bars);
+/* Takes `count` rows, which have times in nanoseconds since 1970, UTC, and an input for each column. Columns may share an
+ * input. `first` and `end`, which may be null, tell which bars are new or have other values: those from `first` to ahead
+ * of `end`. Errors: SARVANE_WRONG_ARGUMENT for null, for a time before that of the last row unless the bars are open, and
+ * for a price that makes more than 100000 bricks, where the rows ahead have been taken; SARVANE_OUT_OF_MEMORY, after which
+ * the bars are of no more use. */
+SARVANE_STUDY_API SarvaneStatus SarvaneTakeRows(SarvaneBars* bars, size_t count, const int64_t* times,
+                                                const SarvaneInput* inputs, size_t* first, size_t* end);
+/* How many bars there are; the last one still forms. */
+SARVANE_STUDY_API size_t SarvaneCountBars(const SarvaneBars* bars);
+/* Copies `count` bars from bar `first` on: times, which may be null, in nanoseconds, and an output for each column. Error:
+ * SARVANE_WRONG_ARGUMENT for null and for bars that there are not. */
+SARVANE_STUDY_API SarvaneStatus SarvaneReadBars(const SarvaneBars* bars, size_t first, size_t count, int64_t* times,
+                                                const SarvaneOutput* outputs);
 
 /* ---- An expression as an operator ---- */
 
