@@ -204,21 +204,21 @@ public:
         for (const auto& [bar, expression, text, pointsDown] : labels)
             marks.push_back(json::array({bar, expression, text, pointsDown}));
         return data.Text({{"title", TextOf(PathOf(bars.Name()).filename())},
-                {"bars", bars.BarCount()},
-                {"dates", data.Dates(dates)},
-                {"prices", std::move(prices)},
-                {"volume", volumeColumn ? data.Column(ValuesOf(bars, *volumeColumn)) : json()},
-                {"volumePane", volumePane ? json(*volumePane) : json()},
-                {"studies", std::move(studies)},
-                {"labelled", std::move(sources)},
-                {"labels", std::move(marks)},
-                {"panes", paneCount},
-                {"height", Height()},
-                {"theme", settings.theme},
-                {"notices", std::move(notices)},
-                {"explanations", ExplanationsJson(settings)},
-                {"live", settings.live.empty() ? json() : json::parse(settings.live)},
-                {"last", settings.last ? json(*settings.last) : json()}});
+                          {"bars", bars.BarCount()},
+                          {"dates", data.Dates(dates)},
+                          {"prices", std::move(prices)},
+                          {"volume", volumeColumn ? data.Column(ValuesOf(bars, *volumeColumn)) : json()},
+                          {"volumePane", volumePane ? json(*volumePane) : json()},
+                          {"studies", std::move(studies)},
+                          {"labelled", std::move(sources)},
+                          {"labels", std::move(marks)},
+                          {"panes", paneCount},
+                          {"height", Height()},
+                          {"theme", settings.theme},
+                          {"notices", std::move(notices)},
+                          {"explanations", ExplanationsJson(settings)},
+                          {"live", settings.live.empty() ? json() : json::parse(settings.live)},
+                          {"last", settings.last ? json(*settings.last) : json()}});
     }
 
 private:
@@ -267,9 +267,8 @@ private:
         constexpr double Near = 10;  // times as much, or as little
         const std::size_t expression = curve.result->expression;
         return volumeColumn && curve.drawing != "band" && expression < ofVolume.size() && ofVolume[expression] &&
-               LiesAmong(*volumeColumn, curve, [](double value, double volume) {
-                   return value * Near >= volume && value <= volume * Near;
-               });
+               LiesAmong(*volumeColumn, curve,
+                         [](double value, double volume) { return value * Near >= volume && value <= volume * Near; });
     }
 
     const BarFile& bars;

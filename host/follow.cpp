@@ -40,13 +40,11 @@ class Following {
 public:
     using MakeLive = std::function<std::unique_ptr<Live>(const BarHeader&, Live::Show, TimeReader)>;
 
-    Following(const FollowSettings& settings, WantedColumns wantedBy, FollowOutput& wantedOutput,
-              MakeLive makeLive)
-        : layout(settings.layout), to(settings.to), wanted(WantedWith(to, std::move(wantedBy))), source(settings.file, settings.follow, Tell),
-          output(wantedOutput), make(makeLive),
-          alerts(settings.alerts, source.Name(), [this](std::string_view date, const std::string& condition) {
-              output.Alert(date, condition);
-          }) {
+    Following(const FollowSettings& settings, WantedColumns wantedBy, FollowOutput& wantedOutput, MakeLive makeLive)
+        : layout(settings.layout), to(settings.to), wanted(WantedWith(to, std::move(wantedBy))),
+          source(settings.file, settings.follow, Tell), output(wantedOutput), make(makeLive),
+          alerts(settings.alerts, source.Name(),
+                 [this](std::string_view date, const std::string& condition) { output.Alert(date, condition); }) {
         Begin();
     }
     ~Following() { output.Release(); }
@@ -84,9 +82,9 @@ private:
     std::optional<RowReader> reader;
     std::optional<RowCollector> content;  // while it is gathered
     TradeFilter filter;
-    std::optional<TimeReader> rowTimes;   // of the rows that bars of a frame are made of
-    std::unique_ptr<BarMaker> maker;      // of these bars; null without a frame
-    bool isForeign = false;               // the content can't go on the bars so far
+    std::optional<TimeReader> rowTimes;  // of the rows that bars of a frame are made of
+    std::unique_ptr<BarMaker> maker;     // of these bars; null without a frame
+    bool isForeign = false;              // the content can't go on the bars so far
     std::unique_ptr<Live> live;
     std::size_t leftOut = 0;
     bool gapsAreTold = false;
@@ -297,7 +295,8 @@ void Following::Start(TimeReader times) {
     if (const std::string text = reader->PresentLayout().Text(); !text.empty())
         TellOnce(fmt::format("{}: read with {}", source.Name(), text));
     auto made = make(
-        maker ? maker->Header() : reader->Header(), [this](std::size_t bar) { output.ShowBar(*live, bar); }, std::move(times));
+        maker ? maker->Header() : reader->Header(), [this](std::size_t bar) { output.ShowBar(*live, bar); },
+        std::move(times));
     const auto lock = output.Lock();
     live = std::move(made);
     output.Start(*live);

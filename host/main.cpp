@@ -26,8 +26,8 @@ int Main(int argc, char** argv) {
     app.allow_windows_style_options(false);  // a path may begin with a slash
     app.add_option("--library", library, "the operator library, if not the one beside this program")->type_name("FILE");
     app.add_flag("--version", showVersion, "version, commit, build and operators");
-    for (const auto add : {AddRun, AddLive, AddScan, AddReplay, AddChart, AddBars, AddExplain, AddVerify, AddList, AddStudies,
-                           AddDescribe, AddHelp, AddCompletion, AddComplete, AddShare})
+    for (const auto add : {AddRun, AddLive, AddScan, AddReplay, AddChart, AddBars, AddExplain, AddVerify, AddList,
+                           AddStudies, AddDescribe, AddHelp, AddCompletion, AddComplete, AddShare})
         add(app, library);
     app.footer(fmt::format("Exit status: {}.\n`study help COMMAND` shows the options of a command.", ExitStatusText));
     std::vector<std::string> words(argv + 1, argv + argc);

@@ -617,7 +617,8 @@ SarvaneStatus SarvaneReadBars(const SarvaneBars* bars, size_t first, size_t coun
         if (times) times[i] = bars->made.Time(first + i);
         for (size_t column = 0; column < bars->row.size(); ++column) {
             if (!outputs[column].first) continue;
-            outputs[column].first[static_cast<ptrdiff_t>(i) * outputs[column].stride] = bars->made.Value(column, first + i);
+            outputs[column].first[static_cast<ptrdiff_t>(i) * outputs[column].stride] =
+                bars->made.Value(column, first + i);
         }
     }
     return SARVANE_OK;

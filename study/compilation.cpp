@@ -140,13 +140,13 @@ std::optional<Problem> Compiler::AddResults(Operand operand, const std::string& 
     if (allOutputs && operand.outputs.size() > 1) {
         for (const NamedOutput& output : operand.outputs) {
             added.push_back({title + "." + output.name, output.place, number, output.name, operand.text, output.meaning,
-                             operand.lookback, operand.frames, IsLabelName(output.name), output.inPriceUnits, output.unitKind,
-                             output.drawing});
+                             operand.lookback, operand.frames, IsLabelName(output.name), output.inPriceUnits,
+                             output.unitKind, output.drawing});
         }
     } else {
         if (operand.value == NoPlace) return ProblemAt(statement.span, "the data has no column \"close\"", source);
-        added.push_back({title, operand.value, number, "", operand.text, "", operand.lookback, operand.frames, operand.isLabel,
-                         operand.inPriceUnits, operand.unitKind, operand.drawing});
+        added.push_back({title, operand.value, number, "", operand.text, "", operand.lookback, operand.frames,
+                         operand.isLabel, operand.inPriceUnits, operand.unitKind, operand.drawing});
     }
     // All of it is added or, if memory runs out, nothing.
     std::vector<ResultColumn>& results = compilation->results;

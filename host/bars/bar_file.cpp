@@ -198,7 +198,8 @@ void BarFile::Replace(std::size_t bar, std::vector<double> row) {
 // A time in seconds as a double is rounded down, so that it stays in its second.
 void BarFile::SetTime(std::vector<double>& row, const BarTime& time) const {
     if (!header.timeColumn) return;
-    if (!reader.HasTimes()) Fail("{}: {} holds no times, which the expressions need", header.name, Quoted(header.dateTitle));
+    if (!reader.HasTimes())
+        Fail("{}: {} holds no times, which the expressions need", header.name, Quoted(header.dateTitle));
     const auto second = static_cast<double>(time.second.time_since_epoch().count());
     const double whole = second + static_cast<double>(time.fraction.count()) / 1e9;
     row[*header.timeColumn] = whole < second + 1.0 ? whole : std::nextafter(second + 1.0, second);

@@ -95,7 +95,9 @@ void RowCollector::ArrangeTrades() {
         order = OrderOfTrades(times, newestFirst);
         std::size_t late = 0;
         for (std::size_t i = 0; i < times.size(); ++i) late += i > 0 && !newestFirst && times[i] < times[i - 1];
-        if (late > 0) Note(fmt::format("{} behind a later one: all are taken in the order of their times", late == 1 ? "1 trade stands" : fmt::format("{} trades stand", late)));
+        if (late > 0)
+            Note(fmt::format("{} behind a later one: all are taken in the order of their times",
+                             late == 1 ? "1 trade stands" : fmt::format("{} trades stand", late)));
     }
     isSeries = isRising;
     for (const std::string& notice : reader.TakeNotices()) Note(notice);

@@ -136,7 +136,8 @@ void RowReader::TakeLayout(Layout found) {
         if (found.columns[i].role == Layout::Role::Value && !isOfTrade)
             add(found.columns[i].name, i, found.columns[i].example.empty());
     }
-    const bool hasTime = std::ranges::any_of(titles, [](const auto& title) { return EqualIgnoringCase(title, "time"); });
+    const bool hasTime =
+        std::ranges::any_of(titles, [](const auto& title) { return EqualIgnoringCase(title, "time"); });
     if (!hasTime) add("time", NoColumn, false);
     if (wanted) isWanted = wanted(titles, isWanted);
     uses.assign(found.columns.size(), Skipped);

@@ -88,7 +88,7 @@ private:
     LayoutSettings settings;
     WantedColumns wanted;
     std::optional<Layout> layout;
-    std::vector<std::size_t> uses;  // of each column
+    std::vector<std::size_t> uses;                            // of each column
     std::vector<std::pair<std::size_t, std::size_t>> copies;  // titles whose values are those of another title
     BarRow row;
     std::string clock;  // the cell of the time of day, if it has a column

@@ -37,8 +37,8 @@ void RefuseTrades(const BarHeader& header, const FrameSettings& to) {
 
 WantedColumns WantedWith(const FrameSettings& to, WantedColumns wanted) {
     if (!to.frame || !wanted) return wanted;
-    return [names = ColumnsOf(to.frame->Kind()), fills = to.fills, wanted = std::move(wanted)](
-               const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
+    return [names = ColumnsOf(to.frame->Kind()), fills = to.fills,
+            wanted = std::move(wanted)](const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
         std::vector<bool> all = wanted(titles, hasNumbers);
         for (std::size_t i = 0; i < titles.size(); ++i) {
             for (const std::string_view name : names) all[i] = all[i] || EqualIgnoringCase(titles[i], name);

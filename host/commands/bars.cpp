@@ -128,8 +128,8 @@ std::string BarsText(const FileReading& reading) {
     const auto text = [&](const char* key) {
         return json[key].is_string() ? json[key].get<std::string>() : std::string("-");
     };
-    std::string lines = fmt::format("{:<10}  {} from {} to {}, {}\n", reading.areTrades ? "trades" : "bars", reading.bars.BarCount(),
-                                    text("first"), text("last"), text("direction"));
+    std::string lines = fmt::format("{:<10}  {} from {} to {}, {}\n", reading.areTrades ? "trades" : "bars",
+                                    reading.bars.BarCount(), text("first"), text("last"), text("direction"));
     lines += fmt::format("layout      delimiter {}, decimal {}, {}, {}{}\n", DelimiterText(layout.delimiter),
                          layout.numbers.decimal == ',' ? "comma" : "point",
                          !layout.hasHeader         ? std::string("no header")
@@ -197,7 +197,8 @@ void ShowBars(const BarsOptions& options) {
 }  // namespace
 
 void AddBars(CLI::App& app, const std::string&) {
-    CLI::App& command = *app.add_subcommand("bars", "how a file of bars was understood and what is suspicious in it; with --to, its bars in another frame");
+    CLI::App& command = *app.add_subcommand(
+        "bars", "how a file of bars was understood and what is suspicious in it; with --to, its bars in another frame");
     const auto options = std::make_shared<BarsOptions>();
     command.add_option("bars", options->file, "a file of bars, '-' for standard input")->type_name("FILE")->required();
     command.add_flag("--json", options->json, "for programs");

@@ -166,9 +166,10 @@ void AddChart(CLI::App& app, const std::string& library) {
     ServerSettings& server = options->live.server;
     for (CLI::Option* const option :
          {command.add_option("--port", server.port, "of the page; a free one if not given")->type_name("N"),
-          command.add_option("--listen", server.address,
-                             "serve others than this machine, too, at this address of it; the page's address then "
-                             "has a secret part")
+          command
+              .add_option("--listen", server.address,
+                          "serve others than this machine, too, at this address of it; the page's address then "
+                          "has a secret part")
               ->type_name("ADDRESS"),
           command.add_flag("--no-browser", options->live.staysClosed, "don't open the page in a browser"),
           command

@@ -38,9 +38,9 @@ void Explain(const ExplainOptions& options) {
     if (!options.at.empty()) return ExplainBar(options);
     const StudyOptions& study = options.study;
     const Library library = study.library.Load();
-    const std::vector<std::string> columns = study.barFile.empty()
-                                                 ? std::vector<std::string>{"open", "high", "low", "close", "volume", "time"}
-                                                 : ReadColumns(PathOf(study.barFile), study.reading.layout);
+    const std::vector<std::string> columns =
+        study.barFile.empty() ? std::vector<std::string>{"open", "high", "low", "close", "volume", "time"}
+                              : ReadColumns(PathOf(study.barFile), study.reading.layout);
     Print(ExplainText(library, columns, study.expressions, study.run.operators, options.plan));
 }
 

@@ -47,7 +47,9 @@ constexpr int FirstMonday = 4;  // days from 1970-01-01
 }  // namespace
 
 Outcome<Frame> Frame::Read(std::string_view given) {
-    const auto wrong = [&](std::string message) { return Problem{.length = given.size(), .message = std::move(message)}; };
+    const auto wrong = [&](std::string message) {
+        return Problem{.length = given.size(), .message = std::move(message)};
+    };
     const std::vector<std::string_view> words = WordsOf(given);
     const std::string_view name = words.empty() ? std::string_view() : words[0];
     const std::string unknown = "\"" + std::string(given) +
@@ -70,26 +72,30 @@ Outcome<Frame> Frame::Read(std::string_view given) {
         Unit unit;
         std::int64_t length;
     };
-    static constexpr Named Spans[] = {{"s", Unit::Second, 1},     {"min", Unit::Second, 60}, {"h", Unit::Second, 3600},
-                                     {"d", Unit::Day, 1},        {"W", Unit::Day, WeekLength}, {"M", Unit::Month, 1},
-                                     {"Y", Unit::Month, 12}};
+    static constexpr Named Spans[] = {{"s", Unit::Second, 1}, {"min", Unit::Second, 60},    {"h", Unit::Second, 3600},
+                                      {"d", Unit::Day, 1},    {"W", Unit::Day, WeekLength}, {"M", Unit::Month, 1},
+                                      {"Y", Unit::Month, 12}};
     struct Sized {
         std::string_view name;
         FrameKind kind;
     };
-    static constexpr Sized Kinds[] = {{"ticks", FrameKind::Count},  {"bars", FrameKind::Count},
+    static constexpr Sized Kinds[] = {{"ticks", FrameKind::Count},   {"bars", FrameKind::Count},
                                       {"volume", FrameKind::Volume}, {"value", FrameKind::Value},
                                       {"range", FrameKind::Range},   {"renko", FrameKind::Renko}};
-    if (unit == "m") return wrong("write " + std::string(digits) + "min for minutes or " + std::string(digits) + "M for months");
-    const auto span = std::ranges::find_if(
-        Spans, [&](const Named& known) { return known.name == "M" ? unit == "M" : EqualIgnoringCase(unit, known.name); });
-    const auto sized = std::ranges::find_if(Kinds, [&](const Sized& known) { return EqualIgnoringCase(unit, known.name); });
+    if (unit == "m")
+        return wrong("write " + std::string(digits) + "min for minutes or " + std::string(digits) + "M for months");
+    const auto span = std::ranges::find_if(Spans, [&](const Named& known) {
+        return known.name == "M" ? unit == "M" : EqualIgnoringCase(unit, known.name);
+    });
+    const auto sized =
+        std::ranges::find_if(Kinds, [&](const Sized& known) { return EqualIgnoringCase(unit, known.name); });
     if (span == std::end(Spans) && sized == std::end(Kinds)) return wrong(unknown);
     const bool isWhole = frame.size == std::floor(frame.size) && frame.size <= 1e6;
     if (sized != std::end(Kinds)) {
         if (words.size() > 1) return wrong("only frames of time have a session");
         frame.kind = sized->kind;
-        if (frame.kind == FrameKind::Count && !isWhole) return wrong("a frame holds a whole number of " + std::string(sized->name) + ", at most a million");
+        if (frame.kind == FrameKind::Count && !isWhole)
+            return wrong("a frame holds a whole number of " + std::string(sized->name) + ", at most a million");
         frame.text = std::string(digits).append(sized->name);
         return frame;
     }
@@ -98,7 +104,8 @@ Outcome<Frame> Frame::Read(std::string_view given) {
     frame.isWeeks = span->name == "W";
     frame.length = static_cast<std::int64_t>(frame.size) * span->length;
     constexpr std::int64_t DayLength = 86400;
-    if (frame.IsBelowDay() && frame.length >= DayLength) return wrong("a frame of " + std::string(name) + " is longer than a day: write it in days");
+    if (frame.IsBelowDay() && frame.length >= DayLength)
+        return wrong("a frame of " + std::string(name) + " is longer than a day: write it in days");
     if (!frame.IsBelowDay() && frame.length > 100000) return wrong("this frame is longer than the calendar");
     frame.text = std::string(digits).append(span->name);
     std::size_t next = 1;
@@ -107,7 +114,9 @@ Outcome<Frame> Frame::Read(std::string_view given) {
         const std::size_t dash = std::min(session.find('-'), session.size());
         const auto start = ClockOf(session.substr(0, dash));
         const auto end = dash < session.size() ? ClockOf(session.substr(dash + 1)) : start;
-        if (!start || !end || *start >= days(1)) return wrong("\"" + std::string(session) + "\" is no session; write its start, 09:30, or start and end, 09:30-16:00");
+        if (!start || !end || *start >= days(1))
+            return wrong("\"" + std::string(session) +
+                         "\" is no session; write its start, 09:30, or start and end, 09:30-16:00");
         frame.sessionStart = *start;
         frame.sessionEnd = *end;
         if (dash < session.size() && *end <= *start) frame.sessionEnd += days(1);  // over midnight

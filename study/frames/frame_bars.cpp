@@ -11,9 +11,7 @@ namespace {
 constexpr std::int64_t Second = 1000000000;  // in nanoseconds
 
 // The second that a time lies in. As a double it is exact, so that no time is rounded into the next stretch.
-double SecondOf(std::int64_t time) {
-    return static_cast<double>(time / Second - (time % Second < 0 ? 1 : 0));
-}
+double SecondOf(std::int64_t time) { return static_cast<double>(time / Second - (time % Second < 0 ? 1 : 0)); }
 
 }  // namespace
 
@@ -24,15 +22,15 @@ Outcome<FrameBars> FrameBars::Over(std::shared_ptr<const Frame> frame, const std
             std::ranges::find_if(columns, [&](const std::string& column) { return EqualIgnoringCase(column, name); });
         return found == columns.end() ? FrameColumns::None : static_cast<std::size_t>(found - columns.begin());
     };
-    const FrameColumns at = {columns.size(), find("open"),  find("high"),
-                             find("low"),    find("close"), find("volume")};
+    const FrameColumns at = {columns.size(), find("open"), find("high"), find("low"), find("close"), find("volume")};
     const char* missing = nullptr;
     at.ReadBy(frame->Kind(), missing);
     if (missing) {
         return Problem{.message = "bars of " + frame->Text() + " need a column \"" + missing + "\""};
     }
     if (settings.fills && !(frame->Kind() == FrameKind::Time && frame->IsBelowDay())) {
-        return Problem{.message = "only frames of time that are shorter than a day can be filled, not " + frame->Text()};
+        return Problem{.message =
+                           "only frames of time that are shorter than a day can be filled, not " + frame->Text()};
     }
     std::vector<FrameBar::Column> read;
     std::vector<ColumnRule> rules;
@@ -50,7 +48,7 @@ FrameBars::FrameBars(std::shared_ptr<const Frame> made, FrameBar taker, std::vec
       lastTime(std::numeric_limits<std::int64_t>::min()) {}
 
 HRESULT FrameBars::Take(std::int64_t time, const double* row, BarRange& changed) {
-    const bool isAgain = settings.source == FrameSource::Bars && time == lastTime && !times.empty();
+    const bool isAgain = settings.source == FrameSource::Bars && time == lastTime && hasRows;
     const bool isLate = time < lastTime;
     lateRows += isLate;
     if (!settings.isOpen && (isLate || isAgain)) return E_INVALIDARG;
@@ -143,6 +141,7 @@ HRESULT FrameBars::Append(std::size_t row, std::int64_t time, const double* valu
     });
     if (FAILED(status)) return status;
     lastTime = time;
+    hasRows = true;
     if (state.hasBar && times.size() == closedCount) {
         if (settings.fills && closedCount > 0) Fill(row, end, state.begin);
         Begin(row, time);
@@ -220,6 +219,10 @@ bool FrameBars::RebuildOne(std::size_t place, bool isNew, BarRange& changed) {
         bars.Take(fresh, present.data(), values.data(), [] { return S_OK; });
     }
     for (std::size_t column = 0; column < width; ++column) closed[column][bar] = values[column];
+    if (bar == closedBefore) {  // it was forming ahead of the last row, which may come again
+        stateBefore = fresh;
+        formingBefore = values;
+    }
     changed = {bar, bar + 1};
     return true;
 }

@@ -52,8 +52,8 @@ public:
     std::size_t LateRows() const { return lateRows; }
 
 private:
-    FrameBars(std::shared_ptr<const Frame> made, FrameBar taker, std::vector<ColumnRule> byColumn,
-              std::size_t closes, const FrameBarsSettings& how);
+    FrameBars(std::shared_ptr<const Frame> made, FrameBar taker, std::vector<ColumnRule> byColumn, std::size_t closes,
+              const FrameBarsSettings& how);
 
     HRESULT Append(std::size_t row, std::int64_t time, const double* values);
     HRESULT AppendKept(std::size_t row);
@@ -69,7 +69,7 @@ private:
     std::shared_ptr<const Frame> frame;
     FrameBar bars;
     FrameBarsSettings settings;
-    std::size_t width;            // columns
+    std::size_t width;              // columns
     std::vector<ColumnRule> rules;  // by column
     std::size_t closeColumn;
     std::vector<double> present;  // the row that is taken, and its time in seconds behind it
@@ -78,9 +78,10 @@ private:
     std::vector<double> forming;              // values of the last bar
     std::vector<std::vector<double>> closed;  // of those ahead of it, by column
     std::size_t closedCount = 0;
-    std::vector<std::int64_t> times;          // by bar
+    std::vector<std::int64_t> times;  // by bar
     std::size_t lateRows = 0;
     std::int64_t lastTime;
+    bool hasRows = false;
 
     // What an open series keeps.
     std::vector<std::int64_t> rowTimes;

@@ -426,7 +426,7 @@ Outcome<Operand> Binder::BindDelay(const Expression& delay, const Scope& scope) 
     if (!operand || *bars == 0 || operand->constant) return operand;
     const auto delayed = [&](Place from) {
         return graph->AddNode("delay " + std::to_string(*bars), operand->text + "[" + std::to_string(*bars) + "]",
-                             {from}, 1, [&](Place to) { return std::make_unique<DelayNode>(*bars, from, to); });
+                              {from}, 1, [&](Place to) { return std::make_unique<DelayNode>(*bars, from, to); });
     };
     Operand result = *operand;
     result.text += "[" + std::to_string(*bars) + "]";

@@ -36,15 +36,15 @@ struct Operand {
     Place value = NoPlace;  // as a plain value: a bar's close, or the first output
     std::array<Place, 4> prices = {NoPlace, NoPlace, NoPlace, NoPlace};  // open, high, low, close
     bool isBar = false;
-    bool isLabel = false;              // `value` is a packed chart label
-    bool inPriceUnits = false;         // `value` is measured as the data's prices are
-    int unitKind = 3;                  // of `value`
-    std::size_t depth = 0;             // operators one inside the other
-    std::size_t lookback = 0;          // bars, through all of these
+    bool isLabel = false;                 // `value` is a packed chart label
+    bool inPriceUnits = false;            // `value` is measured as the data's prices are
+    int unitKind = 3;                     // of `value`
+    std::size_t depth = 0;                // operators one inside the other
+    std::size_t lookback = 0;             // bars, through all of these
     std::vector<FrameReach> frames = {};  // longer bars that it is made of
-    std::optional<double> constant;    // the same value on every bar
-    std::vector<NamedOutput> outputs;  // where there are several
-    DrawnAs drawing = DrawnAs::Line;   // of `value`
+    std::optional<double> constant;       // the same value on every bar
+    std::vector<NamedOutput> outputs;     // where there are several
+    DrawnAs drawing = DrawnAs::Line;      // of `value`
 
     const NamedOutput* FindOutput(std::string_view name) const;
 };
@@ -52,9 +52,9 @@ struct Operand {
 // Where the names of an expression lead: the parameters of the function that is being bound, and its outputs so far.
 struct Scope {
     struct Argument {
-        const Expression* expression = nullptr;  // null if it was left out
-        const Scope* scope = nullptr;            // where its own names lead
-        bool isStandard = false;                 // the definition's own default
+        const Expression* expression = nullptr;     // null if it was left out
+        const Scope* scope = nullptr;               // where its own names lead
+        bool isStandard = false;                    // the definition's own default
         std::map<std::size_t, Operand> bound = {};  // by number of a graph, once something has asked for it there
     };
     struct Output {
@@ -108,7 +108,7 @@ private:
     Outcome<Operand> BindCall(const Expression& call, const Scope& scope);
     Outcome<Operand> BindFunction(const Expression& call, const Scope& scope);
     Operand AddFrame(const std::shared_ptr<const Frame>& frame, const FrameColumns& at, FrameView view,
-                              std::unique_ptr<Graph> inner, const Operand& bound);
+                     std::unique_ptr<Graph> inner, const Operand& bound);
     Outcome<Operand> BindFrame(const Expression& call, const Scope& scope);
     Outcome<Operand> BindPrevious(const Expression& call, const Scope& scope);
     Outcome<Operand> BindDefinition(const Definition& definition, const Expression& use, const Scope& scope);
@@ -148,10 +148,10 @@ private:
     const OperatorLibrary& library;
     const Definitions& definitions;
     const std::vector<std::string>& columns;
-    Graph* graph;                // that nodes are added to
+    Graph* graph;                 // that nodes are added to
     std::size_t graphNumber = 0;  // of that graph: each has its own, that of the whole expressions is 0
     std::size_t graphCount = 1;
-    double barLength = 0.0;  // seconds of a bar there; 0 if that is not known
+    double barLength = 0.0;               // seconds of a bar there; 0 if that is not known
     std::vector<const Definition*> open;  // definitions that are being bound, one inside the other
     std::vector<Problem> warnings;
     int depth = 0;

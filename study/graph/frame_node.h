@@ -41,8 +41,8 @@ private:
 
     FrameBar::State forming;
     std::vector<double> shown;  // results of the last closed bar
-    short home = 0;             // the inner graph's slot with the state ahead of the forming bar; 0 if there is none yet
-    bool isAhead = false;       // the inner graph has taken in the forming bar
+    short home = 0;        // the inner graph's slot with the state ahead of the forming bar; 0 if there is none yet
+    bool isAhead = false;  // the inner graph has taken in the forming bar
 
     std::vector<FrameBar::State> savedForming;  // by slot, from 1
     std::vector<double> savedValues;            // columns, and results of the last closed bar, slot behind slot

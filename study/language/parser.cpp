@@ -268,8 +268,8 @@ private:
             do {
                 SkipGaps();
                 const bool isLeftOut = at < text.size() && (text[at] == ',' || text[at] == ')');
-                const bool isFrame = call.parts.empty() && EqualIgnoringCase(call.name, "at") && at < text.size() &&
-                                     IsDigit(text[at]);
+                const bool isFrame =
+                    call.parts.empty() && EqualIgnoringCase(call.name, "at") && at < text.size() && IsDigit(text[at]);
                 call.parts.push_back(isLeftOut ? Make(Kind::Empty, at)
                                      : isFrame ? ParseFrame()
                                                : Nested(&Parser::ParseExpression));

@@ -11,7 +11,8 @@
 namespace sarvane::study {
 namespace {
 
-const std::vector<std::string> Columns = {"open", "high", "low", "close", "volume"};
+const std::vector<std::string> Columns = {"open", "high", "low", "close", "volume", "time"};
+constexpr double Day = 86400.0;
 constexpr int Bars = 60;
 
 using Row = std::vector<double>;
@@ -67,7 +68,16 @@ public:
                                                      "ADX(3).dx",
                                                      "OBV",
                                                      "FisherTransform(4)",
-                                                     "VWMA($, 4)"};
+                                                     "VWMA($, 4)",
+                                                     "at(1W, $)",
+                                                     "at(1W, $, closed)",
+                                                     "at(3bars, $)",
+                                                     "at(4bars, $, closed)",
+                                                     "at(1M, Bar).high",
+                                                     "at(2000volume, $)",
+                                                     "at(12range, $)",
+                                                     "at(2renko, $)",
+                                                     "at(heikinashi, $)"};
         const std::string_view form = height == 0 ? Leaves[Below(std::size(Leaves))] : Forms[Below(std::size(Forms))];
         std::string text;
         for (const char c : form)
@@ -75,10 +85,15 @@ public:
         return text;
     }
 
-    Row Bar() {
+    Row Bar(std::size_t number) {
         const auto unit = [&] { return std::uniform_real_distribution<double>()(random); };
         const double open = 100.0 + 20.0 * unit(), close = open + 4.0 * (unit() - 0.5);
-        Row row = {open, std::max(open, close) + unit(), std::min(open, close) - unit(), close, 1000.0 * unit()};
+        Row row = {open,
+                   std::max(open, close) + unit(),
+                   std::min(open, close) - unit(),
+                   close,
+                   1000.0 * unit(),
+                   Day * static_cast<double>(number)};
         if (Below(12) == 0) row[static_cast<std::size_t>(Below(row.size()))] = UndefinedValue;
         return row;
     }
@@ -126,8 +141,8 @@ TEST(ExpressionLaw, TicksAndOtherExpressionsChangeNoBit) {
         std::vector<Row> rows(Bars);
         std::vector<std::vector<Row>> ticks(Bars);
         for (std::size_t bar = 0; bar < rows.size(); ++bar) {
-            rows[bar] = random.Bar();
-            for (int i = random.Below(3); i > 0; --i) ticks[bar].push_back(random.Bar());
+            rows[bar] = random.Bar(bar);
+            for (int i = random.Below(3); i > 0; --i) ticks[bar].push_back(random.Bar(bar));
         }
         const Results straight = RunAll(*Compiled(expressions), rows);
         ASSERT_EQ(RunAll(*Compiled(expressions), rows, ticks), straight)
