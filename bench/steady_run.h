@@ -150,6 +150,8 @@ public:
     }
 
     IZelmorOp* operator->() const { return op.Get(); }
+    void Save() { op->SaveState(1); }
+    void Restore() { op->RestoreState(1); }
 
 private:
     void MakeSeries(short boundLength, int window, const std::vector<Argument>& numbers) {

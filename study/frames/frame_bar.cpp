@@ -99,9 +99,10 @@ void FrameBar::Start(State& state, const double* row, double* bar) const {
     double start = at.time == FrameColumns::None ? UndefinedValue : row[at.time];
     if (kind == FrameKind::Time) {
         const bool isTime = IsNumber(start) && std::abs(start) < LatestTime;
-        const Stretch stretch = isTime ? frame->Around(static_cast<std::int64_t>(std::floor(start))) : Stretch();
-        state.begin = isTime ? static_cast<double>(stretch.begin) : -std::numeric_limits<double>::infinity();
-        state.end = isTime ? static_cast<double>(stretch.end) : state.begin;
+        const auto second = static_cast<std::int64_t>(isTime ? std::floor(start) : 0.0);
+        if (isTime && (second < begun.begin || second >= begun.end)) begun = frame->Around(second);
+        state.begin = isTime ? static_cast<double>(begun.begin) : -std::numeric_limits<double>::infinity();
+        state.end = isTime ? static_cast<double>(begun.end) : state.begin;
         start = isTime ? state.begin : UndefinedValue;
     }
     state.hasBar = true;

@@ -65,22 +65,31 @@ public:
         : frame(std::move(made)), at(where), columns(std::move(read)), kind(frame->Kind()), size(frame->Size()) {}
 
     // Takes the next bar into `state` and `bar`. `close` is called, and may fail, as often as a bar is closed by it, ahead
-    // of any change of `bar`. Answers whether the forming bar has changed, or a failure.
+    // of any change of `bar`. Answers S_FALSE if the forming bar stays as it is, or a failure.
     template <class Close>
     HRESULT Take(State& state, const double* row, double* bar, Close close) const {
-        if (kind == FrameKind::Time) [[likely]] {
-            if (!(row[at.time] >= state.end) && state.hasBar) {
-                Add(row, bar);
-                return S_OK;
-            }
-            return TakeSlowly(state, row, bar, close);
+        if (StaysInStretch(state, row)) {
+            Add(row, bar, bar);
+            return S_OK;
         }
-        return TakeSlowly(state, row, bar, close);
+        return TakeOther(state, row, bar, close);
     }
 
-private:
+    // Whether a bar belongs to the stretch of time of the forming one. Then `Add` takes it, into what was `before`.
+    bool StaysInStretch(const State& state, const double* row) const {
+        return kind == FrameKind::Time && !(row[at.time] >= state.end) && state.hasBar;
+    }
+    void Add(const double* row, const double* before, double* bar) const {
+        for (const Column& column : columns) {
+            const double value = row[column.source], whole = before[column.target];
+            bar[column.target] = IsUndefined(value)                ? whole
+                                 : column.rule == ColumnRule::Last ? value
+                                                                   : Combined(column.rule, whole, value);
+        }
+    }
+    // For any other bar.
     template <class Close>
-    HRESULT TakeSlowly(State& state, const double* row, double* bar, Close close) const {
+    HRESULT TakeOther(State& state, const double* row, double* bar, Close close) const {
         if (kind == FrameKind::Renko) {
             const double bricks = BricksOf(state, row);
             if (std::abs(bricks) > MostBricks) return E_INVALIDARG;
@@ -99,33 +108,21 @@ private:
             }
             Start(state, row, bar);
         } else {
-            Add(row, bar);
+            Add(row, bar, bar);
         }
         Count(state, row);
         if (kind == FrameKind::HeikinAshi) Smooth(state, row, bar);
         return S_OK;
     }
 
-    // Takes a bar into the forming one.
-    void Add(const double* row, double* bar) const {
-        for (const Column& column : columns) {
-            const double value = row[column.source];
-            if (IsUndefined(value)) continue;
-            double& whole = bar[column.target];
-            switch (column.rule) {
-            case ColumnRule::Greatest:
-                if (IsUndefined(whole) || value > whole || value != value) whole = value;
-                break;
-            case ColumnRule::Least:
-                if (IsUndefined(whole) || value < whole || value != value) whole = value;
-                break;
-            case ColumnRule::Sum: whole = IsUndefined(whole) ? value : whole + value; break;
-            case ColumnRule::First:
-                if (IsUndefined(whole)) whole = value;
-                break;
-            case ColumnRule::Last: whole = value; break;
-            case ColumnRule::Start: break;
-            }
+private:
+    static double Combined(ColumnRule rule, double whole, double value) {
+        if (IsUndefined(whole)) return rule == ColumnRule::Start ? whole : value;
+        switch (rule) {
+        case ColumnRule::Greatest: return value > whole || value != value ? value : whole;
+        case ColumnRule::Least: return value < whole || value != value ? value : whole;
+        case ColumnRule::Sum: return whole + value;
+        default: return whole;
         }
     }
     bool Begins(State& state, const double* row) const;
@@ -136,6 +133,7 @@ private:
     void Smooth(State& state, const double* row, double* bar) const;
 
     std::shared_ptr<const Frame> frame;
+    mutable Stretch begun;  // last: a tick begins it again
     FrameColumns at;
     std::vector<Column> columns;
     FrameKind kind;

@@ -611,7 +611,7 @@ Operand Binder::AddFrame(const std::shared_ptr<const Frame>& frame, const FrameC
     std::ranges::for_each(shown, use);
     std::vector<FrameBar::Column> rules;
     for (const Place column : used) rules.push_back({column, column, RuleOf(columns[column])});
-    const std::vector<Place> read(used.begin(), used.end());
+    const std::size_t width = used.empty() ? 0 : *used.rbegin() + 1;
     const char* missing = nullptr;
     for (const std::size_t column : at.ReadBy(frame->Kind(), missing)) use(column);
 
@@ -622,7 +622,7 @@ Operand Binder::AddFrame(const std::shared_ptr<const Frame>& frame, const FrameC
     const Place first = graph->AddNode(
         rule, written(bound.text), std::vector<Place>(used.begin(), used.end()), shown.size(), [&](Place to) {
             graph->NoteInner(*inner);
-            return std::make_unique<FrameNode>(FrameBar(frame, at, rules), view, std::move(inner), read, shown, to);
+            return std::make_unique<FrameNode>(FrameBar(frame, at, rules), view, std::move(inner), width, shown, to);
         });
 
     const auto outside = [&](Place place) {

@@ -5,10 +5,10 @@
 
 namespace sarvane::study {
 
-FrameNode::FrameNode(FrameBar bars, FrameView what, std::unique_ptr<Graph> graph, std::vector<Place> read,
+FrameNode::FrameNode(FrameBar bars, FrameView what, std::unique_ptr<Graph> graph, std::size_t columnCount,
                      std::vector<Place> results, Place to)
-    : frame(std::move(bars)), view(what), inner(std::move(graph)), columns(std::move(read)),
-      sources(std::move(results)), output(to) {
+    : frame(std::move(bars)), view(what), inner(std::move(graph)), width(columnCount), sources(std::move(results)),
+      output(to) {
     if (view == FrameView::Closed) shown.assign(sources.size(), UndefinedValue);
 }
 
@@ -16,14 +16,23 @@ FrameNode::FrameNode(FrameBar bars, FrameView what, std::unique_ptr<Graph> graph
 HRESULT FrameNode::Reset(const RunStart& start) {
     forming = {};
     std::ranges::fill(shown, UndefinedValue);
+    restored = nullptr;
     home = 0;
     isAhead = false;
     return inner->Reset({0, start.holdsInputs});
 }
 
 HRESULT FrameNode::Step(double* values, int) {
-    const HRESULT taken = frame.Take(forming, values, inner->Columns(), [this] { return Close(); });
-    if (FAILED(taken)) return taken;
+    double* const bar = inner->Columns();
+    if (restored && frame.StaysInStretch(restored->forming, values) && view == FrameView::Forming) {
+        const Record& before = *std::exchange(restored, nullptr);
+        forming = before.forming;
+        frame.Add(values, before.bar.data(), bar);
+    } else {
+        TakeRecord();
+        const HRESULT taken = frame.Take(forming, values, bar, [this] { return Close(); });
+        if (FAILED(taken)) return taken;
+    }
     double* const results = values + output;
     if (view == FrameView::Closed) {
         std::ranges::copy(shown, results);
@@ -43,7 +52,7 @@ HRESULT FrameNode::Step(double* values, int) {
 HRESULT FrameNode::Close() {
     home = 0;
     if (!std::exchange(isAhead, false)) {
-        if (const HRESULT status = inner->Step(0); FAILED(status)) return status;
+        if (const HRESULT status = inner->StepNodes(); FAILED(status)) return status;
     }
     for (std::size_t i = 0; i < shown.size(); ++i) shown[i] = inner->Values()[sources[i]];
     return S_OK;
@@ -53,45 +62,51 @@ HRESULT FrameNode::Close() {
 HRESULT FrameNode::StepForming() {
     HRESULT status = S_OK;
     if (home == 0) {
-        home = static_cast<short>(savedForming.size() + 1);
-        status = inner->Save(home);
+        home = static_cast<short>(records.size() + 1);
+        status = inner->SaveNodes(home);
     } else if (isAhead) {
-        status = inner->Restore(home);
+        status = inner->RestoreNodes(home);
     }
     if (status != S_OK) return status;
     isAhead = true;
-    return inner->Step(0);
+    return inner->StepNodes();
 }
 
 HRESULT FrameNode::Save(short slot) {
     const auto place = static_cast<std::size_t>(slot) - 1;
-    if (savedForming.size() <= place) {
-        savedValues.resize((place + 1) * RecordSize(), UndefinedValue);
-        savedForming.resize(place + 1);
+    while (records.size() <= place) {
+        records.push_back(std::make_unique<Record>());
+        records.back()->bar.resize(width, UndefinedValue);
+        records.back()->shown.resize(shown.size(), UndefinedValue);
     }
-    HRESULT status = isAhead ? inner->Restore(home) : S_OK;
-    if (status == S_OK && home != slot) status = inner->Save(slot);
+    TakeRecord();
+    HRESULT status = isAhead ? inner->RestoreNodes(home) : S_OK;
+    if (status == S_OK && home != slot) status = inner->SaveNodes(slot);
     if (status != S_OK) return status;
     isAhead = false;
     home = slot;
-    savedForming[place] = forming;
-    double* to = savedValues.data() + place * RecordSize();
-    for (const Place column : columns) *to++ = inner->Columns()[column];
-    for (const double result : shown) *to++ = result;
+    Record& record = *records[place];
+    record.forming = forming;
+    std::copy_n(inner->Columns(), width, record.bar.begin());
+    std::ranges::copy(shown, record.shown.begin());
     return S_OK;
 }
 
 HRESULT FrameNode::Restore(short slot) {
     const auto place = static_cast<std::size_t>(slot) - 1;
-    if (place >= savedForming.size()) return S_FALSE;
+    if (place >= records.size()) return S_FALSE;
+    restored = records[place].get();
     home = slot;
     isAhead = false;
-    forming = savedForming[place];
-    const double* from = savedValues.data() + place * RecordSize();
-    double* const bar = inner->Columns();
-    for (const Place column : columns) bar[column] = *from++;
-    for (double& result : shown) result = *from++;
-    return inner->Restore(slot);
+    return inner->RestoreNodes(slot);
+}
+
+void FrameNode::TakeRecord() {
+    if (!restored) return;
+    const Record& record = *std::exchange(restored, nullptr);
+    forming = record.forming;
+    std::ranges::copy(record.bar, inner->Columns());
+    std::ranges::copy(record.shown, shown.begin());
 }
 
 }  // namespace sarvane::study

@@ -16,9 +16,9 @@ enum class FrameView { Forming, Closed };
 // same number.
 class FrameNode final : public Node {
 public:
-    // `read` are columns of the inner graph, which are those of the graph around it; `results` are places of the inner
-    // graph, whose values go to places from `to` on.
-    FrameNode(FrameBar bars, FrameView shown, std::unique_ptr<Graph> graph, std::vector<Place> read,
+    // `graph` reads the first `columnCount` of its columns, which are those of the graph around it; `results` are places
+    // of its values, which go to places from `to` on.
+    FrameNode(FrameBar bars, FrameView what, std::unique_ptr<Graph> graph, std::size_t columnCount,
               std::vector<Place> results, Place to);
 
     HRESULT Reset(const RunStart& start) override;
@@ -28,24 +28,31 @@ public:
     void SetPriceStep(double step) override { inner->SetPriceStep(step); }
 
 private:
+    // What a snapshot holds beside the inner graph's.
+    struct Record {
+        FrameBar::State forming;
+        std::vector<double> bar;    // the forming bar, by column of the inner graph
+        std::vector<double> shown;  // results of the last closed bar
+    };
+
     HRESULT Close();
     HRESULT StepForming();
-    std::size_t RecordSize() const { return columns.size() + shown.size(); }
+    void TakeRecord();
 
     FrameBar frame;
     FrameView view;
     std::unique_ptr<Graph> inner;  // its columns are the values of the forming bar
-    std::vector<Place> columns;
+    std::size_t width;             // of its columns, up to the last one that is read
     std::vector<Place> sources;
     Place output;
 
     FrameBar::State forming;
-    std::vector<double> shown;  // results of the last closed bar
+    std::vector<double> shown;         // results of the last closed bar
+    const Record* restored = nullptr;  // stands for the forming bar and `shown`, until something asks for these
     short home = 0;        // the inner graph's slot with the state ahead of the forming bar; 0 if there is none yet
     bool isAhead = false;  // the inner graph has taken in the forming bar
 
-    std::vector<FrameBar::State> savedForming;  // by slot, from 1
-    std::vector<double> savedValues;            // columns, and results of the last closed bar, slot behind slot
+    std::vector<std::unique_ptr<Record>> records;  // by slot, from 1
 };
 
 }  // namespace sarvane::study

@@ -130,28 +130,22 @@ HRESULT Graph::Save(short slot) {
     if (isStopped) return E_OUTOFMEMORY;
     if (slot == 0) return S_OK;
     const auto place = static_cast<std::size_t>(slot);
-    if (isSaved.size() <= place) isSaved.resize(place + 1, false);
-    isSaved[place] = false;
+    if (isSaved.size() <= place) isSaved.resize(place + 1, 0);
+    isSaved[place] = 0;
     if (dropsHigherSlots) isSaved.resize(place + 1);
-    for (const auto& node : nodes) {
-        if (const HRESULT status = node->Save(slot); status != S_OK) return status;
-    }
-    isSaved[place] = true;
+    if (const HRESULT status = SaveNodes(slot); status != S_OK) return status;
+    isSaved[place] = 1;
     return S_OK;
 }
 
 HRESULT Graph::Restore(short slot) {
-    const bool exists =
-        slot >= 0 && static_cast<std::size_t>(slot) < isSaved.size() && isSaved[static_cast<std::size_t>(slot)];
-    if (!exists) return S_FALSE;
+    const auto place = static_cast<std::size_t>(slot);  // beyond all slots for a negative one
+    if (place >= isSaved.size() || isSaved[place] == 0) return S_FALSE;
     if (slot == 0) return isStopped ? static_cast<HRESULT>(E_OUTOFMEMORY) : static_cast<HRESULT>(S_OK);
     isStopped = true;
-    HRESULT worst = S_OK;
-    for (const auto& node : nodes) {
-        if (const HRESULT status = node->Restore(slot); status != S_OK && !FAILED(worst)) worst = status;
-    }
-    isStopped = worst != S_OK;
-    return worst;
+    const HRESULT status = RestoreNodes(slot);
+    isStopped = status != S_OK;
+    return status;
 }
 
 void Graph::SetPriceStep(double step) {

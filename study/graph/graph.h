@@ -106,6 +106,30 @@ public:
     HRESULT Restore(short slot);
     void SetPriceStep(double step);
 
+    // The same for a graph inside a node, whose own graph keeps account of slots and failures: nothing but the nodes. A
+    // status other than S_OK ends a step; all nodes are saved and restored to the last.
+    HRESULT StepNodes() {
+        double* const place = values.data();
+        for (const auto& node : nodes) {
+            if (const HRESULT status = node->Step(place, 0); FAILED(status)) return status;
+        }
+        return S_OK;
+    }
+    HRESULT SaveNodes(short slot) {
+        for (const auto& node : nodes) {
+            if (const HRESULT status = node->Save(slot); status != S_OK) return status;
+        }
+        return S_OK;
+    }
+    HRESULT RestoreNodes(short slot) {
+        HRESULT worst = S_OK;
+        for (const auto& node : nodes) {
+            if (const HRESULT status = node->Restore(slot); status != S_OK && !FAILED(worst)) [[unlikely]]
+                worst = status;
+        }
+        return worst;
+    }
+
     // The values of the last bar that was taken in.
     const double* Values() const { return values.data(); }
 
@@ -124,8 +148,8 @@ private:
     std::vector<std::string> withoutSnapshots;
     bool dropsHigherSlots = false;
     short mostSlot = std::numeric_limits<short>::max();
-    std::vector<bool> isSaved = {true};  // by slot
-    bool isStopped = false;              // the running state is lost
+    std::vector<char> isSaved = {1};  // by slot
+    bool isStopped = false;           // the running state is lost
 };
 
 }  // namespace sarvane::study
