@@ -48,8 +48,7 @@ static PyObject* utf8(PyObject* text) {
     return PyUnicode_AsUTF8String(text);
 }
 
-// Null with an exception. Keeps the texts alive in `kept`.
-static const char* zero_ended(PyObject* text, PyObject* kept) {
+const char* zero_ended(PyObject* text, PyObject* kept) {
     PyObject* const bytes = utf8(text);
     if (!bytes) return NULL;
     const char* const letters = PyBytes_AsString(bytes);

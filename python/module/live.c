@@ -4,7 +4,7 @@
 
 #include <limits.h>
 
-enum { TickSlot = 32767, MostSlots = 32766 };  // of snapshots: the state before the last bar, and those of users
+enum { MostSlots = 32766 };  // of users' snapshots; the one above the last of these is the state before the last bar
 
 // A bar that was corrected after a save.
 typedef struct Undo {
@@ -34,6 +34,7 @@ typedef struct Live {
     size_t count, capacity;
     Saved* saved;  // rising slots; their counts rise, too
     size_t saved_count;
+    int tick_slot;  // with the state before the last bar
     SarvaneSeriesSettings settings;
     int nan_is_gap;
     int is_lost;  // a step has failed, so that a series must begin
@@ -170,6 +171,12 @@ static SarvaneStatus step(Live* live, size_t bar, const double* row) {
     return SarvaneStep(live->study, (int64_t)bar, row, live->results);
 }
 
+// Operators keep records up to the highest slot that is used: it is no higher than it must be.
+static SarvaneStatus save_tick(Live* live) {
+    live->tick_slot = live->saved_count > 0 ? live->saved[live->saved_count - 1].slot + 1 : 1;
+    return SarvaneSave(live->study, live->tick_slot);
+}
+
 static SarvaneStatus add_bar(Live* live) {
     if (live->is_lost) {
         const SarvaneStatus status = begin_series(live);
@@ -179,7 +186,7 @@ static SarvaneStatus add_bar(Live* live) {
     if (live->series) {
         status = SarvaneAppendBar(live->series, (int64_t)live->count, live->row);
     } else {
-        status = SarvaneSave(live->study, TickSlot);
+        status = save_tick(live);
         if (status == SARVANE_OK) status = step(live, live->count, live->row);
     }
     if (status != SARVANE_OK) {
@@ -199,7 +206,7 @@ static SarvaneStatus change_last_bar(Live* live) {
     if (live->series) {
         status = SarvaneChangeLastBar(live->series, live->row);
     } else {
-        status = SarvaneRestore(live->study, TickSlot);
+        status = SarvaneRestore(live->study, live->tick_slot);
         if (status == SARVANE_OK) status = step(live, live->count - 1, live->row);
     }
     if (status != SARVANE_OK) {
@@ -318,9 +325,9 @@ static Saved* add_saved(Live* live, int slot, const double* last) {
 // The state before the last bar, from which both the saved bar and its ticks can be had.
 static SarvaneStatus save_snapshot(Live* live, int slot) {
     if (live->count == 0) return SarvaneSave(live->study, slot);
-    SarvaneStatus status = SarvaneRestore(live->study, TickSlot);
+    SarvaneStatus status = SarvaneRestore(live->study, live->tick_slot);
     if (status == SARVANE_OK) status = SarvaneSave(live->study, slot);
-    if (status == SARVANE_OK) status = SarvaneSave(live->study, TickSlot);  // some operators have just lost it
+    if (status == SARVANE_OK) status = save_tick(live);
     if (status == SARVANE_OK) status = step(live, live->count - 1, row_of(live, live->count - 1));
     if (status != SARVANE_OK) live->is_lost = 1;
     return status;
@@ -350,7 +357,7 @@ static SarvaneStatus restore_snapshot(Live* live, const Saved* saved) {
         forget_results(live);
         return SARVANE_OK;
     }
-    if (status == SARVANE_OK) status = SarvaneSave(live->study, TickSlot);
+    if (status == SARVANE_OK) status = save_tick(live);
     if (status == SARVANE_OK) status = step(live, saved->count - 1, saved->last);
     if (status != SARVANE_OK) live->is_lost = 1;
     return status;

@@ -122,6 +122,8 @@ static PyMethodDef module_methods[] = {
     {"operators", list_operators, METH_NOARGS, NULL},
     {"studies", list_studies, METH_NOARGS, NULL},
     {"labels", label_texts, METH_O, NULL},
+    {"make_bars", make_bars, METH_VARARGS, NULL},
+    {"read_bars", read_bars, METH_VARARGS, NULL},
     {NULL, NULL, 0, NULL},
 };
 

@@ -55,3 +55,7 @@ typedef struct Compiled {
 extern PyTypeObject* compiled_type;
 extern PyType_Spec compiled_spec, live_spec;
 PyObject* compile_study(PyObject* module, PyObject* args);
+// The letters of a text, which a list keeps alive. Null with an exception.
+const char* zero_ended(PyObject* text, PyObject* kept);
+PyObject* make_bars(PyObject* module, PyObject* args);
+PyObject* read_bars(PyObject* module, PyObject* args);

@@ -4,6 +4,7 @@
 
     table = sarvane.run(bars, "Sim(Close, 20)", rsi="RSI(Close, 14)")   # a DataFrame, dict or structured array
     study = sarvane.Study("RSI(Close, 14)")                            # live: append, tick, correct, save, restore
+    sarvane.bars(trades, "5min")                                       # bars of another frame, of bars or trades
     sarvane.op.Sim(period=20)(close)                                   # a single operator over an array
     help(sarvane.studies.RSI)                                          # what a study computes, and its arguments
 
@@ -16,6 +17,7 @@ import importlib.util as _importlib
 
 from . import _accessor, _sarvane
 from . import _library as _library
+from ._bars import bars
 from ._calls import Call, Function, Namespace, operators
 from ._calls import studies as _studies
 from ._live import Study
@@ -28,7 +30,7 @@ op = Namespace("op", "The operators, by keyword.", operators())
 studies = Namespace("studies", "The standard studies, by name.", _studies())
 
 __version__: str = _sarvane.version
-__all__ = ["Call", "Function", "Namespace", "Study", "StudyError", "op", "operators", "run", "run_many", "studies"]
+__all__ = ["Call", "Function", "Namespace", "Study", "StudyError", "op", "bars", "operators", "run", "run_many", "studies"]
 
 # A DataFrame has the accessor whichever of the two packages was imported first.
 if _importlib.find_spec("pandas"):

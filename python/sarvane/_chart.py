@@ -30,6 +30,8 @@ def _write_bars(bars: Any, path: pathlib.Path) -> None:
     columns = []
     names = []
     for index, name in enumerate(table.names):
+        if is_frame(bars) and name.casefold() == "time":
+            continue  # the index has them
         try:
             columns.append(memoryview(as_numbers(table.column(index), name)).tolist())
         except TypeError:

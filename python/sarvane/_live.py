@@ -6,10 +6,11 @@ import bisect
 from typing import Any
 
 from . import _chart, _sarvane
+from ._tables import seconds_of
 from ._running import Compiled, run, takes_nan_for_gap
 
 #: The columns that a study looks for where none are named.
-USUAL = ("open", "high", "low", "close", "volume")
+USUAL = ("open", "high", "low", "close", "volume", "time")
 
 
 class Study(_sarvane.Live):
@@ -28,7 +29,8 @@ class Study(_sarvane.Live):
     *expressions, **named
         As `sarvane.run` takes them.
     columns
-        Names of the columns of a bar. If not given, those of open, high, low, close and volume that the expressions read.
+        Names of the columns of a bar. If not given, those of open, high, low, close, volume and time that the expressions
+        read. A bar without a ``time``, in seconds since 1970, UTC, has the one that `append` was given.
     gaps, all_outputs, history, digits, hold, price_step
         As in `sarvane.run`.
 
@@ -49,6 +51,7 @@ class Study(_sarvane.Live):
     _names: tuple[str, ...]
     _folded: dict[str, int]
     _times: list[Any]
+    _now: Any  # the time of the bar that is taken in
 
     def __new__(cls, *expressions: str, columns: Any = None, gaps: str = "missing", all_outputs: bool = False,
                 history: int | None = None, digits: int | None = None, hold: bool = False, price_step: float = 0.0,
@@ -67,6 +70,7 @@ class Study(_sarvane.Live):
         self._names = names
         self._folded = {name.casefold(): place for place, name in enumerate(names)}
         self._times = []
+        self._now: Any = None
         return self
 
     # append, tick, save, restore and len() are methods of the module in C.
@@ -124,7 +128,11 @@ class Study(_sarvane.Live):
             place = bisect.bisect_left(self._times, when)
             if place == len(self._times) or self._times[place] != when:
                 raise KeyError(when)
-            return self._correct(place, bar)
+            self._now, last = when, self._now
+            try:
+                return self._correct(place, bar)
+            finally:
+                self._now = last
         index = when.__index__()
         return self._correct(index + len(self) if index < 0 else index, bar)
 
@@ -132,6 +140,7 @@ class Study(_sarvane.Live):
         """Goes back to what `save` put into a slot. The slots above it are forgotten."""
         super().restore(slot)
         del self._times[len(self):]
+        self._now = self._times[-1] if self._times else None
 
     def extend(self, bars: Any) -> None:
         """Appends all bars of a DataFrame, a dict of columns or a structured array."""
@@ -185,6 +194,10 @@ class Study(_sarvane.Live):
             for place, value in found:
                 row[place] = value
             missing = set(range(len(row))) - {place for place, _ in found}
+            clock = self._folded.get("time")
+            if clock in missing and self._now is not None:
+                row[clock] = seconds_of(self._now)
+                missing.discard(clock)
             if missing:
                 raise KeyError(self._names[min(missing)])
             return row
@@ -197,7 +210,12 @@ class Study(_sarvane.Live):
             raise ValueError("the bars so far have no times")
         if self._times and not when > self._times[-1]:
             raise ValueError(f"{when!r} does not come after the last bar, {self._times[-1]!r}")
-        values = self.append(bar)
+        before, self._now = self._now, when
+        try:
+            values = self.append(bar)
+        except BaseException:
+            self._now = before
+            raise
         self._times.append(when)
         return values
 
@@ -207,4 +225,5 @@ def _unpickled(cls: Any, texts: Any, names: Any, settings: Any, state: Any, time
     study: Study = cls(*expressions, columns=names, **settings, **named)
     study._set_state(*state)
     study._times = list(times)
+    study._now = study._times[-1] if study._times else None
     return study

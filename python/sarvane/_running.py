@@ -132,7 +132,7 @@ def run_many(groups: Any, /, *expressions: str, threads: int = 0, gaps: str = "m
         whole_frame = groups.obj
         places = list(groups.indices.values())
         tables = [Table(whole_frame.iloc[rows]) for rows in places]
-        first_names = [str(name) for name in whole_frame.columns]
+        first_names = Table(whole_frame).names
     elif isinstance(groups, Mapping):
         tables = [Table(bars) for bars in groups.values()]
         first_names = tables[0].names if tables else []

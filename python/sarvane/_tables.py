@@ -6,6 +6,7 @@ numpy and pandas are used where the caller has loaded them, and needed for nothi
 from __future__ import annotations
 
 import array
+import datetime
 import sys
 from collections.abc import Mapping, Sequence
 from typing import Any, Callable
@@ -47,6 +48,11 @@ class Table:
             self.read = lambda index: bars[keys[index]]
         else:
             raise TypeError(f"bars are a DataFrame, a dict of columns or a structured array, not {type(bars).__name__}")
+        if is_frame(bars) and "time" not in map(str.casefold, self.names) and bars.index.dtype.kind == "M":
+            # Expressions find the times of the index as the column "time".
+            self.names.append("time")
+            place, read = len(self.names) - 1, self.read
+            self.read = lambda index: bars.index if index == place else read(index)
         if is_frame(bars) or is_structured(bars):
             self.count = len(bars)
         else:
@@ -57,7 +63,36 @@ class Table:
         name, values = self.names[index], self.read(index)
         if len(values) != self.count:
             raise ValueError(f"column {name!r} has {len(values)} values, and {self.names[0]!r} has {self.count}")
-        return as_numbers(values, name)
+        return seconds(values) if name.casefold() == "time" else as_numbers(values, name)
+
+
+def seconds(times: Any) -> Any:
+    """Times of pandas or numpy as seconds since 1970, UTC; numbers as they are. None stands where there is no time. What
+    a double can't hold of a second is dropped, so that a time never comes to lie in the next one."""
+    pandas, numpy = module("pandas"), module("numpy")
+    if pandas is not None and isinstance(times, (pandas.Series, pandas.Index)) and times.dtype.kind == "M":
+        index = pandas.DatetimeIndex(times)
+        times = (index.tz_convert("UTC").tz_localize(None) if index.tz is not None else index).to_numpy()
+    if numpy is None or not isinstance(times, numpy.ndarray) or times.dtype.kind != "M":
+        return as_numbers(times, "time")
+    moments = times.astype("datetime64[ns]").astype("int64")
+    whole, rest = numpy.divmod(moments, 1_000_000_000)
+    exact = whole + rest / 1e9
+    exact = numpy.where(exact < whole + 1, exact, numpy.nextafter(whole + 1.0, whole.astype("float64")))
+    return numpy.where(numpy.isnat(times), numpy.nan, exact)
+
+
+def seconds_of(when: Any) -> float:
+    """A time of Python, numpy or pandas as seconds since 1970, UTC."""
+    numpy = module("numpy")
+    if hasattr(when, "timestamp"):
+        aware = when if when.tzinfo is not None else when.replace(tzinfo=datetime.timezone.utc)
+        return float(aware.timestamp())
+    if isinstance(when, datetime.date):
+        return (when - datetime.date(1970, 1, 1)).total_seconds()
+    if numpy is not None and isinstance(when, numpy.datetime64):
+        return float(seconds(numpy.array([when]))[0])
+    return float(when)
 
 
 def as_numbers(values: Any, name: str) -> Any:

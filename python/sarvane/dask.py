@@ -56,7 +56,7 @@ def run(ddf: Any, /, *expressions: str, by: str = "symbol", time: str = "date", 
     if carry != (store is not None):
         raise ValueError("carry=True needs the folder of the states, store=..., and nothing else does")
     sample = ddf._meta.iloc[:0]
-    meta = _with_keys(sample, _run_columns(sample.drop(columns=[by, time]), *expressions, **options), by, time)
+    meta = _with_keys(sample, _run_columns(_bars_of(sample, by, time), *expressions, **options), by, time)
     whole = ddf if shuffled else ddf.shuffle(on=by)
     work = {"expressions": expressions, "by": by, "time": time, "options": options}
     if carry:
@@ -70,9 +70,15 @@ def _with_keys(bars: Any, results: Any, by: str, time: str) -> Any:
     return table
 
 
+def _bars_of(table: Any, by: str, time: str) -> Any:
+    """The columns of the bars; their times, where they are such, as the column that expressions know as time."""
+    has_time = table[time].dtype.kind == "M" and "time" not in (str(name).casefold() for name in table if name != time)
+    return table.drop(columns=[by]).rename(columns={time: "time"}) if has_time else table.drop(columns=[by, time])
+
+
 def _plain(part: Any, *, expressions: tuple[str, ...], by: str, time: str, options: dict[str, Any]) -> Any:
     ordered = part.sort_values([by, time], kind="stable")
-    bars = ordered.drop(columns=[by, time])
+    bars = _bars_of(ordered, by, time)
     if ordered.empty:
         return _with_keys(ordered, _run_columns(bars, *expressions, **options), by, time)
     groups = bars.groupby(ordered[by].to_numpy(), sort=False)
@@ -89,7 +95,7 @@ def _carried(part: Any, *, expressions: tuple[str, ...], by: str, time: str, opt
 
     files, folder = fsspec.core.url_to_fs(store, **storage_options)
     ordered = part.sort_values([by, time], kind="stable")
-    empty = _run_columns(ordered.iloc[:0].drop(columns=[by, time]), *expressions, **options)
+    empty = _run_columns(_bars_of(ordered.iloc[:0], by, time), *expressions, **options)
     if ordered.empty:
         return _with_keys(ordered, empty, by, time)
     files.makedirs(folder, exist_ok=True)
@@ -128,7 +134,8 @@ def _go_on(files: Any, place: str, symbol: Any, wanted: str, times: Any, bars: A
         if kept["wanted"].item() != wanted:
             raise ValueError(f"{place} is of other expressions or settings")
         every, every_time, places = _joined(symbol, kept, times, numbers)
-    results = run(pandas.DataFrame(every))
+    index = pandas.DatetimeIndex(every_time) if every_time.dtype.kind == "M" else None
+    results = run(pandas.DataFrame(every, index=index))
     if kept is not None:
         _check_last(symbol, kept, results.iloc[len(kept["times"]) - 1])
     if kept is None or len(every_time) > len(kept["times"]):
