@@ -63,6 +63,10 @@ int AddExpressionWithin(SarvaneStudy* study, SqlText expression, int allOutputs,
 /* 1 if the values of a compiled expression are labels; else 0, with a fault. */
 int GivesLabels(const SarvaneStudy* study, SqlFault* fault);
 
+/* The begin of the stretch of a frame of time that a moment lies in; both are seconds since 1970, UTC. 0 with a fault. The
+ * frame of the last call of a thread is kept: rows mostly have the same. */
+int FrameStart(SqlText frame, double seconds, double* start, SqlFault* fault);
+
 #ifdef __cplusplus
 }
 #endif

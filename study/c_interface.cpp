@@ -56,6 +56,10 @@ struct SarvaneSeries {
     explicit SarvaneSeries(std::unique_ptr<Series> made) : bars(std::move(made)), study{nullptr, &bars->Compiled()} {}
 };
 
+struct SarvaneFrame {
+    Frame frame;
+};
+
 struct SarvaneBars {
     FrameBars made;
     std::vector<double> row;
@@ -621,6 +625,33 @@ SarvaneStatus SarvaneReadBars(const SarvaneBars* bars, size_t first, size_t coun
                 bars->made.Value(column, first + i);
         }
     }
+    return SARVANE_OK;
+}
+
+SarvaneStatus SarvaneReadFrame(const char* text, SarvaneFrame** frame, SarvaneProblem** problem) {
+    Clear(frame);
+    Clear(problem);
+    if (!text || !frame) return SARVANE_WRONG_ARGUMENT;
+    return Answer([&] {
+        Outcome<Frame> read = Frame::Read(text);
+        if (!read) return Refuse(ProblemIn(read.Fault(), {"", text}), SARVANE_WRONG_TEXT, problem);
+        if (read->Kind() != FrameKind::Time) {
+            const Problem fault = {.length = std::strlen(text), .message = "only frames of time have a begin by the clock"};
+            return Refuse(ProblemIn(fault, {"", text}), SARVANE_WRONG_TEXT, problem);
+        }
+        *frame = new SarvaneFrame{std::move(*read)};
+        return SARVANE_OK;
+    });
+}
+
+void SarvaneFreeFrame(SarvaneFrame* frame) { delete frame; }
+
+SarvaneStatus SarvaneGetStretch(const SarvaneFrame* frame, int64_t second, int64_t* begin, int64_t* end) {
+    constexpr int64_t Farthest = 3000 * INT64_C(31557600);
+    if (!frame || !begin || !end || second > Farthest || second < -Farthest) return SARVANE_WRONG_ARGUMENT;
+    const Stretch stretch = frame->frame.Around(second);
+    *begin = stretch.begin;
+    *end = stretch.end;
     return SARVANE_OK;
 }
 

@@ -419,6 +419,18 @@ SARVANE_STUDY_API size_t SarvaneCountBars(const SarvaneBars* bars);
 SARVANE_STUDY_API SarvaneStatus SarvaneReadBars(const SarvaneBars* bars, size_t first, size_t count, int64_t* times,
                                                 const SarvaneOutput* outputs);
 
+/* The stretch of a frame of time that a moment lies in, for hosts that group rows by themselves. */
+typedef struct SarvaneFrame SarvaneFrame;
+
+/* Freed by SarvaneFreeFrame. Errors: SARVANE_WRONG_TEXT for no frame of time; SARVANE_WRONG_ARGUMENT,
+ * SARVANE_OUT_OF_MEMORY. */
+SARVANE_STUDY_API SarvaneStatus SarvaneReadFrame(const char* text, SarvaneFrame** frame, SarvaneProblem** problem);
+SARVANE_STUDY_API void SarvaneFreeFrame(SarvaneFrame* frame);
+/* Begin and end, which does not belong to it, in seconds since 1970, UTC, as the moment. Error: SARVANE_WRONG_ARGUMENT for
+ * null and for moments more than 3000 years from 1970. */
+SARVANE_STUDY_API SarvaneStatus SarvaneGetStretch(const SarvaneFrame* frame, int64_t second, int64_t* begin,
+                                                  int64_t* end);
+
 /* ---- An expression as an operator ---- */
 
 /* Compiles one expression into an object that answers as an operator does, for hosts that drive operators: `op` becomes

@@ -26,6 +26,14 @@ CREATE FUNCTION study_label(value float8) RETURNS text
     AS 'MODULE_PATHNAME', 'sarvane_label' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
 COMMENT ON FUNCTION study_label(float8) IS 'text of a label that study() or study_row() gave as a number';
 
+-- Begin of the stretch of a frame of time that a moment lies in, to group rows by.
+CREATE FUNCTION study_frame(frame text, "time" float8) RETURNS float8
+    AS 'MODULE_PATHNAME', 'sarvane_frame' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION study_frame(frame text, "time" timestamptz) RETURNS timestamptz
+    AS 'MODULE_PATHNAME', 'sarvane_frame_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+COMMENT ON FUNCTION study_frame(text, float8) IS 'begin of the bar of a frame, in seconds since 1970, UTC';
+COMMENT ON FUNCTION study_frame(text, timestamptz) IS 'begin of the bar of a frame';
+
 -- What there is; newer versions of the library may have more.
 CREATE FUNCTION study_list(OUT name text, OUT kind text, OUT meaning text, OUT arguments text, OUT outputs text,
                            OUT "group" text, OUT source text, OUT definition text) RETURNS SETOF record

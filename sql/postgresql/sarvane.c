@@ -14,6 +14,7 @@
 #include "utils/builtins.h"
 #include "utils/guc.h"
 #include "utils/memutils.h"
+#include "utils/timestamp.h"
 #include "windowapi.h"
 
 #include "catalogue.h"
@@ -271,6 +272,31 @@ Datum sarvane_study_label(PG_FUNCTION_ARGS) { return LabelOrNull(fcinfo, NextVal
 
 PG_FUNCTION_INFO_V1(sarvane_label);
 Datum sarvane_label(PG_FUNCTION_ARGS) { return LabelOrNull(fcinfo, PG_GETARG_FLOAT8(0)); }
+
+/* ---- Frames ---- */
+
+static double StartOfFrame(FunctionCallInfo fcinfo, double seconds) {
+    text* const frame = PG_GETARG_TEXT_PP(0);
+    const SqlText given = {VARDATA_ANY(frame), VARSIZE_ANY_EXHDR(frame)};
+    SqlFault fault;
+    double start;
+    if (!FrameStart(given, seconds, &start, &fault)) Report(&fault);
+    return start;
+}
+
+PG_FUNCTION_INFO_V1(sarvane_frame);
+Datum sarvane_frame(PG_FUNCTION_ARGS) { PG_RETURN_FLOAT8(StartOfFrame(fcinfo, PG_GETARG_FLOAT8(1))); }
+
+PG_FUNCTION_INFO_V1(sarvane_frame_time);
+Datum sarvane_frame_time(PG_FUNCTION_ARGS) {
+    const TimestampTz time = PG_GETARG_TIMESTAMPTZ(1);
+    const int64 epoch = (int64)(POSTGRES_EPOCH_JDATE - UNIX_EPOCH_JDATE) * SECS_PER_DAY;
+    int64 second = time / USECS_PER_SEC;
+    if (TIMESTAMP_NOT_FINITE(time)) PG_RETURN_TIMESTAMPTZ(time);
+    if (time % USECS_PER_SEC < 0) --second;
+    second = (int64)StartOfFrame(fcinfo, (double)(second + epoch)) - epoch;
+    PG_RETURN_TIMESTAMPTZ(second * USECS_PER_SEC);
+}
 
 /* ---- Lists ---- */
 

@@ -160,6 +160,17 @@ void LabelOfNumber(sqlite3_context* context, int, sqlite3_value** arguments) {
     });
 }
 
+void StartOfFrame(sqlite3_context* context, int, sqlite3_value** arguments) {
+    Guarded(context, "study_frame", [&](SqlFault* fault) {
+        double time = SARVANE_UNDEFINED, start = SARVANE_UNDEFINED;
+        if (!ReadNumber(arguments[1], time, fault)) return false;
+        if (time != SARVANE_UNDEFINED && !FrameStart(TextOf(arguments[0]), time, &start, fault)) return false;
+        start == SARVANE_UNDEFINED ? sqlite3_result_null(context)
+                                   : sqlite3_result_int64(context, static_cast<sqlite3_int64>(start));
+        return true;
+    });
+}
+
 }  // namespace
 
 int AddWindowFunctions(sqlite3* database, const SharedConnection& connection) {
@@ -175,6 +186,9 @@ int AddWindowFunctions(sqlite3* database, const SharedConnection& connection) {
         if (status == SQLITE_OK) status = add({"study", false, false}, count);
         if (status == SQLITE_OK) status = add({"study_label", false, true}, count);
     }
+    if (status != SQLITE_OK) return status;
+    status = sqlite3_create_function_v2(database, "study_frame", 2, Flags, nullptr, StartOfFrame, nullptr, nullptr,
+                                        nullptr);
     if (status != SQLITE_OK) return status;
     return sqlite3_create_function_v2(database, "study_label", 1, Flags, nullptr, LabelOfNumber, nullptr, nullptr,
                                       nullptr);
