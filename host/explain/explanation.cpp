@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
-#include <deque>
 #include <fmt/ranges.h>
 #include <sarvane/chart_label.h>
 
@@ -24,14 +23,15 @@ Json ValueJson(double value) { return IsUndefined(value) || !std::isfinite(value
 
 // What people call a place: a column, "#3" for a part, "#3.integer1" for one of its outputs, or a constant.
 std::string PlaceName(const Recording& run, Place place) {
-    const Compilation& compiled = run.Compiled();
-    if (place < compiled.columns.size()) return compiled.columns[place];
-    const auto nodes = compiled.graph.Nodes();
+    if (place < run.Columns().size()) return run.Columns()[place];
+    const auto nodes = run.Nodes();
     for (std::size_t n = 0; n < nodes.size(); ++n) {
         const NodeText& node = nodes[n];
         if (place < node.output || place >= node.output + node.outputCount) continue;
-        const bool isNamed = node.called && node.outputCount > 1;
-        return fmt::format("#{}{}", n + 1, isNamed ? "." + node.called->outputs[place - node.output] : "");
+        const std::size_t output = place - node.output;
+        if (node.outputCount == 1) return fmt::format("#{}", n + 1);
+        return node.called ? fmt::format("#{}.{}", n + 1, node.called->outputs[output])
+                           : fmt::format("#{}.{}", n + 1, output + 1);
     }
     return fmt::format("{}", run.Value(place));
 }
@@ -166,12 +166,12 @@ private:
     const NodeText& node;
     OperatorCall call;
     const Recipe& recipe;
-    std::size_t count = 0;      // of all bars
-    std::string key;            // of the step, among those that have been worked out
-    bool dependsOnBar = false;  // a step ahead has its value of this bar on all of them
+    std::size_t count = 0;                // of all bars
+    std::string key;                      // of the step, among those that have been worked out
+    bool dependsOnBar = false;            // a step ahead has its value of this bar on all of them
     std::deque<std::vector<double>> own;  // columns that hold for this bar only
-    NamedValues values;         // of inputs, arguments and steps
-    NamedValues worked;         // of steps
+    NamedValues values;                   // of inputs, arguments and steps
+    NamedValues worked;                   // of steps
     std::size_t firstBar = run.LastBar();
 };
 
@@ -254,8 +254,41 @@ Json OwnJson(const Recording& run, const NodeText& node, Json made) {
     return made;
 }
 
+// Which longer bar the values come from, and how they come about on it.
+Json FrameJson(const Recording& run, const NodeText& node, Json made) {
+    for (std::size_t i = 0; i < node.outputCount; ++i)
+        made["outputs"].push_back(
+            {{"name", fmt::format("{}", i + 1)}, {"value", ValueJson(run.Value(node.output + i))}});
+    made["steps"] = Json::array();
+    const bool isClosed = node.frame->view == FrameView::Closed;
+    const auto longer = run.OverLonger(node);
+    if (!longer) {
+        made["note"] =
+            fmt::format("no bar of {} {} yet", node.frame->frame->Text(), isClosed ? "is closed" : "has begun");
+        return made;
+    }
+    made["longer"] = {{"frame", node.frame->frame->Text()},
+                      {"begins", longer->run.Date(longer->run.LastBar())},
+                      {"isClosed", isClosed},
+                      {"first", run.Date(longer->firstBar)},
+                      {"last", run.Date(longer->endBar - 1)},
+                      {"bars", longer->endBar - longer->firstBar},
+                      {"explanation", ExplanationJson(longer->run)}};
+    return made;
+}
+
 std::string Shown(const Json& value) {
     return value.is_null() ? "no value" : fmt::format("{:.10g}", value.get<double>());
+}
+
+std::string Indented(const std::string& lines) {
+    std::string text;
+    for (std::size_t at = 0; at < lines.size();) {
+        const std::size_t end = std::min(lines.find('\n', at), lines.size());
+        text += (end > at ? "    " : "") + lines.substr(at, end - at) + "\n";
+        at = end + 1;
+    }
+    return text;
 }
 
 std::string Shortened(const std::string& formula) {
@@ -267,11 +300,11 @@ std::string Shortened(const std::string& formula) {
 
 Json ExplanationJson(const Recording& run) {
     Json explanation = {{"date", run.Date(run.LastBar())}, {"results", Json::array()}, {"parts", Json::array()}};
-    for (const ResultColumn& result : run.Compiled().results)
+    for (const ResultColumn& result : run.Results())
         explanation["results"].push_back({{"title", result.title},
                                           {"value", ValueJson(run.Value(result.place))},
                                           {"part", PlaceName(run, result.place)}});
-    const auto nodes = run.Compiled().graph.Nodes();
+    const auto nodes = run.Nodes();
     for (std::size_t n = 0; n < nodes.size(); ++n) {
         const NodeText& node = nodes[n];
         if (node.outputCount == 0) continue;
@@ -281,8 +314,9 @@ Json ExplanationJson(const Recording& run) {
             if (node.called) input["as"] = node.called->inputs[i];
             made["reads"].push_back(std::move(input));
         }
-        explanation["parts"].push_back(node.called ? OperatorJson(run, node, std::move(made))
-                                                   : OwnJson(run, node, std::move(made)));
+        explanation["parts"].push_back(node.called  ? OperatorJson(run, node, std::move(made))
+                                       : node.frame ? FrameJson(run, node, std::move(made))
+                                                    : OwnJson(run, node, std::move(made)));
     }
     return explanation;
 }
@@ -331,6 +365,16 @@ std::string ExplanationText(const Json& explanation) {
         }
         if (part.contains("from"))
             text += fmt::format("    bars      from {} to {}\n", part["from"].get<std::string>(), date);
+        if (part.contains("longer")) {
+            const Json& longer = part["longer"];
+            const auto bars = longer["bars"].get<std::size_t>();
+            text += fmt::format("    {} bar of {} that begins {}: {} from {} to {}\n",
+                                longer["isClosed"].get<bool>() ? "the closed" : "the forming",
+                                longer["frame"].get<std::string>(), longer["begins"].get<std::string>(),
+                                bars == 1 ? "1 bar" : fmt::format("{} bars", bars), longer["first"].get<std::string>(),
+                                longer["last"].get<std::string>());
+            text += Indented(ExplanationText(longer["explanation"]));
+        }
         if (part.contains("note")) text += fmt::format("    note      {}\n", part["note"].get<std::string>());
     }
     return text;

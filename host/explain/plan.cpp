@@ -56,7 +56,10 @@ std::string ExplainText(const Library& library, const std::vector<std::string>& 
         text += fmt::format("{}\n", result.title);
         if (result.output.empty()) text += fmt::format("  formula   {}\n", result.formula);
         if (plan) text += fmt::format("  node      {}\n", PlaceText(compiled, result.place));
-        text += fmt::format("  lookback  {} bars\n", result.lookback);
+        std::string longer;
+        for (const FrameReach& reach : result.frames)
+            longer += fmt::format("{}{} of {}", longer.empty() ? "" : ", ", reach.lookback, reach.frame);
+        text += fmt::format("  lookback  {} bars{}\n", result.lookback, longer.empty() ? "" : " (" + longer + ")");
     }
     return plan ? text + '\n' + PlanText(compiled) : text;
 }

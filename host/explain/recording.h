@@ -1,11 +1,12 @@
 #pragma once
 
-#include "bars/bar_file.h"
+#include "bars/bar_maker.h"
 #include "library.h"
 #include "study.h"
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,11 +23,13 @@ public:
               const RunSettings& settings, std::size_t lastBar);
 
     const Library& Operators() const { return library; }
-    const Compilation& Compiled() const { return compiler.Compiled(); }
+    std::span<const NodeText> Nodes() const { return graph->Nodes(); }
+    const std::vector<std::string>& Columns() const { return columns; }
+    const std::vector<ResultColumn>& Results() const { return results; }
     // The bar that is looked at; an earlier one with `Show`.
     std::size_t LastBar() const { return lastBar; }
     void Show(std::size_t bar) { lastBar = bar; }
-    std::string Date(std::size_t bar) const { return std::string(bars.Date(bar)); }
+    const std::string& Date(std::size_t bar) const { return dates[bar]; }
     // Bar by bar, up to the one that is looked at.
     std::span<const double> Values(Place place) const { return std::span(values[place]).first(lastBar + 1); }
     double Value(Place place) const { return values[place][lastBar]; }
@@ -37,14 +40,34 @@ public:
     // What steps of formulas gave on all bars, by the texts of the step and those ahead: the next bar may use it again.
     std::map<std::string, std::vector<double>>& Worked() const { return worked; }
 
+    struct Longer;
+    // A run over the longer bars that the bars up to the one that is looked at make, of the graph behind an `at`. Nothing
+    // if there is no such bar yet.
+    std::optional<Longer> OverLonger(const NodeText& node) const;
+
 private:
+    Recording(const Recording& outer, const FrameText& longer, const BarMaker& made, std::size_t last);
+    void Run(const RunStart& start, const std::function<std::vector<double>(std::size_t bar)>& row);
+
     const Library& library;
-    const BarFile& bars;
-    Compiler compiler;
+    BarHeader header;
+    std::vector<std::string> columns;
+    std::shared_ptr<Compiler> compiler;  // that the graph belongs to
+    Graph* graph;
+    RunSettings settings;
+    std::vector<ResultColumn> results;
     std::size_t lastBar;
-    std::vector<std::vector<double>> values;  // by place
+    std::vector<std::string> dates;
+    std::vector<BarTime> times;                                      // empty if the bars have none
+    std::vector<std::vector<double>> values;                         // by place
     mutable std::map<std::uint64_t, std::vector<double>> constants;  // by their bits
     mutable std::map<std::string, std::vector<double>> worked;
+};
+
+struct Recording::Longer {
+    Recording run;
+    std::size_t firstBar;  // of those that the shown longer bar is made of
+    std::size_t endBar;    // ahead of which they end
 };
 
 }  // namespace sarvane::study

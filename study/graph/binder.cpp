@@ -619,11 +619,15 @@ Operand Binder::AddFrame(const std::shared_ptr<const Frame>& frame, const FrameC
     const auto written = [&](const std::string& text) { return "at(" + frame->Text() + ", " + text + end; };
     std::string rule = "at " + frame->Text() + end + " {" + inner->Rules() + "}";
     for (const Place place : shown) rule.append(" ").append(std::to_string(place));
+    Graph* driven = nullptr;  // by a new node; an equal one has its own
     const Place first = graph->AddNode(
         rule, written(bound.text), std::vector<Place>(used.begin(), used.end()), shown.size(), [&](Place to) {
             graph->NoteInner(*inner);
+            driven = inner.get();
             return std::make_unique<FrameNode>(FrameBar(frame, at, rules), view, std::move(inner), width, shown, to);
         });
+
+    if (driven) graph->Note(first, FrameText{frame, view, driven, shown});
 
     const auto outside = [&](Place place) {
         const auto found = std::ranges::find(shown, place);

@@ -5,9 +5,6 @@
 
 namespace sarvane::study {
 
-// What at(frame, x) shows: the longer bar that forms, or the last one that is closed.
-enum class FrameView { Forming, Closed };
-
 // at(frame, x): a graph of its own, which takes in the bars of a longer frame. These are made of the bars of the graph
 // around it.
 //

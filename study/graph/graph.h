@@ -23,6 +23,20 @@ struct OperatorText {
     std::optional<int> digits = {};      // of precision
 };
 
+class Graph;
+class Frame;
+
+// What at(frame, x) shows: the longer bar that forms, or the last one that is closed.
+enum class FrameView { Forming, Closed };
+
+// Which longer bars a node goes by, and the graph that it drives over them, whose columns are those of the graph around it.
+struct FrameText {
+    std::shared_ptr<const Frame> frame;
+    FrameView view;
+    Graph* inner;                // belongs to the node; whoever runs it must reset the graph around it afterwards
+    std::vector<Place> results;  // places of the inner graph that the node's outputs come from
+};
+
 // What a node was made of, for people.
 struct NodeText {
     std::string rule;           // what it does with its inputs
@@ -32,6 +46,7 @@ struct NodeText {
     std::size_t outputCount = 1;
     std::size_t uses = 1;  // how many times expressions asked for it
     std::optional<OperatorText> called = {};
+    std::optional<FrameText> frame = {};
 };
 
 // The nodes of expressions that are compiled together, and the values of the present bar. Each different part of the
@@ -78,6 +93,7 @@ public:
     std::span<const NodeText> Nodes() const { return texts; }
     // Notes which operator writes from a place on.
     void Note(Place output, OperatorText called) { texts[NodeBehind(output)].called = std::move(called); }
+    void Note(Place output, FrameText frame) { texts[NodeBehind(output)].frame = std::move(frame); }
     std::size_t ColumnCount() const { return columns; }
     // Operators of the graph that can only take the last bar back, by keyword; rollback then reaches no farther.
     const std::vector<std::string>& WithoutSnapshots() const { return withoutSnapshots; }
