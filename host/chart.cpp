@@ -4,6 +4,7 @@
 #include "chart_template.h"
 #include "description.h"
 #include "failure.h"
+#include "forming.h"
 #include "output_file.h"
 #include "path.h"
 #include "platform/system.h"
@@ -189,6 +190,7 @@ public:
                                {"pane", curve.pane},
                                {"column", ColumnOf(curve.result)},
                                {"values", data.Column(curve.values)}});
+            if (const auto first = FormingFrom(bars, curve.result->frames)) studies.back()["forming"] = *first;
             if (curve.beside.empty()) continue;
             for (const Result* const price : curve.beside)
                 studies.back()["barColumns"][price->output] = ColumnOf(price);

@@ -3,12 +3,14 @@
 // The colour of a point is that of the line from it to the next point. The library draws this line over a gap too, so
 // that it is transparent there. The last point keeps its colour for the price axis.
 // A step rises in the colour of the point that it rises to, so that after a gap it rises unseen, one bar early.
-function linePoints(column, isStep) {
+// A longer bar that still forms is paler: `forming` has its first bar and the colour, or is null.
+function linePoints(column, isStep, forming) {
   const values = extremes(column), last = values.findLastIndex(isDrawn);
   return Array.from(values, (value, place) => {
     const time = timeOfPlace(place), next = values[place + 1];
+    const shade = forming && place < last && barOfPlace(place) >= forming.first ? {color: forming.color} : {};
     if (!isDrawn(value)) return isStep && isDrawn(next) ? {time, value: next, color: 'transparent'} : {time};
-    return place === last || isDrawn(next) ? {time, value} : {time, value, color: 'transparent'};
+    return place === last || isDrawn(next) ? {time, value, ...shade} : {time, value, color: 'transparent'};
   });
 }
 

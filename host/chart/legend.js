@@ -68,7 +68,7 @@ for (const curve of curves) {
   const chip = addChip(rows.get(key), {
     colorNames: curve.colorNames,
     name: isBand && curve.meaning || shortMeaning(curve),
-    title: [curve.name, curve.meaning].filter(Boolean).join(': '),
+    title: [[curve.name, curve.meaning].filter(Boolean).join(': '), curve.forming === undefined ? '' : 'The paler part belongs to a longer bar that still forms.'].filter(Boolean).join('\n'),
     read: bar => isBand && isDrawn(curve.values[bar]) ? String(curve.values[bar]) : valueText(curve.values[bar], curve.pane),
     toggle: visible => toggleSeries(curve.series, visible),
   });

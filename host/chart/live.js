@@ -213,8 +213,19 @@ function takeState(state) {
   tellState();
 }
 
+// Since which bars the longer bars form. Where that has changed, the curve is drawn anew from the bar before.
+function takeForming(forming) {
+  for (const [column, first] of forming) {
+    for (const curve of study.studies.filter(curve => curve.column === column && curve.forming !== first)) {
+      changedFrom = Math.min(changedFrom, curve.forming ?? 0);
+      curve.forming = first;
+    }
+  }
+}
+
 function takeChange(change) {
   addAlerts(change.alerts ?? []);
+  takeForming(change.forming ?? []);
   if (change.state) takeState(change.state);
   const taken = takeRows(streamedBars, change);
   if (!taken) return location.reload();

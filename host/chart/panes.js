@@ -45,13 +45,19 @@ function addDots(isShown, values, pane, radius, paint) {
   }, paint, {isSparse: true});
 }
 
+// The part of a curve that a longer bar may still change.
+function formingPart(curve, colorName) {
+  return curve?.forming === undefined ? null : {first: curve.forming, color: color(colorName) + '60'};
+}
+
 // Two series where values stand alone, and else one.
-function addLine(values, pane, colorName, lineWidth, isStep) {
+// `curve`, where there is one, tells since which bar its longer bar forms.
+function addLine(values, pane, colorName, lineWidth, isStep, curve) {
   const lineType = isStep ? charts.LineType.WithSteps : charts.LineType.Simple;
   const paint = () => ({color: color(colorName)});
   // A line of a single point would be a dash.
   const isLine = () => values.findIndex(isDrawn) !== values.findLastIndex(isDrawn);
-  const line = addSeries(charts.LineSeries, () => linePoints(values, isStep), pane, {lineWidth, lineType, lineVisible: isLine()}, paint, {isLine});
+  const line = addSeries(charts.LineSeries, () => linePoints(values, isStep, formingPart(curve, colorName)), pane, {lineWidth, lineType, lineVisible: isLine()}, paint, {isLine});
   const hasDots = study.live || values.some((_, bar) => isAlone(values, bar));
   return hasDots ? [line, addDots(isAlone, values, pane, 1.5 * lineWidth, paint)] : [line];
 }
@@ -107,7 +113,7 @@ function addCurve(curve, colorName) {
   const isDot = (shown, place) => isDrawn(shown[place]) && shown[place] !== 0;
   const series = drawing === 'histogram' ? [addHistogram(values, pane, colorName)]
     : drawing === 'marker' ? [addDots(isDot, values, pane, 3, () => ({color: color(colorName)}))]
-    : addLine(values, pane, colorName, lineWidth, drawing === 'step');
+    : addLine(values, pane, colorName, lineWidth, drawing === 'step', curve);
   return {series, colorNames: [colorName]};
 }
 

@@ -29,5 +29,7 @@ function applyTheme() {
     },
   });
   for (const {series, paint} of drawn) series.applyOptions(paint());
+  // The paler part of a curve has its colour point by point.
+  if (isFilled && study.studies.some(curve => curve.forming !== undefined)) return fillSeries();
   fillLabels();
 }

@@ -1,6 +1,7 @@
 #include "chart_server/chart_feed.h"
 
 #include "failure.h"
+#include "forming.h"
 
 #include <algorithm>
 #include <array>
@@ -114,17 +115,19 @@ std::string ChartFeed::Page() const {
     json told = json::array();
     for (const TakenAlert& alert : alerts) told.push_back({alert.date, alert.condition});
     ChartSettings chart = settings;
-    chart.live = Dump({{"id", TextOf({series, change})}, {"state", state}, {"alerts", std::move(told)},
-                       {"conditions", conditions}});
+    chart.live = Dump(
+        {{"id", TextOf({series, change})}, {"state", state}, {"alerts", std::move(told)}, {"conditions", conditions}});
     lock.unlock();
 
     for (std::size_t i = 0; i < width; ++i) results[i].value = &row[i];
-    std::string html = DrawChart(
-        bars, results,
-        [&](std::size_t bar) {
-            std::copy_n(values.begin() + static_cast<std::ptrdiff_t>(bar * width), width, row.begin());
-        },
-        chart).html;
+    std::string html =
+        DrawChart(
+            bars, results,
+            [&](std::size_t bar) {
+                std::copy_n(values.begin() + static_cast<std::ptrdiff_t>(bar * width), width, row.begin());
+            },
+            chart)
+            .html;
     // A page by itself may connect to nothing.
     constexpr std::string_view Alone = "default-src 'none';";
     const std::size_t place = html.find(Alone);
@@ -156,6 +159,11 @@ std::optional<std::string> ChartFeed::Next(Seen& seen) const {
         if (alert.change > since) told.push_back({alert.date, alert.condition});
     }
     json data = {{"bars", live->Bars().BarCount()}, {"rows", std::move(rows)}};
+    const std::vector<Result>& results = live->Results();
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (const auto first = FormingFrom(live->Bars(), results[i].frames))
+            data["forming"].push_back(json::array({i, *first}));
+    }
     if (!told.empty()) data["alerts"] = std::move(told);
     if (stateChange > since) data["state"] = state;
     return EventText("change", TextOf(seen), data);
@@ -192,8 +200,7 @@ std::string ChartFeed::Then(std::optional<std::uint64_t> update, std::size_t bar
         const bool isSame = (!cells || std::ranges::equal(*cells, bars.Row(i).values, HasSameBits)) &&
                             std::ranges::equal(past->Results(i), live->Values(i), HasSameBits);
         if (!isSame)
-            differing.push_back(
-                {i, bars.IsoDate(i), cells ? *cells : bars.Row(i).values, CopyOf(past->Results(i))});
+            differing.push_back({i, bars.IsoDate(i), cells ? *cells : bars.Row(i).values, CopyOf(past->Results(i))});
     }
     json then = {{"bars", moment.barCount},
                  {"update", moment.update},

@@ -113,6 +113,7 @@ void TakeFrame(std::vector<FrameReach>& frames, const FrameReach& reach) {
         frames.push_back(reach);
     } else {
         known->lookback = std::max(known->lookback, reach.lookback);
+        known->isForming |= reach.isForming;
     }
 }
 
@@ -646,7 +647,7 @@ Operand Binder::AddFrame(const std::shared_ptr<const Frame>& frame, const FrameC
     result.drawing = drawn(bound.drawing);
     const std::size_t bars = std::max<std::size_t>(bound.lookback + (view == FrameView::Closed), 1);
     result.lookback = std::min<std::size_t>(bars, MostLookback) * std::min(frame->MostBars(barLength), MostLookback);
-    TakeFrame(result.frames, {frame->Text(), bound.lookback});
+    TakeFrame(result.frames, {frame->Text(), bound.lookback, frame, view == FrameView::Forming});
     return result;
 }
 

@@ -28,6 +28,8 @@ struct NamedOutput {
 struct FrameReach {
     std::string frame;
     std::size_t lookback = 0;
+    std::shared_ptr<const Frame> made = {};
+    bool isForming = false;  // it goes by the longer bar that forms, not by closed ones alone
 };
 
 // What a part of an expression stands for: places that hold its values on the present bar.
