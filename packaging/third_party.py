@@ -55,6 +55,7 @@ class Part:
 
 PARTS = [
     Part("Boost", "BSL-1.0", EVERYWHERE, debian="libboost1.74-dev"),
+    Part("IANA time zone database", "public-domain", WITH_STUDY, debian="tzdata"),
     Part("CLI11", "BSD-3-Clause", WITH_STUDY, debian="libcli11-dev"),
     Part("fmt", "MIT", WITH_STUDY, debian="libfmt-dev"),
     Part("JSON for Modern C++", "MIT", WITH_STUDY, debian="nlohmann-json3-dev"),

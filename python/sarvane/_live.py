@@ -70,7 +70,7 @@ class Study(_sarvane.Live):
         self._names = names
         self._folded = {name.casefold(): place for place, name in enumerate(names)}
         self._times = []
-        self._now: Any = None
+        self._now = None
         return self
 
     # append, tick, save, restore and len() are methods of the module in C.

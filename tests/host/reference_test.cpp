@@ -129,7 +129,7 @@ TEST(Reference, TellsTheDefaults) {
 
 TEST(Reference, ShowsWhatStudyPrints) {
     std::filesystem::current_path(PROJECT_FOLDER);
-    const std::string documents = Reference() + Document("expressions.md");
+    const std::string documents = Reference() + Document("expressions.md") + Document("time_frames.md");
     for (const auto& block : Matches(documents, std::regex("```console\n\\$ study ([^\n]*)\n([^`]*)```")))
         EXPECT_EQ(RunStudy(block[1]).text, block[2]) << block[1];
     for (const Entry& entry : Entries())
