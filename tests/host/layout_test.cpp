@@ -139,6 +139,8 @@ TEST(Layout, IsFoundForTheFilesOfManySources) {
         };
         const FileReading reading =
             ReadBarFile(PROJECT_FOLDER "/tests/host/layouts/" + std::string(known.name), settings);
+        EXPECT_EQ(titles.back(), "time");  // that of the file's times
+        titles.pop_back();
         EXPECT_EQ(fmt::format("{}", fmt::join(titles, ",")), known.columns);
         EXPECT_EQ(reading.layout.Text(), known.layout);
         const BarFile& bars = reading.bars;
