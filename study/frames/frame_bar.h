@@ -62,7 +62,9 @@ public:
     static constexpr double MostBricks = 100000.0;
 
     FrameBar(std::shared_ptr<const Frame> made, const FrameColumns& where, std::vector<Column> read)
-        : frame(std::move(made)), at(where), columns(std::move(read)), kind(frame->Kind()), size(frame->Size()) {}
+        : frame(std::move(made)), at(where), columns(std::move(read)), kind(frame->Kind()), size(frame->Size()) {
+        for (const Column& column : columns) (column.rule == ColumnRule::Last ? lastValues : others).push_back(column);
+    }
 
     // Takes the next bar into `state` and `bar`. `close` is called, and may fail, as often as a bar is closed by it, ahead
     // of any change of `bar`. Answers S_FALSE if the forming bar stays as it is, or a failure.
@@ -80,11 +82,13 @@ public:
         return kind == FrameKind::Time && !(row[at.time] >= state.end) && state.hasBar;
     }
     void Add(const double* row, const double* before, double* bar) const {
-        for (const Column& column : columns) {
+        for (const Column& column : lastValues) {
+            const double value = row[column.source];
+            bar[column.target] = IsUndefined(value) ? before[column.target] : value;
+        }
+        for (const Column& column : others) {
             const double value = row[column.source], whole = before[column.target];
-            bar[column.target] = IsUndefined(value)                ? whole
-                                 : column.rule == ColumnRule::Last ? value
-                                                                   : Combined(column.rule, whole, value);
+            bar[column.target] = IsUndefined(value) ? whole : Combined(column.rule, whole, value);
         }
     }
     // For any other bar.
@@ -136,6 +140,7 @@ private:
     mutable Stretch begun;  // last: a tick begins it again
     FrameColumns at;
     std::vector<Column> columns;
+    std::vector<Column> lastValues, others;  // the same by their rule
     FrameKind kind;
     double size;
 };

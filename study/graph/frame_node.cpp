@@ -18,21 +18,25 @@ HRESULT FrameNode::Reset(const RunStart& start) {
     std::ranges::fill(shown, UndefinedValue);
     restored = nullptr;
     home = 0;
-    isAhead = false;
+    stands = Inner::AtHome;
     return inner->Reset({0, start.holdsInputs});
 }
 
 HRESULT FrameNode::Step(double* values, int) {
     double* const bar = inner->Columns();
-    if (restored && frame.StaysInStretch(restored->forming, values) && view == FrameView::Forming) {
-        const Record& before = *std::exchange(restored, nullptr);
-        forming = before.forming;
-        frame.Add(values, before.bar.data(), bar);
-    } else {
-        TakeRecord();
-        const HRESULT taken = frame.Take(forming, values, bar, [this] { return Close(); });
-        if (FAILED(taken)) return taken;
+    // A tick of a bar inside of the longer one is what comes most often.
+    if (restored && stands == Inner::Away && frame.StaysInStretch(restored->forming, values)) [[likely]] {
+        frame.Add(values, restored->bar.data(), bar);
+        forming = restored->forming;
+        restored = nullptr;
+        stands = Inner::Ahead;
+        const HRESULT status = inner->StepNodesFrom(home);
+        for (std::size_t i = 0; i < sources.size(); ++i) values[output + i] = inner->Values()[sources[i]];
+        return status;
     }
+    TakeRecord();
+    const HRESULT taken = frame.Take(forming, values, bar, [this] { return Close(); });
+    if (FAILED(taken)) return taken;
     double* const results = values + output;
     if (view == FrameView::Closed) {
         std::ranges::copy(shown, results);
@@ -43,32 +47,35 @@ HRESULT FrameNode::Step(double* values, int) {
         return S_OK;
     }
     const HRESULT status = StepForming();
-    const double* const from = inner->Values();
-    for (std::size_t i = 0; i < sources.size(); ++i) results[i] = from[sources[i]];
+    for (std::size_t i = 0; i < sources.size(); ++i) results[i] = inner->Values()[sources[i]];
     return status;
+}
+
+HRESULT FrameNode::GoHome() {
+    return std::exchange(stands, Inner::AtHome) == Inner::AtHome ? S_OK : inner->RestoreNodes(home);
 }
 
 // The forming bar is as it was when the inner graph took it in, if it did.
 HRESULT FrameNode::Close() {
-    home = 0;
-    if (!std::exchange(isAhead, false)) {
-        if (const HRESULT status = inner->StepNodes(); FAILED(status)) return status;
+    if (stands != Inner::Ahead) {
+        HRESULT status = GoHome();
+        if (status == S_OK) status = inner->StepNodes();
+        if (status != S_OK) return SUCCEEDED(status) ? E_UNEXPECTED : status;
     }
+    stands = Inner::AtHome;
+    home = 0;
     for (std::size_t i = 0; i < shown.size(); ++i) shown[i] = inner->Values()[sources[i]];
     return S_OK;
 }
 
 // The state ahead of the forming bar lies above all slots that the host has saved: a save may give up those above it.
 HRESULT FrameNode::StepForming() {
-    HRESULT status = S_OK;
     if (home == 0) {
         home = static_cast<short>(records.size() + 1);
-        status = inner->SaveNodes(home);
-    } else if (isAhead) {
-        status = inner->RestoreNodes(home);
+        if (const HRESULT status = inner->SaveNodes(home); status != S_OK) return status;
     }
-    if (status != S_OK) return status;
-    isAhead = true;
+    if (const HRESULT status = GoHome(); status != S_OK) return status;
+    stands = Inner::Ahead;
     return inner->StepNodes();
 }
 
@@ -80,10 +87,9 @@ HRESULT FrameNode::Save(short slot) {
         records.back()->shown.resize(shown.size(), UndefinedValue);
     }
     TakeRecord();
-    HRESULT status = isAhead ? inner->RestoreNodes(home) : S_OK;
+    HRESULT status = GoHome();
     if (status == S_OK && home != slot) status = inner->SaveNodes(slot);
     if (status != S_OK) return status;
-    isAhead = false;
     home = slot;
     Record& record = *records[place];
     record.forming = forming;
@@ -92,13 +98,16 @@ HRESULT FrameNode::Save(short slot) {
     return S_OK;
 }
 
+// The inner graph of a forming bar goes back when it is needed: mostly it takes in a bar at once.
 HRESULT FrameNode::Restore(short slot) {
     const auto place = static_cast<std::size_t>(slot) - 1;
     if (place >= records.size()) return S_FALSE;
     restored = records[place].get();
     home = slot;
-    isAhead = false;
-    return inner->RestoreNodes(slot);
+    stands = Inner::Away;
+    if (view == FrameView::Forming) return S_OK;
+    TakeRecord();
+    return GoHome();
 }
 
 void FrameNode::TakeRecord() {

@@ -32,6 +32,14 @@ private:
         std::vector<double> shown;  // results of the last closed bar
     };
 
+    // Where the inner graph stands.
+    enum class Inner : char {
+        AtHome,  // ahead of the forming bar
+        Ahead,   // it has taken in the forming bar
+        Away     // it must be restored before it is used
+    };
+
+    HRESULT GoHome();
     HRESULT Close();
     HRESULT StepForming();
     void TakeRecord();
@@ -46,8 +54,8 @@ private:
     FrameBar::State forming;
     std::vector<double> shown;         // results of the last closed bar
     const Record* restored = nullptr;  // stands for the forming bar and `shown`, until something asks for these
-    short home = 0;        // the inner graph's slot with the state ahead of the forming bar; 0 if there is none yet
-    bool isAhead = false;  // the inner graph has taken in the forming bar
+    short home = 0;  // the inner graph's slot with the state ahead of the forming bar; 0 if there is none yet
+    Inner stands = Inner::AtHome;
 
     std::vector<std::unique_ptr<Record>> records;  // by slot, from 1
 };

@@ -131,6 +131,16 @@ public:
         }
         return S_OK;
     }
+    // Restores and steps each node in turn: none reads what a later one remembers.
+    HRESULT StepNodesFrom(short slot) {
+        double* const place = values.data();
+        for (const auto& node : nodes) {
+            HRESULT status = node->Restore(slot);
+            if (status == S_OK) status = node->Step(place, 0);
+            if (status != S_OK) [[unlikely]] return status;
+        }
+        return S_OK;
+    }
     HRESULT SaveNodes(short slot) {
         for (const auto& node : nodes) {
             if (const HRESULT status = node->Save(slot); status != S_OK) return status;
