@@ -170,12 +170,12 @@ private:
                 op->GetInputCurve(input, &argument, nullptr);
                 const std::string type = Taken(text);
                 const bool isNumber = std::ranges::find(numbers, argument, &Argument::index) != numbers.end();
-                series.push_back(argument == boundLength     ? window
-                                 : isNumber                  ? SmallNumber
-                                 : type == "BAR_TYPE_OPEN"   ? open
-                                 : type == "BAR_TYPE_HIGH"   ? high
-                                 : type == "BAR_TYPE_LOW"    ? low
-                                                             : close);
+                series.push_back(argument == boundLength   ? window
+                                 : isNumber                ? SmallNumber
+                                 : type == "BAR_TYPE_OPEN" ? open
+                                 : type == "BAR_TYPE_HIGH" ? high
+                                 : type == "BAR_TYPE_LOW"  ? low
+                                                           : close);
             }
         }
     }

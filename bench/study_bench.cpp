@@ -87,6 +87,32 @@ void RunApart(benchmark::State& state, const std::vector<std::string>& expressio
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(SeriesLength));
 }
 
+// Trades, some hundred a minute, to bars of a minute.
+void MakeMinutes(benchmark::State& state) {
+    constexpr std::size_t TradeCount = 1000000;
+    std::mt19937 random(1);
+    std::vector<std::int64_t> times;
+    std::vector<double> prices, sizes;
+    std::int64_t time = 1710000000000000000;
+    while (times.size() < TradeCount) {
+        times.push_back(time += static_cast<std::int64_t>(random() % 400000000));
+        prices.push_back(Closes()[times.size() % SeriesLength]);
+        sizes.push_back(static_cast<double>(random() % 500));
+    }
+    const char* const columns[] = {"open", "high", "low", "close", "volume"};
+    const SarvaneInput price = {prices.data(), 1}, size = {sizes.data(), 1};
+    const SarvaneInput inputs[] = {price, price, price, price, size};
+    const SarvaneBarsSettings settings = {1, 0, 0};
+    for (auto _ : state) {
+        SarvaneBars* bars = nullptr;
+        SarvaneCreateBars("1min", columns, std::size(columns), &settings, &bars, nullptr);
+        SarvaneTakeRows(bars, TradeCount, times.data(), inputs, nullptr, nullptr);
+        benchmark::DoNotOptimize(SarvaneCountBars(bars));
+        SarvaneFreeBars(bars);
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(TradeCount));
+}
+
 const std::vector<std::string> OneAverage = {"Sim(Close, 20)"};
 const std::vector<std::string> Nested = {"Sim(Exp(Close, 5), 10) - Exp(Close, 5)"};
 // Six expressions with three averages in them.
@@ -102,6 +128,7 @@ BENCHMARK(CallOperator)->Name("CallOperator/Sim");
 BENCHMARK_CAPTURE(RunColumn, Nested, Nested);
 BENCHMARK_CAPTURE(RunColumn, together, Alike);
 BENCHMARK_CAPTURE(RunApart, apart, Alike);
+BENCHMARK(MakeMinutes)->Name("MakeBars/trades to minutes");
 BENCHMARK_CAPTURE(Tick, Sim, OneAverage);
 BENCHMARK_CAPTURE(Tick, Nested, Nested);
 BENCHMARK_CAPTURE(Tick, together, Alike);

@@ -16,38 +16,42 @@ FrameNode::FrameNode(FrameBar bars, FrameView what, std::unique_ptr<Graph> graph
 HRESULT FrameNode::Reset(const RunStart& start) {
     forming = {};
     std::ranges::fill(shown, UndefinedValue);
-    restored = nullptr;
+    restored = sameStretch = nullptr;
     home = 0;
     stands = Inner::AtHome;
     return inner->Reset({0, start.holdsInputs});
 }
 
+// A tick of a bar inside of the longer one comes most often, and is kept short.
 HRESULT FrameNode::Step(double* values, int) {
-    double* const bar = inner->Columns();
-    // A tick of a bar inside of the longer one is what comes most often.
-    if (restored && stands == Inner::Away && frame.StaysInStretch(restored->forming, values)) [[likely]] {
-        frame.Add(values, restored->bar.data(), bar);
-        forming = restored->forming;
-        restored = nullptr;
-        stands = Inner::Ahead;
-        const HRESULT status = inner->StepNodesFrom(home);
-        for (std::size_t i = 0; i < sources.size(); ++i) values[output + i] = inner->Values()[sources[i]];
-        return status;
-    }
+    const Record* const before = restored;
+    if (!before || !frame.StaysInStretch(before->forming, values)) [[unlikely]]
+        return StepOther(values);
+    frame.Add(values, before->bar.data(), inner->Columns());
+    restored = nullptr;
+    sameStretch = before;
+    stands = Inner::Ahead;
+    const HRESULT status = inner->StepNodesFrom(home);
+    double* result = values + output;
+    for (const Place source : sources) *result++ = inner->Values()[source];
+    return status;
+}
+
+[[gnu::noinline]] HRESULT FrameNode::StepOther(double* values) {
     TakeRecord();
-    const HRESULT taken = frame.Take(forming, values, bar, [this] { return Close(); });
+    const HRESULT taken = frame.Take(forming, values, inner->Columns(), [this] { return Close(); });
     if (FAILED(taken)) return taken;
-    double* const results = values + output;
+    double* result = values + output;
     if (view == FrameView::Closed) {
-        std::ranges::copy(shown, results);
+        std::ranges::copy(shown, result);
         return S_OK;
     }
     if (!forming.hasBar) {
-        std::fill_n(results, sources.size(), UndefinedValue);
+        std::fill_n(result, sources.size(), UndefinedValue);
         return S_OK;
     }
     const HRESULT status = StepForming();
-    for (std::size_t i = 0; i < sources.size(); ++i) results[i] = inner->Values()[sources[i]];
+    for (const Place source : sources) *result++ = inner->Values()[source];
     return status;
 }
 
@@ -105,12 +109,16 @@ HRESULT FrameNode::Restore(short slot) {
     restored = records[place].get();
     home = slot;
     stands = Inner::Away;
-    if (view == FrameView::Forming) return S_OK;
+    return view == FrameView::Forming ? S_OK : RestoreClosed();
+}
+
+[[gnu::noinline]] HRESULT FrameNode::RestoreClosed() {
     TakeRecord();
     return GoHome();
 }
 
 void FrameNode::TakeRecord() {
+    if (const Record* const record = std::exchange(sameStretch, nullptr)) forming = record->forming;
     if (!restored) return;
     const Record& record = *std::exchange(restored, nullptr);
     forming = record.forming;

@@ -39,6 +39,8 @@ private:
         Away     // it must be restored before it is used
     };
 
+    HRESULT StepOther(double* values);
+    HRESULT RestoreClosed();
     HRESULT GoHome();
     HRESULT Close();
     HRESULT StepForming();
@@ -52,8 +54,11 @@ private:
     Place output;
 
     FrameBar::State forming;
-    std::vector<double> shown;         // results of the last closed bar
-    const Record* restored = nullptr;  // stands for the forming bar and `shown`, until something asks for these
+    std::vector<double> shown;  // results of the last closed bar
+    // A snapshot that stands for the forming bar and `shown` until something asks for these, and one of which only what
+    // tells where the bar ends is the same.
+    const Record* restored = nullptr;
+    const Record* sameStretch = nullptr;
     short home = 0;  // the inner graph's slot with the state ahead of the forming bar; 0 if there is none yet
     Inner stands = Inner::AtHome;
 

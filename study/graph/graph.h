@@ -137,7 +137,8 @@ public:
         for (const auto& node : nodes) {
             HRESULT status = node->Restore(slot);
             if (status == S_OK) status = node->Step(place, 0);
-            if (status != S_OK) [[unlikely]] return status;
+            if (status != S_OK) [[unlikely]]
+                return status;
         }
         return S_OK;
     }
