@@ -11,7 +11,7 @@ namespace {
 
 using namespace study;
 
-const std::vector<std::string> Columns = {"open", "high", "low", "close", "volume", "adj close"};
+const std::vector<std::string> Columns = {"open", "high", "low", "close", "volume", "adj close", "time"};
 constexpr int Bars = 24;
 
 std::shared_ptr<const StudyLibrary> Library() {

@@ -350,6 +350,28 @@ TEST(StudyLibraryTest, BadCallsGetAStatus) {
     SarvaneFreeSeries(series);
     EXPECT_EQ(SarvaneReadSeries(Library().Get(), "x", 1, &series, nullptr), SARVANE_WRONG_STREAM);
     EXPECT_FALSE(series) << "what can't be made is null";
+    SarvaneBars* bars = nullptr;
+    SarvaneFrame* frame = nullptr;
+    const std::int64_t times[] = {3, 2};
+    const SarvaneInput input = {&value, 0}, none = {};
+    std::int64_t begin = 0, end = 0;
+    EXPECT_EQ(SarvaneCreateBars("1X", columns, 1, nullptr, &bars, &problem), SARVANE_WRONG_TEXT);
+    SarvaneFreeProblem(problem);
+    EXPECT_EQ(SarvaneCreateBars("10volume", columns, 1, nullptr, &bars, nullptr), SARVANE_WRONG_TEXT);
+    ASSERT_EQ(SarvaneCreateBars("1s", columns, 1, nullptr, &bars, nullptr), SARVANE_OK);
+    EXPECT_EQ(SarvaneTakeRows(bars, 1, times, &none, nullptr, nullptr), SARVANE_WRONG_ARGUMENT);
+    EXPECT_EQ(SarvaneTakeRows(bars, 2, times, &input, nullptr, nullptr), SARVANE_WRONG_ARGUMENT)
+        << "the second is late";
+    EXPECT_EQ(SarvaneCountBars(bars), 1u);
+    EXPECT_EQ(SarvaneReadBars(bars, 0, 2, nullptr, nullptr), SARVANE_WRONG_ARGUMENT);
+    EXPECT_EQ(SarvaneReadFrame("5bars", &frame, nullptr), SARVANE_WRONG_TEXT);
+    ASSERT_EQ(SarvaneReadFrame("1d America/New_York", &frame, nullptr), SARVANE_OK);
+    EXPECT_EQ(SarvaneGetStretch(frame, INT64_MAX, &begin, &end), SARVANE_WRONG_ARGUMENT);
+    EXPECT_EQ(SarvaneGetStretch(frame, 0, &begin, &end), SARVANE_OK);
+    EXPECT_EQ(begin, -19 * 3600);
+    EXPECT_EQ(SarvaneSetBarLength(study, -1.0), SARVANE_WRONG_ARGUMENT);
+    SarvaneFreeBars(bars);
+    SarvaneFreeFrame(frame);
     SarvaneFreeStudy(study);
     SarvaneFreeStudy(nullptr);
     SarvaneFreeProblem(nullptr);

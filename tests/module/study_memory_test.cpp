@@ -15,17 +15,26 @@ const StudyLibrary& Library() {
 
 TEST(StudyMemoryTest, TicksAllocateNothing) {
     Study study(Library(), {"Open", "High", "Low", "Close", "Volume"});
-    for (const char* expression : {"Sim(Close, 5) > Exp(Close, 3)", "KaseCCSS(Bar)", "Close[2]", "sum(Volume, 4)"}) {
+    for (const char* expression : {"Sim(Close, 5) > Exp(Close, 3)", "KaseCCSS(Bar)", "Close[2]", "sum(Volume, 4)",
+                                   "at(3bars, KaseCCSS(Bar))", "at(20volume, Exp(Close, 3), closed)"}) {
         study.Add(expression);
     }
     Series series(study);
     std::vector<double> row = {1.0, 2.0, 0.5, 1.5, 9.0};
     for (int bar = 0; bar < 500; ++bar) series.Append(bar, row);
     series.ChangeLast(row);
+    study.Reset();
+    std::vector<double> results(study.View().ResultCount());
+    for (int bar = 0; bar < 2000; ++bar) {
+        study.Step(bar, row, results);
+        study.Save(1);
+    }
     const std::size_t before = test::AllocationCount();
     for (int tick = 0; tick < 20; ++tick) {
         row[3] += 0.1;
         series.ChangeLast(row);
+        study.Step(0, row, results);
+        study.Save(1);
     }
     EXPECT_EQ(test::AllocationCount(), before);
     EXPECT_GT(before, 500u) << "allocations are counted";
@@ -55,8 +64,8 @@ TEST(StudyMemoryTest, FailedAllocationsAreAStatus) {
         double close = 1.0, results[2] = {};
         insist([&] { return SarvaneCreateStudy(Library().Get(), columns, 1, &study); });
         insist([&] {
-            return SarvaneAddExpression(study, "Lowest(Close, 9) * 0 + Sim(Close, 3)[1] + sum(Close, 2)", nullptr,
-                                        nullptr);
+            return SarvaneAddExpression(study, "Lowest(Close, 9) * 0 + Sim(Close, 3)[1] + at(2bars, sum(Close, 2))",
+                                        nullptr, nullptr);
         });
         insist([&] { return SarvaneReset(study, nullptr); });
         insist([&] { return SarvaneSave(study, 2); });
@@ -76,6 +85,18 @@ TEST(StudyMemoryTest, FailedAllocationsAreAStatus) {
         insist([&] { return SarvaneReadSeries(Library().Get(), bytes, size, &again, nullptr); });
         ASSERT_EQ(SarvaneReadResults(again, 8, 1, results), SARVANE_OK);
         EXPECT_EQ(results[0], 4.0 + 9.5) << "the mean of 3.5, 4 and 4.5, and 4.5 + 5";
+        SarvaneBars* longer = nullptr;
+        const std::int64_t times[] = {0, 9, 5, 9};
+        const SarvaneInput input = {results, 0};
+        const SarvaneBarsSettings open = {0, 1, 0};
+        insist([&] {  // after a failure the bars are of no more use
+            SarvaneFreeBars(longer);
+            const SarvaneStatus status =
+                SarvaneCreateBars("1h 09:30 Europe/Paris", columns, 1, &open, &longer, nullptr);
+            return status == SARVANE_OK ? SarvaneTakeRows(longer, 4, times, &input, nullptr, nullptr) : status;
+        });
+        EXPECT_EQ(SarvaneCountBars(longer), 1u);
+        SarvaneFreeBars(longer);
         hasHappened = failing.HasHappened();
         EXPECT_LE(failures, 1u);
         SarvaneFreeSeries(series);
