@@ -194,6 +194,8 @@ struct Binder::CallArguments {
 Outcome<Operand> Binder::BindText(const Expression& expression, const Scope& scope, double barSeconds) {
     open.clear();
     depth = 0;
+    graph = &outermost;
+    graphNumber = 0;
     barLength = barSeconds;
     return BindWhole(expression, scope);
 }

@@ -82,7 +82,7 @@ public:
     // `columnNames` are the names of the data's columns. All of these must outlive the binder.
     Binder(const OperatorLibrary& operators, const Definitions& names, const std::vector<std::string>& columnNames,
            Graph& target)
-        : library(operators), definitions(names), columns(columnNames), graph(&target) {}
+        : library(operators), definitions(names), columns(columnNames), outermost(target) {}
 
     // What a whole expression stands for. `scope` says where its names lead and what operators are told, `barSeconds` how
     // long the data's bars are, or 0.
@@ -150,7 +150,8 @@ private:
     const OperatorLibrary& library;
     const Definitions& definitions;
     const std::vector<std::string>& columns;
-    Graph* graph;                 // that nodes are added to
+    Graph& outermost;             // of whole expressions
+    Graph* graph = &outermost;    // that nodes are added to
     std::size_t graphNumber = 0;  // of that graph: each has its own, that of the whole expressions is 0
     std::size_t graphCount = 1;
     double barLength = 0.0;               // seconds of a bar there; 0 if that is not known

@@ -86,9 +86,10 @@ HRESULT FrameNode::StepForming() {
 HRESULT FrameNode::Save(short slot) {
     const auto place = static_cast<std::size_t>(slot) - 1;
     while (records.size() <= place) {
-        records.push_back(std::make_unique<Record>());
-        records.back()->bar.resize(width, UndefinedValue);
-        records.back()->shown.resize(shown.size(), UndefinedValue);
+        auto record = std::make_unique<Record>();  // a whole one, or none if memory runs out
+        record->bar.resize(width, UndefinedValue);
+        record->shown.resize(shown.size(), UndefinedValue);
+        records.push_back(std::move(record));
     }
     TakeRecord();
     HRESULT status = GoHome();
