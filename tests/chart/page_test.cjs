@@ -165,6 +165,41 @@ for (const layout of layouts) {
   });
 }
 
+// Pixels of a curve in its colour, and in the paler one of a longer bar that forms, on both sides of that bar's beginning.
+const shades = page => page.evaluate(() => {
+  const canvas = studyChart.takeScreenshot(), {width} = canvas;
+  const pixels = canvas.getContext('2d').getImageData(0, 0, width, canvas.height).data;
+  const chip = document.querySelector('.legend .chip:has(.swatch)');
+  const full = getComputedStyle(chip.querySelector('.swatch')).backgroundColor.match(/\d+/g).map(Number);
+  const paper = [...getComputedStyle(document.documentElement).backgroundColor.match(/\d+/g) ?? [255, 255, 255]].map(Number);
+  const pale = full.map((part, i) => part * 0x60 / 255 + paper[i] * (1 - 0x60 / 255));
+  const begin = studyChart.timeScale().logicalToCoordinate(studyData.studies[0].forming);
+  const counts = {fullBefore: 0, paleBefore: 0, fullWithin: 0, paleWithin: 0};
+  const isColor = (at, color) => color.every((part, i) => Math.abs(pixels[at + i] - part) <= 2);
+  for (let at = 0; at < pixels.length; at += 4) {
+    const x = at / 4 % width;
+    if (x > studyChart.timeScale().width() - 1) continue;
+    const shade = isColor(at, full) ? 'full' : isColor(at, pale) ? 'pale' : null;
+    if (shade) ++counts[shade + (x < begin - 1 ? 'Before' : 'Within')];
+  }
+  return counts;
+});
+
+test('the part of a longer bar that still forms is paler', async () => {
+  const page = await open(data, ['at(1W, Sim(Close, 10))', 'at(1W, Sim(Close, 10), closed)'], {colorScheme: 'light'});
+  const curves = await page.evaluate(() => studyData.studies.map(curve => [curve.drawing, curve.forming]));
+  assert.deepStrictEqual(curves, [['step', 5100], ['step', undefined]]);
+  for (const theme of ['light', 'dark']) {
+    const {fullBefore, paleBefore, fullWithin, paleWithin} = await shades(page);
+    assert.ok(fullBefore > 500 && paleBefore === 0 && paleWithin > 10 && paleWithin > fullWithin,
+      `${theme}: ${fullBefore}, ${paleBefore}, ${fullWithin}, ${paleWithin}`);
+    await page.click('#theme');
+    await page.waitForTimeout(100);
+  }
+  assert.deepStrictEqual(page.faults, []);
+  await page.close();
+});
+
 test('the crosshair shows what a run gives', async () => {
   const expressions = ['Sim(Close, 5)', 'SDev(Close, 20)', 'KasePeakOsc(Bar, 8, 65, 2).label1'];
   run(['run', data, ...expressions, 'Open', 'Close', '-o', file('run.csv'), '--last', '300']);
