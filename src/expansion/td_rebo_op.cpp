@@ -37,9 +37,6 @@ enum Method : int {
     RootRange,   // square root of OuterRange
 };
 
-// By ReboValue: kinds with two alternatives take the first one for the upper level, the second for the lower.
-constexpr int Directions[] = {1, 1, 0, 0, 1, 0};
-
 // The highest of `n` values if `isBeyond` means above, the lowest if it means below.
 template <class ValueAt, class Beyond>
 double Extreme(int n, ValueAt valueAt, Beyond isBeyond) {
@@ -113,16 +110,17 @@ void CTDReboOp::ReconfigureRangeRings() {
         states.Live().rings[value].Reconfigure(static_cast<long long>(lags[value]) + rangeLength);
 }
 
+// Kinds with two alternatives take the first one for the upper level, the second for the lower.
 void CTDReboOp::ConfigureSteps() {
     if (IsUnset(std::ranges::min(kinds)) || IsUnset(basePeriod)) return;
-    for (std::size_t value = 0; value < steps.size(); ++value)
-        steps[value].Configure(kinds[value], Directions[value], IsBase(value) ? basePeriod : 1);
+    rangeValues.Configure({kinds[UpHigh], kinds[UpLow], kinds[DownHigh], kinds[DownLow]}, {1, 1, 0, 0}, 1);
+    baseValues.Configure({kinds[UpBase], kinds[DownBase]}, {1, 0}, basePeriod);
 }
 
 STDMETHODIMP CTDReboOp::ResetBar(int, int lastBar, int count, const double* seed) {
     TDReboRecord& live = states.Live();
     live.previous = SeedsOf<BarPrices>(count, seed);
-    ResetAll(steps);
+    ResetAll(Steps());
     for (HistoryRing& ring : live.rings) ring.Clear();
     live.extremes = {};
     live.lastBar = lastBar;
@@ -145,8 +143,9 @@ STDMETHODIMP CTDReboOp::CalculateBar(int bar, int, const double* in, int, double
 
 // Without one of the six values the bar leaves the rings as they are.
 CTDReboOp::Levels CTDReboOp::StepLevels(TDReboRecord& live, const BarPrices& prices) {
-    std::array<double, ReboValueCount> values;
-    for (std::size_t i = 0; i < values.size(); ++i) values[i] = steps[i].Step(prices);
+    const auto [upHigh, upLow, downHigh, downLow] = rangeValues.Step(prices);
+    const auto [upBase, downBase] = baseValues.Step(prices);
+    const std::array values = {upHigh, upLow, downHigh, downLow, upBase, downBase};
     if (HasGap(values)) return {};
     for (std::size_t i = 0; i < values.size(); ++i) live.rings[i].Push(values[i]);
     const bool ready = IsReady(live);

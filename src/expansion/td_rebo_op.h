@@ -3,7 +3,7 @@
 #include "frame/described.h"
 #include "frame/extreme_place.h"
 #include "frame/history_ring.h"
-#include "steps/set_step_value.h"
+#include "steps/set_step_values.h"
 #include "steps/value_kinds.h"
 
 namespace sarvane {
@@ -83,9 +83,9 @@ class CTDReboOp : public Described<CTDReboOp, CDefZelmorOp2> {
                    lags[DownLow], lags[UpBase], basePeriod);
     }
     long long Lookback() const {
-        return std::max({2, LongestLookback(steps), rangeLength, std::ranges::max(lags)}) + 2LL;
+        return std::max({2, rangeValues.GetLookback(), baseValues.GetLookback(), rangeLength, std::ranges::max(lags)}) + 2LL;
     }
-    auto& Steps() { return steps; }
+    auto Steps() { return std::tie(rangeValues, baseValues); }
 
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
@@ -121,7 +121,8 @@ private:
     // By ReboValue. Both bases have the same parameters.
     std::array<int, ReboValueCount> kinds = {HighValue, LowValue, HighValue, LowValue, CloseValue, CloseValue};
     std::array<int, ReboValueCount> lags = {1, 1, 1, 1, 1, 1};
-    std::array<CSetStepValue, ReboValueCount> steps;
+    CSetStepValues<4> rangeValues;  // UpHigh to DownLow
+    CSetStepValues<2> baseValues;   // UpBase and DownBase
     StateStore<TDReboRecord> states;
 };
 

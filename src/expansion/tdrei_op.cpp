@@ -54,15 +54,14 @@ STDMETHODIMP CTDREIOp::SetParameter(short index, const char16_t* value, TextSlot
         for (HistoryRing* ring : {&live.highs, &live.lows, &live.closes}) ring->Reconfigure(bars);
     }
     if (!AnyUnset({highKind, highLag, lowKind, lowLag, period, mode})) {
-        highStep.Configure(highKind, 1, 1);
-        lowStep.Configure(lowKind, 1, 1);
+        values.Configure({highKind, lowKind}, {1, 1}, 1);
     }
     return S_OK;
 }
 
 long long CTDREIOp::Lookback() const {
     if (IsUnset(period)) return depth;
-    const long long longest = std::max({highLag, lowLag, LongestLookback(std::tie(highStep, lowStep))});
+    const long long longest = std::max({highLag, lowLag, values.GetLookback()});
     return std::min(std::max(2LL * period + 8, longest) + period, 0xFFFFFFFFLL);
 }
 
@@ -88,8 +87,7 @@ STDMETHODIMP CTDREIOp::Calculate(int, const double* in, int, double* out) {
 
 // The rings keep what the next bar can look back to.
 double CTDREIOp::StepIndex(TDREIRecord& live, const BarPrices& bar) {
-    const double highValue = highStep.Step(bar);
-    const double lowValue = lowStep.Step(bar);
+    const auto [highValue, lowValue] = values.Step(bar);
     if (IsUndefined(highValue) || IsUndefined(lowValue)) return UndefinedValue;
     live.highValues.Push(highValue);
     live.lowValues.Push(lowValue);

@@ -2,7 +2,7 @@
 
 #include "frame/described.h"
 #include "frame/history_ring.h"
-#include "steps/set_step_value.h"
+#include "steps/set_step_values.h"
 #include "steps/value_kinds.h"
 
 namespace sarvane {
@@ -58,7 +58,7 @@ class CTDREIOp : public Described<CTDREIOp> {
         return Nth(n, period, inclusive, periodWindow, highKind, highLag, lowKind, lowLag, mode);
     }
     long long Lookback() const;
-    auto Steps() { return std::tie(highStep, lowStep); }
+    auto Steps() { return std::tie(values); }
 
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
@@ -82,7 +82,7 @@ private:
     int lowKind = LowValue;
     int lowLag = 2;
     int mode = 1;
-    CSetStepValue highStep, lowStep;
+    CSetStepValues<2> values;  // that stand for the high and the low of a bar
     StateStore<TDREIRecord> states;
 };
 
