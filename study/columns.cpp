@@ -18,7 +18,7 @@ struct Passage {
     std::ptrdiff_t stride;
     std::size_t place;
 
-    Value& At(std::size_t bar) const { return first[static_cast<std::ptrdiff_t>(bar) * stride]; }
+    Value& At(int bar) const { return first[bar * stride]; }
 };
 
 double TakenIn(double value, bool nanIsGap) { return nanIsGap && std::isnan(value) ? UndefinedValue : value; }
@@ -41,7 +41,7 @@ HRESULT Run(Compilation& compilation, const ColumnSettings& settings, const Colu
     return Guarded([&] {
         Graph& graph = compilation.graph;
         if (settings.priceStep) graph.SetPriceStep(*settings.priceStep);
-        HRESULT status = graph.Reset({std::max(static_cast<int>(run.count) - 1, 0), settings.holdsInputs});
+        const HRESULT status = graph.Reset({std::max(static_cast<int>(run.count) - 1, 0), settings.holdsInputs});
         if (run.count == 0) return status;  // there may be no columns then
 
         std::vector<Passage<const double>> in;
@@ -54,12 +54,14 @@ HRESULT Run(Compilation& compilation, const ColumnSettings& settings, const Colu
         }
         double* const values = graph.Columns();
         std::fill_n(values, compilation.columns.size(), UndefinedValue);
-        for (std::size_t bar = 0; bar < run.count && SUCCEEDED(status); ++bar) {
-            for (const auto& column : in) values[column.place] = TakenIn(column.At(bar), settings.nanIsGap);
-            status = graph.Step(static_cast<int>(bar));
-            for (const auto& column : out) column.At(bar) = HandedOut(values[column.place], settings.nanIsGap);
-        }
-        return status;
+        if (FAILED(status)) return status;
+        const auto takeIn = [values, nanIsGap = settings.nanIsGap, columns = std::span(in)](int bar) {
+            for (const auto& column : columns) values[column.place] = TakenIn(column.At(bar), nanIsGap);
+        };
+        const auto handOut = [values, nanIsGap = settings.nanIsGap, columns = std::span(out)](int bar) {
+            for (const auto& column : columns) column.At(bar) = HandedOut(values[column.place], nanIsGap);
+        };
+        return graph.StepAll(static_cast<int>(run.count), takeIn, handOut);
     });
 }
 

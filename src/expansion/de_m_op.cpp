@@ -30,8 +30,7 @@ STDMETHODIMP CDeMOp::SetParameter(short index, const char16_t* value, TextSlot*)
     const int longerLag = AnyUnset({highLag, lowLag}) ? UndefinedParam : std::max(highLag, lowLag);
     live.closes.Reconfigure(WindowRoom(longerLag, depth));
     if (AnyUnset({highKind, highLag, lowKind, lowLag, smoothLength, mode})) return S_OK;
-    highStep.Configure(highKind, 1, 1);
-    lowStep.Configure(lowKind, 1, 1);
+    values.Configure({highKind, lowKind}, {1, 1}, 1);
     upAverage.Configure(StepSim, smoothLength);
     totalAverage.Configure(StepSim, smoothLength);
     return S_OK;
@@ -39,7 +38,7 @@ STDMETHODIMP CDeMOp::SetParameter(short index, const char16_t* value, TextSlot*)
 
 long long CDeMOp::Lookback() const {
     if (IsUnset(smoothLength)) return depth;
-    const int longest = std::max({smoothLength, highLag, lowLag, LongestLookback(std::tie(highStep, lowStep))});
+    const int longest = std::max({smoothLength, highLag, lowLag, values.GetLookback()});
     return static_cast<long long>(longest) + upAverage.GetLookback();
 }
 
@@ -65,8 +64,7 @@ STDMETHODIMP CDeMOp::Calculate(int, const double* in, int, double* out) {
 
 // While a lag reaches back before the first bar there is no movement, but the averages fill from the first bar on.
 double CDeMOp::UpShare(DeMRecord& live, const BarPrices& bar) {
-    const double high = highStep.Step(bar);
-    const double low = lowStep.Step(bar);
+    const auto [high, low] = values.Step(bar);
     const bool lagsAreUsable = highLag >= 0 && lowLag >= 0;
     if (IsUndefined(high) || IsUndefined(low) || !lagsAreUsable) return UndefinedValue;
     const Movement moved = mode == ClosesMode ? AgainstCloses(live.closes, high, low, bar[ClosePrice])

@@ -3,7 +3,7 @@
 #include "frame/described.h"
 #include "frame/history_ring.h"
 #include "steps/set_step_ma.h"
-#include "steps/set_step_value.h"
+#include "steps/set_step_values.h"
 #include "steps/value_kinds.h"
 
 namespace sarvane {
@@ -50,7 +50,7 @@ class CDeMOp : public Described<CDeMOp> {
     int BoundInputs() const { return IsUnset(smoothLength); }
     FormattedText Parameter(short n) const { return Nth(n, highKind, highLag, lowKind, lowLag, smoothLength, mode); }
     long long Lookback() const;
-    auto Steps() { return std::tie(highStep, lowStep, upAverage, totalAverage); }
+    auto Steps() { return std::tie(values, upAverage, totalAverage); }
 
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
@@ -74,7 +74,7 @@ private:
     int lowLag = 1;
     int smoothLength = 4;
     int mode = 1;
-    CSetStepValue highStep, lowStep;
+    CSetStepValues<2> values;  // that stand for the high and the low of a bar
     CSetStepMA upAverage, totalAverage;
     StateStore<DeMRecord> states;
 };

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <functional>
+#include <limits>
 
 namespace sarvane {
 namespace {
@@ -37,8 +38,7 @@ enum Method : int {
     RootRange,   // square root of OuterRange
 };
 
-// By ReboValue: kinds with two alternatives take the first one for the upper level, the second for the lower.
-constexpr int Directions[] = {1, 1, 0, 0, 1, 0};
+constexpr int Never = std::numeric_limits<int>::max();  // more values than a ring can hold
 
 // The highest of `n` values if `isBeyond` means above, the lowest if it means below.
 template <class ValueAt, class Beyond>
@@ -50,27 +50,35 @@ double Extreme(int n, ValueAt valueAt, Beyond isBeyond) {
     return extreme;
 }
 
-// The oldest `n` elements of a ring, as a window of their own.
-struct OldestElements {
-    const HistoryRing& ring;
-    int n;
+// The oldest `n` of a value, as a window of their own.
+class OldestValues {
+public:
+    OldestValues(const ReboRanges& recent, ReboValue which, int length)
+        : ranges(recent), rows(recent.From(which)), value(which), n(length) {}
 
+    ReboValue Value() const { return value; }
     int Size() const { return n; }
-    const double& operator[](int i) const { return ring[i]; }
-    const double& Newest(int bars = 0) const { return ring[n - 1 - bars]; }
+    const double& operator[](int i) const { return rows[i][value]; }
+    const double& Newest(int bars = 0) const { return rows[n - 1 - bars][value]; }
     template <bool InFours, class Use>
     void OldestFirst(int count, Use use, int skipped) const {
-        ring.OldestFirst<InFours>(count, use, skipped);
+        ranges.OldestFirst<InFours>(value, count, [&](const auto& row) { use(row[value]); }, skipped);
     }
+
+private:
+    const ReboRanges& ranges;
+    RingView<std::array<double, 4>> rows;
+    ReboValue value;
+    int n;
 };
 // Each high is added and each low taken off in turn, from the oldest bar on.
-double MeanOfRanges(int n, const HistoryRing& highs, const HistoryRing& lows) {
+double MeanOfRanges(const OldestValues& highs, const OldestValues& lows) {
     double sum = 0.0;
-    for (int i = 0; i < n; ++i) {
+    for (int i = 0; i < highs.Size(); ++i) {
         sum += highs[i];
         sum -= lows[i];
     }
-    return sum / n;
+    return sum / highs.Size();
 }
 
 double RootIfPositive(double range) { return range > 0.0 ? std::sqrt(range) : range; }
@@ -96,34 +104,44 @@ STDMETHODIMP CTDReboOp::SetParameter(short index, const char16_t* value, TextSlo
     case DownLowLag: lags[DownLow] = number; break;
     case BaseLag:
         lags[UpBase] = lags[DownBase] = number;
-        for (const ReboValue base : {UpBase, DownBase})
-            states.Live().rings[base].Reconfigure(WindowRoom(number, depth));
+        states.Live().bases.Reconfigure(WindowRoom(number, depth));
         break;
     case BasePeriod: basePeriod = number; break;
     }
     // After any argument, so that a host may hand them over in any order.
-    ReconfigureRangeRings();
+    ConfigureRanges();
     ConfigureSteps();
     return S_OK;
 }
 
-void CTDReboOp::ReconfigureRangeRings() {
+// A full window holds the values from this bar to `oldestLags` bars back. A range with a lag above 0 is formed one bar
+// before its window is full: the oldest value is then one bar younger than on later bars. With a lag of 0 the window
+// has to be full, since otherwise the range would reach to a bar that has not come yet.
+void CTDReboOp::ConfigureRanges() {
+    const bool canBeReady = rangeLength >= 0 && ShortestLag() >= 0;
+    for (const ReboValue value : {UpHigh, UpLow, DownHigh, DownLow}) {
+        const long long oldest = lags[value] - 1LL + rangeLength;
+        oldestLags[value] = static_cast<int>(std::clamp(oldest, -1LL, Never - 1LL));
+        readySizes[value] = canBeReady ? oldestLags[value] + (lags[value] > 0 ? 0 : 1) : Never;
+    }
     if (AnyUnset({rangeLength, lags[UpHigh], lags[UpLow], lags[DownHigh], lags[DownLow]})) return;
     for (const ReboValue value : {UpHigh, UpLow, DownHigh, DownLow})
-        states.Live().rings[value].Reconfigure(static_cast<long long>(lags[value]) + rangeLength);
+        states.Live().ranges.Reconfigure(value, std::ranges::max(oldestLags) + 16LL);
 }
 
+// Kinds with two alternatives take the first one for the upper level, the second for the lower.
 void CTDReboOp::ConfigureSteps() {
     if (IsUnset(std::ranges::min(kinds)) || IsUnset(basePeriod)) return;
-    for (std::size_t value = 0; value < steps.size(); ++value)
-        steps[value].Configure(kinds[value], Directions[value], IsBase(value) ? basePeriod : 1);
+    rangeValues.Configure({kinds[UpHigh], kinds[UpLow], kinds[DownHigh], kinds[DownLow]}, {1, 1, 0, 0}, 1);
+    baseValues.Configure({kinds[UpBase], kinds[DownBase]}, {1, 0}, basePeriod);
 }
 
 STDMETHODIMP CTDReboOp::ResetBar(int, int lastBar, int count, const double* seed) {
     TDReboRecord& live = states.Live();
     live.previous = SeedsOf<BarPrices>(count, seed);
-    ResetAll(steps);
-    for (HistoryRing& ring : live.rings) ring.Clear();
+    ResetAll(Steps());
+    live.ranges.Clear();
+    live.bases.Clear();
     live.extremes = {};
     live.lastBar = lastBar;
     return S_OK;
@@ -143,58 +161,47 @@ STDMETHODIMP CTDReboOp::CalculateBar(int bar, int, const double* in, int, double
     return S_OK;
 }
 
-// Without one of the six values the bar leaves the rings as they are.
+// Without one of the six values the bar leaves the recent values as they are.
 CTDReboOp::Levels CTDReboOp::StepLevels(TDReboRecord& live, const BarPrices& prices) {
-    std::array<double, ReboValueCount> values;
-    for (std::size_t i = 0; i < values.size(); ++i) values[i] = steps[i].Step(prices);
-    if (HasGap(values)) return {};
-    for (std::size_t i = 0; i < values.size(); ++i) live.rings[i].Push(values[i]);
+    const std::array<double, 4> ranges = rangeValues.Step(prices);
+    const std::array<double, 2> bases = baseValues.Step(prices);
+    if (HasGap(ranges) || HasGap(bases)) return {};
+    live.ranges.Push(ranges);
+    live.bases.Push(bases);
     const bool ready = IsReady(live);
     const Levels levels = ready ? LevelsOf(live) : Levels{};
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const bool dropped = live.rings[i].Size() > OldestLag(i);
-        if (dropped) live.rings[i].PopFront();
-        if (!IsBase(i) && !(ready && dropped)) live.extremes.places[i].Forget();
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        if (!ready || live.ranges.Size(i) <= oldestLags[i]) live.extremes.places[i].Forget();
     }
+    live.ranges.DropBeyond(oldestLags);
+    if (live.bases.Size() > lags[UpBase]) live.bases.PopFront();
     return levels;
 }
 
-// How many bars back the oldest value lies that a level is made of. So many values stay from one bar to the next.
-long long CTDReboOp::OldestLag(std::size_t value) const {
-    return IsBase(value) ? lags[value] : lags[value] - 1LL + rangeLength;
-}
-
-// A full ring holds the values from this bar to OldestLag bars back. A range with a lag above 0 is formed one bar
-// before its ring is full: the ring's oldest value is then one bar younger than on later bars. With a lag of 0 the ring
-// has to be full, since otherwise the range would reach to a bar that has not come yet.
 bool CTDReboOp::IsReady(const TDReboRecord& live) const {
-    if (rangeLength < 0 || ShortestLag() < 0) return false;
-    for (std::size_t value = 0; value < live.rings.size(); ++value) {
-        const long long fullSize = OldestLag(value) + 1;
-        const bool canBeEarly = !IsBase(value) && lags[value] > 0;
-        if (live.rings[value].Size() < (canBeEarly ? fullSize - 1 : fullSize)) return false;
+    for (std::size_t value = 0; value < readySizes.size(); ++value) {
+        if (live.ranges.Size(value) < readySizes[value]) return false;
     }
-    return true;
+    return live.bases.Size() > lags[UpBase];
 }
 
-// Merges the oldest `rangeLength` bars of two rings into one range. With a single bar there is nothing to merge, and
+// Merges the oldest `rangeLength` bars of two windows into one range. With a single bar there is nothing to merge, and
 // every method gives the range of that bar.
 double CTDReboOp::RangeOf(TDReboRecord& live, ReboValue highValue, ReboValue lowValue) const {
     constexpr std::greater<> Above;
     constexpr std::less<> Below;
-    const HistoryRing &highs = live.rings[highValue], &lows = live.rings[lowValue];
+    const OldestValues highs{live.ranges, highValue, rangeLength}, lows{live.ranges, lowValue, rangeLength};
     const auto range = [&](int i) { return highs[i] - lows[i]; };
-    const auto extreme = [&](ReboValue value, auto isBeyond) {
-        const OldestElements oldest{live.rings[value], rangeLength};
+    const auto extreme = [&](const OldestValues& oldest, auto isBeyond) {
         const auto hasOrder = [](double element) { return element == element; };
-        return oldest.Newest(live.extremes.places[value].Follow(oldest, isBeyond, hasOrder));
+        return oldest.Newest(live.extremes.places[oldest.Value()].Follow(oldest, isBeyond, hasOrder));
     };
     switch (rangeLength < 2 ? OldestRange : rangeMethod) {
     case MeanRange:
-    case CommonMean: return MeanOfRanges(rangeLength, highs, lows);
+    case CommonMean: return MeanOfRanges(highs, lows);
     case OuterRange:
-    case RootRange: return extreme(highValue, Above) - extreme(lowValue, Below);
-    case InnerRange: return extreme(highValue, Below) - extreme(lowValue, Above);
+    case RootRange: return extreme(highs, Above) - extreme(lows, Below);
+    case InnerRange: return extreme(highs, Below) - extreme(lows, Above);
     case WidestRange: return Extreme(rangeLength, range, Above);
     case NarrowestRange: return Extreme(rangeLength, range, Below);
     case OldestRange: return range(0);
@@ -213,7 +220,7 @@ CTDReboOp::Levels CTDReboOp::LevelsOf(TDReboRecord& live) const {
         down = RootIfPositive(down);
     }
     if (IsUndefined(up) || IsUndefined(down)) return {};
-    return {ratio * up + live.rings[UpBase][0], live.rings[DownBase][0] - ratio * down};
+    return {ratio * up + live.bases[0][0], live.bases[0][1] - ratio * down};
 }
 
 bool CTDReboOp::Shows(int bar, int lastBar) const {

@@ -3,7 +3,8 @@
 #include "frame/described.h"
 #include "frame/extreme_place.h"
 #include "frame/history_ring.h"
-#include "steps/set_step_value.h"
+#include "frame/row_windows.h"
+#include "steps/set_step_values.h"
 #include "steps/value_kinds.h"
 
 namespace sarvane {
@@ -11,7 +12,6 @@ namespace sarvane {
 // The six values of a bar that the levels are made of: top and bottom of the range for the upper level (Up) and of the
 // range for the lower one (Down), and the base that each level starts from.
 enum ReboValue : std::size_t { UpHigh, UpLow, DownHigh, DownLow, UpBase, DownBase, ReboValueCount };
-constexpr bool IsBase(std::size_t value) { return value >= UpBase; }
 
 // Where the extremes of the four range values stand among the bars of a range, by ReboValue. They are known from the bar
 // before if that bar dropped its oldest value, as all do that follow a full ring.
@@ -21,10 +21,14 @@ struct RangeExtremes {
     std::array<ExtremePlace, 4> places;
 };
 
+// Recent values of ranges, by ReboValue: a window for each of them, in one column.
+using ReboRanges = RowWindows<std::array<double, 4>, 4>;
+
 struct TDReboRecord {
-    int lastBar = 0;                                // index of the last bar of the run, as `ResetBar` was told
-    BarPrices previous = NoPrices;                  // of the last bar that was used
-    std::array<HistoryRing, ReboValueCount> rings;  // recent values, by ReboValue
+    int lastBar = 0;                // index of the last bar of the run, as `ResetBar` was told
+    BarPrices previous = NoPrices;  // of the last bar that was used
+    ReboRanges ranges;
+    BasicHistoryRing<std::array<double, 2>> bases;  // recent UpBase and DownBase
     RangeExtremes extremes;
 };
 
@@ -83,9 +87,9 @@ class CTDReboOp : public Described<CTDReboOp, CDefZelmorOp2> {
                    lags[DownLow], lags[UpBase], basePeriod);
     }
     long long Lookback() const {
-        return std::max({2, LongestLookback(steps), rangeLength, std::ranges::max(lags)}) + 2LL;
+        return std::max({2, rangeValues.GetLookback(), baseValues.GetLookback(), rangeLength, std::ranges::max(lags)}) + 2LL;
     }
-    auto& Steps() { return steps; }
+    auto Steps() { return std::tie(rangeValues, baseValues); }
 
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
@@ -103,10 +107,9 @@ private:
     };
 
     int ShortestLag() const { return std::ranges::min(lags); }
-    void ReconfigureRangeRings();
+    void ConfigureRanges();
     void ConfigureSteps();
     Levels StepLevels(TDReboRecord& live, const BarPrices& prices);
-    long long OldestLag(std::size_t value) const;
     bool IsReady(const TDReboRecord& live) const;
     Levels LevelsOf(TDReboRecord& live) const;
     double RangeOf(TDReboRecord& live, ReboValue highs, ReboValue lows) const;
@@ -121,7 +124,10 @@ private:
     // By ReboValue. Both bases have the same parameters.
     std::array<int, ReboValueCount> kinds = {HighValue, LowValue, HighValue, LowValue, CloseValue, CloseValue};
     std::array<int, ReboValueCount> lags = {1, 1, 1, 1, 1, 1};
-    std::array<CSetStepValue, ReboValueCount> steps;
+    // By ReboValue: how many bars back the oldest value of a range lies, and how many values there must be for a range.
+    std::array<int, 4> oldestLags{}, readySizes{};
+    CSetStepValues<4> rangeValues;  // UpHigh to DownLow
+    CSetStepValues<2> baseValues;   // UpBase and DownBase
     StateStore<TDReboRecord> states;
 };
 

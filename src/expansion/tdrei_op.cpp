@@ -12,15 +12,8 @@ constexpr int CancellingMode = 2;
 constexpr int FixedWindow = 8;
 constexpr int ShortestWindow = 4;
 
-double Sum(const RingWindow<double>& ring) {
-    double sum = 0.0;
-    ring.OldestFirst(ring.Size(), [&](double value) { sum += value; });
-    return sum;
-}
-
-void DropBeyond(int size, HistoryRing& ring) {
-    if (ring.Size() > size) ring.PopFront();
-}
+// Two doubles that are added to two others by one instruction, each as it would be alone.
+using TwoSums [[gnu::vector_size(16)]] = double;
 
 }  // namespace
 
@@ -32,37 +25,33 @@ STDMETHODIMP CTDREIOp::SetParameter(short index, const char16_t* value, TextSlot
     case Period:
         period = PositiveOrUnset(number);
         if (IsUnset(period)) break;
-        live.numerators.Reconfigure(period + 3LL);
-        live.denominators.Reconfigure(period + 1LL);
+        live.movements.Reconfigure(WindowRoom(period, depth));
         break;
     case Inclusive: inclusive = number; break;
     case PeriodWindow: periodWindow = number; break;
     case HighKind: highKind = number; break;
     case HighLag:
         highLag = number;
-        if (!IsUnset(highLag)) live.highValues.Reconfigure(highLag + 1LL);
+        if (!IsUnset(highLag)) live.bars.Reconfigure(HighValueWindow, WindowRoom(highLag, depth));
         break;
     case LowKind: lowKind = number; break;
     case LowLag:
         lowLag = number;
-        if (!IsUnset(lowLag)) live.lowValues.Reconfigure(lowLag + 1LL);
+        if (!IsUnset(lowLag)) live.bars.Reconfigure(LowValueWindow, WindowRoom(lowLag, depth));
         break;
     case Mode: mode = number; break;
     }
-    if (!AnyUnset({highLag, lowLag, period})) {
-        const long long bars = std::max({FixedWindow, period, highLag, lowLag}) + 1LL;
-        for (HistoryRing* ring : {&live.highs, &live.lows, &live.closes}) ring->Reconfigure(bars);
-    }
+    if (!AnyUnset({highLag, lowLag, period}))
+        live.bars.Reconfigure(PriceWindow, WindowRoom(std::max({FixedWindow, period, highLag, lowLag}), depth));
     if (!AnyUnset({highKind, highLag, lowKind, lowLag, period, mode})) {
-        highStep.Configure(highKind, 1, 1);
-        lowStep.Configure(lowKind, 1, 1);
+        values.Configure({highKind, lowKind}, {1, 1}, 1);
     }
     return S_OK;
 }
 
 long long CTDREIOp::Lookback() const {
     if (IsUnset(period)) return depth;
-    const long long longest = std::max({highLag, lowLag, LongestLookback(std::tie(highStep, lowStep))});
+    const long long longest = std::max({highLag, lowLag, values.GetLookback()});
     return std::min(std::max(2LL * period + 8, longest) + period, 0xFFFFFFFFLL);
 }
 
@@ -70,9 +59,8 @@ STDMETHODIMP CTDREIOp::Reset(int count, const double* seed) {
     TDREIRecord& live = states.Live();
     live.previous = SeedsOf<BarPrices>(count, seed);
     ResetAll(Steps());
-    for (HistoryRing* ring : {&live.highs, &live.lows, &live.closes, &live.numerators, &live.denominators,
-                              &live.highValues, &live.lowValues})
-        ring->Clear();
+    live.bars.Clear();
+    live.movements.Clear();
     return S_OK;
 }
 
@@ -86,60 +74,50 @@ STDMETHODIMP CTDREIOp::Calculate(int, const double* in, int, double* out) {
     return S_OK;
 }
 
-// The rings keep what the next bar can look back to.
 double CTDREIOp::StepIndex(TDREIRecord& live, const BarPrices& bar) {
-    const double highValue = highStep.Step(bar);
-    const double lowValue = lowStep.Step(bar);
+    const auto [highValue, lowValue] = values.Step(bar);
     if (IsUndefined(highValue) || IsUndefined(lowValue)) return UndefinedValue;
-    live.highValues.Push(highValue);
-    live.lowValues.Push(lowValue);
-    live.highs.Push(bar[HighPrice]);
-    live.lows.Push(bar[LowPrice]);
-    live.closes.Push(bar[ClosePrice]);
+    live.bars.Push({bar[HighPrice], bar[LowPrice], bar[ClosePrice], highValue, lowValue});
 
     const int window = periodWindow == 0 ? FixedWindow : std::max(period, ShortestWindow);
     const int furthest = std::max({highLag, lowLag, window});
     const bool lagsAreUsable = highLag >= 0 && lowLag >= 0;
-    const bool hasHistory = lagsAreUsable && live.closes.Size() > furthest && live.highValues.Size() > highLag &&
-                            live.lowValues.Size() > lowLag;
+    const bool hasHistory = lagsAreUsable && live.bars.Size(PriceWindow) > furthest &&
+                            live.bars.Size(HighValueWindow) > highLag && live.bars.Size(LowValueWindow) > lowLag;
     const double index = hasHistory ? Index(live, bar, window) : UndefinedValue;
-    for (HistoryRing* ring : {&live.highs, &live.lows, &live.closes}) DropBeyond(furthest, *ring);
-    DropBeyond(highLag, live.highValues);
-    DropBeyond(lowLag, live.lowValues);
+    live.bars.DropBeyond({furthest, highLag, lowLag});
     return index;
 }
 
 // The bar's own high and low are compared with earlier values of the steps; its own values of the steps are for later
 // bars.
 double CTDREIOp::Index(TDREIRecord& live, const BarPrices& bar, int window) const {
-    const double up = bar[HighPrice] - live.highValues.Newest(highLag);
-    const double down = bar[LowPrice] - live.lowValues.Newest(lowLag);
+    const double up = bar[HighPrice] - live.bars.Newest(highLag).highValue;
+    const double down = bar[LowPrice] - live.bars.Newest(lowLag).lowValue;
     const bool counts = Counts(live, bar, window);
-    const int size = live.denominators.Size();
-    if (mode == CancellingMode && !counts && size >= period) live.newestNumerator = 0.0;
-    if (size > 0) live.numerators.Push(live.newestNumerator);
-    live.newestNumerator = counts ? down + up : 0.0;
-    live.denominators.Push(std::abs(down) + std::abs(up));
-    if (size >= period) {
-        live.numerators.PopFront();
-        live.denominators.PopFront();
-    }
-    if (live.denominators.Size() != period) return UndefinedValue;
-    const double counted = Sum(live.numerators) + live.newestNumerator;
-    const double absolute = Sum(live.denominators);
+    const int size = live.movements.Size();
+    if (mode == CancellingMode && !counts && size >= period) live.newestNet = 0.0;
+    live.movements.Push({live.newestNet, std::abs(down) + std::abs(up)});
+    live.newestNet = counts ? down + up : 0.0;
+    if (size >= period) live.movements.PopFront();
+    if (live.movements.Size() != period) return UndefinedValue;
+    TwoSums sums = {0.0, live.movements[0].absolute};  // the bar before the oldest one is no longer summed
+    const auto add = [&](const TDREIMovement& movement) { sums += TwoSums{movement.netBefore, movement.absolute}; };
+    live.movements.OldestFirst<true>(period - 1, add, 1);
+    const double counted = sums[0] + live.newestNet;
+    const double absolute = sums[1];
     return absolute > 1e-100 ? counted * 100.0 / absolute : UndefinedValue;
 }
 
 // A bar counts if the bar two back overlaps with the closes at the far end of the window, `window` and `window` - 1
 // bars back, or if the bar itself overlaps with the two bars that came after those.
 bool CTDREIOp::Counts(const TDREIRecord& live, const BarPrices& bar, int window) const {
-    const auto neighbours = [](const HistoryRing& ring, int bars) -> Neighbours {
-        return {ring.Newest(bars), ring.Newest(bars - 1)};
-    };
-    const Neighbours closes = neighbours(live.closes, window);
-    return Overlaps(live.highs.Newest(2), live.lows.Newest(2), closes, closes) ||
-           Overlaps(bar[HighPrice], bar[LowPrice], neighbours(live.highs, window - 2),
-                    neighbours(live.lows, window - 2));
+    const RowWindows<TDREIBar, 3>& bars = live.bars;
+    const TDREIBar &farthest = bars.Newest(window), &second = bars.Newest(window - 1), &third = bars.Newest(window - 2);
+    const Neighbours closes = {farthest.close, second.close};
+    return Overlaps(bars.Newest(2).high, bars.Newest(2).low, closes, closes) ||
+           Overlaps(bar[HighPrice], bar[LowPrice], {third.high, bars.Newest(window - 3).high},
+                    {third.low, bars.Newest(window - 3).low});
 }
 
 // Whether the range from `low` to `high` reaches up to one of two lows, and one of two highs reaches down to it.

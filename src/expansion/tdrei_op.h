@@ -2,19 +2,30 @@
 
 #include "frame/described.h"
 #include "frame/history_ring.h"
-#include "steps/set_step_value.h"
+#include "frame/row_windows.h"
+#include "steps/set_step_values.h"
 #include "steps/value_kinds.h"
 
 namespace sarvane {
 
+// What later bars look back to. `highValue` and `lowValue` are what their high and low are compared with.
+struct TDREIBar {
+    double high, low, close, highValue, lowValue;
+};
+// How far back there are prices, and values to compare with.
+enum TDREIWindow : std::size_t { PriceWindow, HighValueWindow, LowValueWindow };
+
+// Of one bar. The net movement becomes final one bar later, since mode 2 changes it.
+struct TDREIMovement {
+    double netBefore;  // net movement of the bar before if that counts, else 0.0
+    double absolute;
+};
+
 struct TDREIRecord {
     BarPrices previous = NoPrices;  // of the last bar that was used
-    HistoryRing highs, lows, closes;
-    // Net movement of bars that count, 0.0 of others. The newest one stays outside of the ring, since mode 2 changes it.
-    HistoryRing numerators;
-    double newestNumerator = 0.0;
-    HistoryRing denominators;           // absolute movement of the same bars
-    HistoryRing highValues, lowValues;  // results of the two steps, which later bars are compared with
+    RowWindows<TDREIBar, 3> bars;   // by TDREIWindow
+    BasicHistoryRing<TDREIMovement> movements;
+    double newestNet = 0.0;  // net movement of the newest bar
 };
 
 // TDREI( bar, period, inclusive, periodWindow, highKind, highLag, lowKind, lowLag, mode) is a range expansion index:
@@ -58,7 +69,7 @@ class CTDREIOp : public Described<CTDREIOp> {
         return Nth(n, period, inclusive, periodWindow, highKind, highLag, lowKind, lowLag, mode);
     }
     long long Lookback() const;
-    auto Steps() { return std::tie(highStep, lowStep); }
+    auto Steps() { return std::tie(values); }
 
 public:
     STDMETHODIMP SetParameter(short index, const char16_t* value, TextSlot* error) override;
@@ -82,7 +93,7 @@ private:
     int lowKind = LowValue;
     int lowLag = 2;
     int mode = 1;
-    CSetStepValue highStep, lowStep;
+    CSetStepValues<2> values;  // that stand for the high and the low of a bar
     StateStore<TDREIRecord> states;
 };
 

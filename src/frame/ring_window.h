@@ -8,6 +8,15 @@
 
 namespace sarvane {
 
+// The elements of a ring from one of them on. It is for several looks at a ring that doesn't change meanwhile.
+template <class Element>
+struct RingView {
+    const Element& operator[](int i) const { return buffer[(first + static_cast<std::uint32_t>(i)) & mask]; }
+
+    const Element* buffer;
+    std::uint32_t mask, first;
+};
+
 // A FIFO in a buffer whose capacity is a power of two: the part of BasicHistoryRing that does not know who else uses the
 // buffer.
 template <class Element>
@@ -21,6 +30,9 @@ public:
     const Element& operator[](int i) const { return buffer[Wrap(head + i)]; }
     // The element `bars` places before the newest.
     const Element& Newest(int bars = 0) const { return buffer[Wrap(tail - 1 - bars)]; }
+
+    // The elements from `i` on, counted from the oldest.
+    RingView<Element> From(int i) const { return {buffer, mask, static_cast<std::uint32_t>(head + i)}; }
 
     // Calls `use` with each of the newest `count` elements, from the newest to the oldest; the `skipped` newest ones are
     // left out, and don't count. There must be so many. The elements lie in two blocks of the buffer at most, so no index

@@ -1,7 +1,7 @@
 #pragma once
 
 // The numbers by which users of an operator choose one value of a bar, with their meanings. Operators that build the
-// value with CSetStepValue take all of them; VolStop takes the first nine.
+// value with CSetStepValues take all of them; VolStop takes the first nine.
 
 #include "frame/description.h"
 

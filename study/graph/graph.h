@@ -115,6 +115,26 @@ public:
     HRESULT Step(const double* row, int bar);
     // The same for a bar whose values the caller has written to Columns().
     HRESULT Step(int bar);
+    // The same for the bars from 0 to `count` - 1. `before` and `after` are called with each bar, to write Columns() and to
+    // read Values(). The first bar that fails is the last one.
+    template <class Before, class After>
+    HRESULT StepAll(int count, Before before, After after) {
+        if (isStopped) return E_OUTOFMEMORY;
+        isStopped = true;
+        double* const place = values.data();
+        const std::span<const std::unique_ptr<Node>> steps = nodes;
+        for (int bar = 0; bar < count; ++bar) {
+            before(bar);
+            HRESULT status = S_OK;
+            for (const auto& node : steps) {
+                if (status = node->Step(place, bar); FAILED(status)) break;
+            }
+            after(bar);
+            if (FAILED(status)) return status;
+        }
+        isStopped = false;
+        return S_OK;
+    }
     double* Columns() { return values.data(); }
     // Copy the running state to a snapshot and back. Slot 0 is the running state itself. S_FALSE, with nothing done, for
     // a negative slot and one that was not saved. E_INVALIDARG for a save above `MostSlot`.

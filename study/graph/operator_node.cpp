@@ -15,7 +15,8 @@ bool AreInARow(const std::vector<Place>& places) {
 OperatorNode::OperatorNode(ComPtr<IZelmorOp> created, bool hasSnapshots, std::vector<Place> inputs,
                            std::size_t outputCount, Place to)
     : op(std::move(created)), sources(std::move(inputs)), in(sources.size(), UndefinedValue),
-      readsInPlace(hasSnapshots && AreInARow(sources)), outCount(static_cast<int>(outputCount)), output(to),
+      inCount(static_cast<int>(sources.size())), readsInPlace(hasSnapshots && AreInARow(sources)),
+      firstSource(readsInPlace ? sources.front() : NoPlace), outCount(static_cast<int>(outputCount)), output(to),
       keepsSnapshots(hasSnapshots) {
     op->QueryInterface(IID_IZelmorOp2, barOp.Slot());
 }
@@ -28,24 +29,25 @@ void OperatorNode::SetPriceStep(double step) {
 HRESULT OperatorNode::Reset(const RunStart& start) {
     for (double& value : in) value = UndefinedValue;  // no seeds
     steppedSinceSave = false;
-    const int count = static_cast<int>(in.size());
-    return barOp ? barOp->ResetBar(start.holdsInputs ? 1 : 0, start.lastBar, count, in.data())
-                 : op->Reset(count, in.data());
+    return barOp ? barOp->ResetBar(start.holdsInputs ? 1 : 0, start.lastBar, inCount, in.data())
+                 : op->Reset(inCount, in.data());
+}
+
+// Each call is the last one of its path, so that no path has to save registers.
+HRESULT OperatorNode::Step(double* values, int bar) {
+    return readsInPlace ? StepOn(values + firstSource, values, bar) : StepOnCopy(values, bar);
 }
 
 // Restoring an operator without snapshots looks at the last inputs, so these are copied.
-const double* OperatorNode::Inputs(const double* values) {
-    if (readsInPlace) return values + sources.front();
+HRESULT OperatorNode::StepOnCopy(double* values, int bar) {
     for (std::size_t i = 0; i < in.size(); ++i) in[i] = values[sources[i]];
-    return in.data();
+    return StepOn(in.data(), values, bar);
 }
 
-HRESULT OperatorNode::Step(double* values, int bar) {
-    const double* const inputs = Inputs(values);
-    const int count = static_cast<int>(in.size());
+inline HRESULT OperatorNode::StepOn(const double* inputs, double* values, int bar) {
     steppedSinceSave = true;
-    return barOp ? barOp->CalculateBar(bar, count, inputs, outCount, values + output)
-                 : op->Calculate(count, inputs, outCount, values + output);
+    return barOp ? barOp->CalculateBar(bar, inCount, inputs, outCount, values + output)
+                 : op->Calculate(inCount, inputs, outCount, values + output);
 }
 
 HRESULT OperatorNode::Save(short slot) {

@@ -23,13 +23,16 @@ public:
     void SetPriceStep(double step) override;
 
 private:
-    const double* Inputs(const double* values);
+    HRESULT StepOnCopy(double* values, int bar);
+    HRESULT StepOn(const double* inputs, double* values, int bar);
 
     ComPtr<IZelmorOp> op;
     ComPtr<IZelmorOp2> barOp;  // where the operator takes whole bars
     std::vector<Place> sources;
     std::vector<double> in;
+    int inCount;
     bool readsInPlace;  // the inputs stand one behind the other among the values of the graph, and need no copy
+    Place firstSource;  // if so
     int outCount;
     Place output;
     bool keepsSnapshots;  // else restoring succeeds on any slot, and takes back the last bar

@@ -1,4 +1,4 @@
-#include "steps/set_step_value.h"
+#include "steps/set_step_values.h"
 
 #include "frame/numbers.h"
 
@@ -19,6 +19,11 @@ double HighByLow(const BarPrices& bar) { return bar[HighPrice] / bar[LowPrice]; 
 double LowByHigh(const BarPrices& bar) { return bar[LowPrice] / bar[HighPrice]; }
 double Nothing(const BarPrices&) { return UndefinedValue; }
 
+// Such as the highest close of the window.
+struct WindowExtreme {
+    BarPrice price;
+    ExtremeSide side;
+};
 constexpr WindowExtreme LowestOpen{OpenPrice, Lowest}, HighestOpen{OpenPrice, Highest};
 constexpr WindowExtreme LowestHigh{HighPrice, Lowest}, HighestHigh{HighPrice, Highest};
 constexpr WindowExtreme LowestLow{LowPrice, Lowest}, HighestLow{LowPrice, Highest};
@@ -80,15 +85,13 @@ constexpr ValueKind Kinds[] = {
 };
 constexpr int KindCount = std::size(Kinds);
 
-using Bars = BasicHistoryRing<BarPrices>;
-
 // The price `back` bars before the newest bar, UndefinedValue if there is none.
-double PriceAt(const Bars& bars, BarPrice price, int back) {
+double PriceAt(const StepBars& bars, BarPrice price, int back) {
     return back < bars.Size() ? bars.Newest(back)[price] : UndefinedValue;
 }
 
 template <class Beyond>
-double SearchedExtreme(const Bars& bars, BarPrice price, int period, Beyond isBeyond) {
+double SearchedExtreme(const StepBars& bars, BarPrice price, int period, Beyond isBeyond) {
     double extreme = bars.Newest(period - 1)[price];
     bars.OldestFirst(
         period, [&](const BarPrices& bar) { extreme = isBeyond(bar[price], extreme) ? bar[price] : extreme; },
@@ -100,9 +103,9 @@ double SearchedExtreme(const Bars& bars, BarPrice price, int period, Beyond isBe
 // lowest if it means below. `before` is the extreme one bar ago. The window is searched only if the price that has just
 // left it may have been that extreme.
 template <class Beyond>
-double UpdatedExtreme(const Bars& bars, BarPrice price, int period, double before, Beyond isBeyond) {
+double UpdatedExtreme(const StepBars& bars, BarPrice price, int period, double before, Beyond isBeyond) {
     const double newest = bars.Newest()[price];
-    if (period < 2 || IsUndefined(newest)) return newest;
+    if (period < 2) return newest;
     const double extreme = IsUndefined(before) || isBeyond(newest, before) ? newest : before;
     const double left = PriceAt(bars, price, period);
     if (IsUndefined(left)) return extreme;
@@ -110,87 +113,59 @@ double UpdatedExtreme(const Bars& bars, BarPrice price, int period, double befor
     return search ? SearchedExtreme(bars, price, period, isBeyond) : extreme;
 }
 
+// The window of a value on one bar. Each extreme is worked out at most once.
+class ValueWindow {
+public:
+    ValueWindow(const StepBars& stepBars, int stepPeriod, StepExtremes& stepExtremes)
+        : bars(stepBars), period(stepPeriod), extremes(stepExtremes) {}
+
+    double Extreme(WindowExtreme wanted) {
+        const auto [price, side] = wanted;
+        double& extreme = extremes[side][price];
+        if (!isCurrent[side][price]) {
+            extreme = side == Highest ? UpdatedExtreme(bars, price, period, extreme, std::greater<>())
+                                      : UpdatedExtreme(bars, price, period, extreme, std::less<>());
+            isCurrent[side][price] = true;
+        }
+        return extreme;
+    }
+    // Merges the last `period` bars into one, or as many as there are. Its open is that of the oldest bar, once there
+    // are `period` bars, and that of the newest until then.
+    BarPrices Merged(const BarPrices& bar) {
+        const double open = PriceAt(bars, OpenPrice, period - 1);
+        return {IsUndefined(open) ? bar[OpenPrice] : open, Extreme(HighestHigh), Extreme(LowestLow), bar[ClosePrice]};
+    }
+
+private:
+    const StepBars& bars;
+    int period;
+    StepExtremes& extremes;
+    std::array<std::array<bool, 4>, 2> isCurrent{};  // by side and price: `extremes` is up to date for this bar
+};
+
 }  // namespace
 
-int CSetStepValue::Configure(int newKind, int newDirection, int newPeriod) {
-    if (AnyUnset({newKind, newDirection, newPeriod})) return 0;
+void StepValue::Configure(int newKind, int newDirection, int period) {
     kind = newKind;
     direction = newDirection;
-    period = newPeriod;
     const bool isSimple = period == 1 && kind >= 0 && kind < KindCount && !Kinds[kind].ofTrueBar;
     simple = isSimple ? Kinds[kind].formula : nullptr;
-    return 1;
 }
 
-int CSetStepValue::Reset() {
-    StepValueRecord& live = records.Live();
-    live.extremes = {NoPrices, NoPrices};
-    live.bars.Clear();
-    return 1;
-}
-
-// Each call is the last one of its path, so that no path has to save registers.
-double CSetStepValue::Step(const BarPrices& in) {
-    if (period < 1) return UndefinedValue;
-    StepValueRecord& live = records.Live();
-    BarPrices bar = in;
-    FillGaps(bar, live.previous);
-    if (!live.bars.PushIfSimple(bar)) [[unlikely]] return AfterLargePush(live, bar);
-    return AfterPush(live, bar);
-}
-
-[[gnu::cold, gnu::noinline]] double CSetStepValue::AfterLargePush(StepValueRecord& live, const BarPrices& bar) {
-    live.bars.Push(bar);
-    return AfterPush(live, bar);
-}
-
-inline double CSetStepValue::AfterPush(StepValueRecord& live, const BarPrices& bar) {
-    live.previous = bar;
-    if (live.bars.Size() - 1 > period) live.bars.DropOldest();
-    return simple ? simple(live.previous) : ValueOf(live.previous);
-}
-
-double CSetStepValue::ValueOf(const BarPrices& bar) {
-    isCurrent = {};
+double StepValue::OfWindow(const BarPrices& bar, const StepBars& bars, int period, StepExtremes& extremes) const {
+    ValueWindow window(bars, period, extremes);
     // Kept up to date for any kind, since the kind can change between two bars.
-    BarPrices merged = period > 1 ? Merged(bar) : bar;
+    BarPrices merged = period > 1 ? window.Merged(bar) : bar;
     if (kind < 0 || kind >= KindCount) return UndefinedValue;
     const ValueKind& wanted = Kinds[kind];
-    if (!wanted.formula) return Extreme(direction != 0 ? wanted.first : wanted.second);
+    if (!wanted.formula) return window.Extreme(direction != 0 ? wanted.first : wanted.second);
     if (wanted.ofTrueBar) {
-        const double priorClose = PriceAt(records.Live().bars, ClosePrice, period);
+        const double priorClose = PriceAt(bars, ClosePrice, period);
         const double close = IsUndefined(priorClose) ? bar[ClosePrice] : priorClose;
         merged[HighPrice] = Greater(merged[HighPrice], close);
         merged[LowPrice] = Lesser(merged[LowPrice], close);
     }
     return wanted.formula(merged);
-}
-
-// Merges the last `period` bars into one, or as many as there are. Its open is that of the oldest bar, once there are
-// `period` bars, and that of the newest until then.
-BarPrices CSetStepValue::Merged(const BarPrices& bar) {
-    const double open = PriceAt(records.Live().bars, OpenPrice, period - 1);
-    return {IsUndefined(open) ? bar[OpenPrice] : open, Extreme(HighestHigh), Extreme(LowestLow), bar[ClosePrice]};
-}
-
-// Each extreme is worked out at most once a bar.
-double CSetStepValue::Extreme(WindowExtreme wanted) {
-    const auto [price, side] = wanted;
-    const Bars& bars = records.Live().bars;
-    double& extreme = records.Live().extremes[side][price];
-    if (!isCurrent[side][price]) {
-        extreme = side == Highest ? UpdatedExtreme(bars, price, period, extreme, std::greater<>())
-                                  : UpdatedExtreme(bars, price, period, extreme, std::less<>());
-        isCurrent[side][price] = true;
-    }
-    return extreme;
-}
-
-int CSetStepValue::GetLookback() const { return std::max(period, 0); }
-
-int CSetStepValue::Save(short slot) {
-    records.Save(slot);
-    return 1;
 }
 
 }  // namespace sarvane
