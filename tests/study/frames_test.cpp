@@ -20,7 +20,7 @@ constexpr std::int64_t Second = 1000000000;
 const std::vector<std::string> Columns = {"open", "high", "low", "close", "volume", "time"};
 
 std::int64_t At(int year, unsigned month, unsigned day, int hour = 0, int minute = 0) {
-    const sys_days date = std::chrono::year(year) / month / day;
+    const sys_days date = year_month_day(std::chrono::year(year), std::chrono::month(month), std::chrono::day(day));
     return sys_seconds(date + hours(hour) + minutes(minute)).time_since_epoch().count();
 }
 
