@@ -140,6 +140,7 @@ void RowReader::TakeLayout(Layout found) {
         std::ranges::any_of(titles, [](const auto& title) { return EqualIgnoringCase(title, "time"); });
     if (!hasTime) add("time", NoColumn, false);
     if (wanted) isWanted = wanted(titles, isWanted);
+    isWanted.resize(titles.size(), false);
     uses.assign(found.columns.size(), Skipped);
     uses[found.timeColumn] = Time;
     if (found.clockColumn) uses[*found.clockColumn] = Clock;
