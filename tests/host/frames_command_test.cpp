@@ -40,7 +40,7 @@ std::map<std::string, std::string> LastLines(const std::string& text) {
 
 // Late trades, several of one time and repeated ones leave what a run over all trades in the order of their times gives.
 TEST(Trades, ThatComeInAnyOrderGiveTheBarsOfAllOfThem) {
-    for (const std::string frame : {"1min", "'5min 00:03'", "7ticks", "200volume", "3renko"}) {
+    for (const std::string frame : {"1min", "\"5min 00:03\"", "7ticks", "200volume", "3renko"}) {
         std::mt19937 random(11);
         std::vector<Trade> trades, all;
         int now = 0;
