@@ -27,7 +27,7 @@ public:
     }
     std::string_view Take(std::uint64_t size) {
         isWhole &= size <= rest.size();
-        const std::string_view taken = isWhole ? rest.substr(0, size) : std::string_view();
+        const std::string_view taken = isWhole ? rest.substr(0, static_cast<std::size_t>(size)) : std::string_view();
         rest.remove_prefix(taken.size());
         return taken;
     }
