@@ -24,7 +24,8 @@ std::shared_ptr<const StudyLibrary> Library() {
 std::vector<double> Row(int bar) {
     const double close = 100.0 + bar * 7 % 11 / 4.0;
     if (bar % 13 == 12) return std::vector<double>(Columns.size(), UndefinedValue);
-    return {close - 0.5, close + 1.0, close - bar % 3, close, bar % 5 == 4 ? UndefinedValue : 1000.0 + bar, close / 2};
+    return {close - 0.5, close + 1.0,  close - bar % 3, close, bar % 5 == 4 ? UndefinedValue : 1000.0 + bar,
+            close / 2,   40000.0 * bar};
 }
 
 using Values = std::vector<std::uint64_t>;
