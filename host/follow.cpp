@@ -194,8 +194,9 @@ void Following::Take(const BarRow& row) {
     if (!rowTimes->HasTimes()) Fail("{} is no time, which bars of a frame need", Quoted(row.date));
     const BarRange changed = maker->Take(row, time);
     const std::size_t known = live->Bars().BarCount();
-    const bool areFew = changed.first + 1 >= known || (changed.end == changed.first + 1 && maker->BarCount() == known);
-    if (!areFew) {
+    const bool isAtEnd = changed.first + 1 >= known && maker->BarCount() >= known;
+    const bool isOne = changed.end == changed.first + 1 && maker->BarCount() == known;
+    if (!isAtEnd && !isOne) {
         TakeOver(maker->File());
         return;
     }

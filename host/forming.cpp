@@ -16,13 +16,8 @@ std::size_t FirstOfLast(const BarFile& bars, const std::shared_ptr<const Frame>&
     }
     // The others depend on all bars before.
     BarMaker made(bars.Header(), {frame, false}, false);
-    std::size_t count = 0;
-    for (std::size_t bar = 0; bar < bars.BarCount(); ++bar) {
-        made.Take(bars.Row(bar),
-                  bars.HasTimes() ? bars.Time(bar) : BarTime{std::chrono::sys_seconds(std::chrono::seconds(bar))});
-        if (std::exchange(count, made.BarCount()) < made.BarCount()) first = bar;
-    }
-    return first;
+    made.TakeAll(bars, bars.BarCount());
+    return made.BarCount() > 0 ? made.FirstRow(made.BarCount() - 1) : first;
 }
 
 }  // namespace

@@ -5,6 +5,20 @@
 #include <algorithm>
 
 namespace sarvane::study {
+namespace {
+
+// The shortest step between the first bars, in seconds; 0 without times.
+double BarSeconds(const BarFile& bars) {
+    constexpr std::size_t Sample = 500;
+    double shortest = 0.0;
+    for (std::size_t bar = 1; bars.HasTimes() && bar < std::min(bars.BarCount(), Sample); ++bar) {
+        const double step = std::chrono::duration<double>(bars.Time(bar).second - bars.Time(bar - 1).second).count();
+        if (step > 0.0 && (shortest == 0.0 || step < shortest)) shortest = step;
+    }
+    return shortest;
+}
+
+}  // namespace
 
 std::string TypedText(const ResultColumn& column) {
     const std::size_t suffix = column.output.empty() ? 0 : column.output.size() + 1;
@@ -22,23 +36,12 @@ std::vector<bool> WantedBy(const Library& library, const std::vector<std::string
     return wanted;
 }
 
-// The shortest step between the first bars, in seconds; 0 without times.
-static double BarSeconds(const BarFile& bars) {
-    constexpr std::size_t Sample = 500;
-    double shortest = 0.0;
-    for (std::size_t bar = 1; bars.HasTimes() && bar < std::min(bars.BarCount(), Sample); ++bar) {
-        const double step = std::chrono::duration<double>(bars.Time(bar).second - bars.Time(bar - 1).second).count();
-        if (step > 0.0 && (shortest == 0.0 || step < shortest)) shortest = step;
-    }
-    return shortest;
-}
-
 Study::Study(const Library& library, const BarFile& file, RunSettings how)
-    : bars(file), settings(how), compiler(library.Studies(), file.Columns()),
+    : bars(file), barSeconds(BarSeconds(file)), settings(how), compiler(library.Studies(), file.Columns()),
       row(file.Columns().size(), UndefinedValue) {}
 
 void Study::Add(const std::string& expression, bool allOutputs) {
-    const auto problem = compiler.Add(expression, {settings.operators, allOutputs, BarSeconds(bars)});
+    const auto problem = compiler.Add(expression, {settings.operators, allOutputs, barSeconds});
     // New nodes may have moved all values, even where the expression could not be compiled.
     const Compilation& compiled = compiler.Compiled();
     results.clear();

@@ -69,6 +69,7 @@ public:
 
 private:
     const BarFile& bars;
+    double barSeconds;  // between them; 0 where they have no times
     RunSettings settings;
     Compiler compiler;
     std::vector<double> row;  // the file's columns on the present bar

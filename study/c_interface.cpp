@@ -313,7 +313,8 @@ SarvaneStatus SarvaneCopyStudy(const SarvaneStudy* study, SarvaneStudy** copy) {
         auto compiler = CompiledAgain(*study->compiled);
         if (!compiler) return SARVANE_OUT_OF_MEMORY;  // what could be compiled once lacks only memory
         const Compilation* const compiled = &(*compiler)->Compiled();
-        *copy = new SarvaneStudy{std::move(*compiler), compiled};
+        *copy =
+            new SarvaneStudy{.compiler = std::move(*compiler), .compiled = compiled, .barSeconds = study->barSeconds};
         return SARVANE_OK;
     });
 }
@@ -636,7 +637,8 @@ SarvaneStatus SarvaneReadFrame(const char* text, SarvaneFrame** frame, SarvanePr
         Outcome<Frame> read = Frame::Read(text);
         if (!read) return Refuse(ProblemIn(read.Fault(), {"", text}), SARVANE_WRONG_TEXT, problem);
         if (read->Kind() != FrameKind::Time) {
-            const Problem fault = {.length = std::strlen(text), .message = "only frames of time have a begin by the clock"};
+            const Problem fault = {.length = std::strlen(text),
+                                   .message = "only frames of time have a begin by the clock"};
             return Refuse(ProblemIn(fault, {"", text}), SARVANE_WRONG_TEXT, problem);
         }
         *frame = new SarvaneFrame{std::move(*read)};

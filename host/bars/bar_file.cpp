@@ -36,26 +36,6 @@ void TakeRows(RowReader& reader, RowCollector& rows, TradeFilter& filter, std::p
     }
 }
 
-// The bars that rows are, or those of a frame that they make.
-BarFile BarsIn(const FrameSettings& to, const BarHeader& header, RowCollector rows) {
-    RefuseTrades(header, to);
-    if (!to.frame) return BarFile(header, std::move(rows));
-    BarMaker maker(header, to, false);
-    const auto take = [&](std::size_t count, const auto& source) {
-        for (std::size_t i = 0; i < count; ++i) maker.Take(source.Row(i), source.Time(i));
-    };
-    if (rows.RowCount() > 0 && !rows.Times().HasTimes())
-        Fail("{}: {} holds no times, of which bars of {} are made", header.name, Quoted(header.dateTitle),
-             to.frame->Text());
-    if (header.isTrades) {
-        take(rows.RowCount(), rows);
-    } else {
-        const BarFile bars(header, std::move(rows));
-        take(bars.BarCount(), bars);
-    }
-    return maker.File();
-}
-
 constexpr std::size_t ChunkSize = 1 << 18;
 
 }  // namespace
@@ -138,7 +118,7 @@ BarFile::BarFile(BarHeader first, RowCollector rows) : BarFile(std::move(first),
     if (rows.IsSeries()) {
         columns = rows.TakeColumns();
         times = rows.TakeTimes();
-        FillTimeColumn();
+        WriteTimes();
         return;
     }
     for (std::size_t i = 0; i < rows.RowCount(); ++i) {
@@ -183,34 +163,31 @@ void BarFile::FillTimes() {
     times = std::move(all);
 }
 
-void BarFile::Append(BarRow row) {
+void BarFile::Append(const BarRow& row) {
     FillTimes();
     times.push_back(reader.Read(row.date));
-    SetTime(row.values, times.back());
     columns.Append(row);
+    WriteTime(BarCount() - 1);
 }
 
-void BarFile::Replace(std::size_t bar, std::vector<double> row) {
-    if (header.timeColumn) SetTime(row, Time(bar));
+void BarFile::Replace(std::size_t bar, const std::vector<double>& row) {
     columns.Replace(bar, row);
+    WriteTime(bar);
 }
 
-// A time in seconds as a double is rounded down, so that it stays in its second.
-void BarFile::SetTime(std::vector<double>& row, const BarTime& time) const {
+// Rows have no value in the column of times. A time in seconds is rounded down to a double, so that it stays in its second.
+void BarFile::WriteTime(std::size_t bar) {
     if (!header.timeColumn) return;
     if (!reader.HasTimes())
         Fail("{}: {} holds no times, which the expressions need", header.name, Quoted(header.dateTitle));
+    const BarTime time = Time(bar);
     const auto second = static_cast<double>(time.second.time_since_epoch().count());
     const double whole = second + static_cast<double>(time.fraction.count()) / 1e9;
-    row[*header.timeColumn] = whole < second + 1.0 ? whole : std::nextafter(second + 1.0, second);
+    columns.values[*header.timeColumn][bar] = whole < second + 1.0 ? whole : std::nextafter(second + 1.0, second);
 }
 
-void BarFile::FillTimeColumn() {
-    std::vector<double> row(header.titles.size());
-    for (std::size_t bar = 0; header.timeColumn && bar < BarCount(); ++bar) {
-        SetTime(row, Time(bar));
-        columns.values[*header.timeColumn][bar] = row[*header.timeColumn];
-    }
+void BarFile::WriteTimes() {
+    for (std::size_t bar = 0; header.timeColumn && bar < BarCount(); ++bar) WriteTime(bar);
 }
 
 // Day and month of all dates change places if the bars are still in order then.
@@ -223,7 +200,7 @@ bool BarFile::ReadAnew(std::string_view date) {
     reader = std::move(other);
     times = std::move(otherTimes);
     ++timeChanges;
-    FillTimeColumn();
+    WriteTimes();
     return true;
 }
 

@@ -54,9 +54,9 @@ public:
     // bar and is none of the bars.
     std::size_t BarOf(std::string_view date);
     // Adds a bar with a date behind all bars.
-    void Append(BarRow row);
+    void Append(const BarRow& row);
     // Gives a bar other values; its date stays.
-    void Replace(std::size_t bar, std::vector<double> row);
+    void Replace(std::size_t bar, const std::vector<double>& row);
 
     // How many times it was found that dates are written in another way than was thought, so that all times changed.
     std::size_t TimeChanges() const { return timeChanges; }
@@ -67,8 +67,8 @@ public:
 private:
     bool ReadAnew(std::string_view date);
     void FillTimes();
-    void FillTimeColumn();
-    void SetTime(std::vector<double>& row, const BarTime& time) const;
+    void WriteTime(std::size_t bar);
+    void WriteTimes();
 
     BarHeader header;
     TimeReader reader;

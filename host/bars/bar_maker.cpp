@@ -26,6 +26,44 @@ std::int64_t NanosecondsOf(const BarTime& time) {
 
 }  // namespace
 
+void RefuseTrades(const BarHeader& header, const FrameSettings& to) {
+    if (header.isTrades && !to.frame)
+        Fail("{}: these are trades; --to 1min makes bars of them, and --to 1ticks a bar of each", header.name);
+}
+
+WantedColumns WantedWith(const FrameSettings& to, WantedColumns wanted) {
+    if (!to.frame || !wanted) return wanted;
+    return
+        [to, wanted = std::move(wanted)](const std::vector<std::string>& titles, const std::vector<bool>& hasNumbers) {
+            std::vector<bool> all = wanted(titles, hasNumbers);
+            all.resize(titles.size(), false);
+            const FrameColumns at = FrameColumns::Among(titles);
+            const char* missing = nullptr;
+            std::vector<std::size_t> read = at.ReadBy(to.frame->Kind(), missing);
+            if (to.fills) read.push_back(at.close);
+            for (const std::size_t column : read) {
+                if (column != FrameColumns::None && column != at.time) all[column] = true;
+            }
+            return all;
+        };
+}
+
+BarFile BarsIn(const FrameSettings& to, const BarHeader& header, RowCollector rows) {
+    RefuseTrades(header, to);
+    if (!to.frame) return BarFile(header, std::move(rows));
+    BarMaker maker(header, to, false);
+    if (rows.RowCount() > 0 && !rows.Times().HasTimes())
+        Fail("{}: {} holds no times, of which bars of {} are made", header.name, Quoted(header.dateTitle),
+             to.frame->Text());
+    if (header.isTrades) {
+        for (std::size_t i = 0; i < rows.RowCount(); ++i) maker.Take(rows.Row(i), rows.Time(i));
+    } else {
+        const BarFile bars(header, std::move(rows));
+        maker.TakeAll(bars, bars.BarCount());
+    }
+    return maker.File();
+}
+
 BarMaker::BarMaker(const BarHeader& source, const FrameSettings& settings, bool isOpen)
     : header(source), frame(settings.frame), bars(BarsOf(source, settings, isOpen)) {
     header.isTrades = false;
@@ -39,6 +77,11 @@ BarRange BarMaker::Take(const BarRow& row, const BarTime& time) {
     for (std::size_t bar = changed.first; bar < changed.end && !haveClocks; ++bar)
         haveClocks = bars.Time(bar) % DayLength != 0;
     return changed;
+}
+
+void BarMaker::TakeAll(const BarFile& file, std::size_t end) {
+    const auto place = [](std::size_t bar) { return BarTime{std::chrono::sys_seconds(std::chrono::seconds(bar))}; };
+    for (std::size_t bar = 0; bar < end; ++bar) Take(file.Row(bar), file.HasTimes() ? file.Time(bar) : place(bar));
 }
 
 BarRow BarMaker::Row(std::size_t bar) const {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bars/row_collector.h"
+#include "bars/row_reader.h"
 
 #include <boost/icl/interval_set.hpp>
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace sarvane::study {
 // Drops trades whose id has come before.
 class TradeFilter {
 public:
-    // Rows without an id always are.
+    // Whether no row before had the row's id. Rows without an id are always new.
     bool IsNew(const BarRow& row);
     // What the user should know of the trades since the last call; empty if all were new.
     std::string Notice();
@@ -23,11 +23,5 @@ private:
     std::unordered_set<std::string> texts;            // other ids
     std::size_t dropped = 0;
 };
-
-// Fails for trades that no frame makes bars of.
-void RefuseTrades(const BarHeader& header, const FrameSettings& to);
-
-// The wanted columns, and those that a frame goes by.
-WantedColumns WantedWith(const FrameSettings& to, WantedColumns wanted);
 
 }  // namespace sarvane::study

@@ -18,18 +18,18 @@ namespace sarvane::study {
 // time, as if the run had ended there.
 class Recording {
 public:
-    // Runs the expressions over the bars from the first one to `lastBar`, and shows that one.
+    // Runs the expressions over the bars from the first one to `lastBar`, and shows that one. The bars must outlive it.
     Recording(const Library& library, const BarFile& bars, const std::vector<std::string>& expressions,
               const RunSettings& settings, std::size_t lastBar);
 
     const Library& Operators() const { return library; }
     std::span<const NodeText> Nodes() const { return graph->Nodes(); }
-    const std::vector<std::string>& Columns() const { return columns; }
+    const std::vector<std::string>& Columns() const { return bars->Columns(); }
     const std::vector<ResultColumn>& Results() const { return results; }
     // The bar that is looked at; an earlier one with `Show`.
     std::size_t LastBar() const { return lastBar; }
     void Show(std::size_t bar) { lastBar = bar; }
-    const std::string& Date(std::size_t bar) const { return dates[bar]; }
+    std::string Date(std::size_t bar) const { return std::string(bars->Date(bar)); }
     // Bar by bar, up to the one that is looked at.
     std::span<const double> Values(Place place) const { return std::span(values[place]).first(lastBar + 1); }
     double Value(Place place) const { return values[place][lastBar]; }
@@ -41,8 +41,8 @@ public:
     std::map<std::string, std::vector<double>>& Worked() const { return worked; }
 
     struct Longer;
-    // A run over the longer bars that the bars up to the one that is looked at make, of the graph behind an `at`. Nothing
-    // if there is no such bar yet.
+    // A recording of what `at` calculates inside: over the longer bars that are made of the bars up to the one that is
+    // looked at. Nothing if there is no such bar yet.
     std::optional<Longer> OverLonger(const NodeText& node) const;
 
 private:
@@ -50,15 +50,12 @@ private:
     void Run(const RunStart& start, const std::function<std::vector<double>(std::size_t bar)>& row);
 
     const Library& library;
-    BarHeader header;
-    std::vector<std::string> columns;
+    std::shared_ptr<const BarFile> bars;
     std::shared_ptr<Compiler> compiler;  // that the graph belongs to
     Graph* graph;
     RunSettings settings;
     std::vector<ResultColumn> results;
     std::size_t lastBar;
-    std::vector<std::string> dates;
-    std::vector<BarTime> times;                                      // empty if the bars have none
     std::vector<std::vector<double>> values;                         // by place
     mutable std::map<std::uint64_t, std::vector<double>> constants;  // by their bits
     mutable std::map<std::string, std::vector<double>> worked;

@@ -62,7 +62,8 @@ public:
     const double& Newest(int bars = 0) const { return rows[n - 1 - bars][value]; }
     template <bool InFours, class Use>
     void OldestFirst(int count, Use use, int skipped) const {
-        ranges.OldestFirst<InFours>(value, count, [&](const auto& row) { use(row[value]); }, skipped);
+        ranges.OldestFirst<InFours>(
+            value, count, [&](const auto& row) { use(row[value]); }, skipped);
     }
 
 private:

@@ -87,7 +87,8 @@ class CTDReboOp : public Described<CTDReboOp, CDefZelmorOp2> {
                    lags[DownLow], lags[UpBase], basePeriod);
     }
     long long Lookback() const {
-        return std::max({2, rangeValues.GetLookback(), baseValues.GetLookback(), rangeLength, std::ranges::max(lags)}) + 2LL;
+        return std::max({2, rangeValues.GetLookback(), baseValues.GetLookback(), rangeLength, std::ranges::max(lags)}) +
+               2LL;
     }
     auto Steps() { return std::tie(rangeValues, baseValues); }
 

@@ -49,7 +49,8 @@ double CSetStepMA::Step(double value) {
     if (IsUndefined(value)) return UndefinedValue;
     // A window of one input needs no record, so a missing input that comes later has nothing to repeat.
     if (count <= 1 && kind != StepExp) return count == 1 ? value : UndefinedValue;
-    if (!live.window.PushIfSimple(value)) [[unlikely]] return AfterLargePush(live, value);
+    if (!live.window.PushIfSimple(value)) [[unlikely]]
+        return AfterLargePush(live, value);
     return AfterPush(live, value);
 }
 

@@ -52,9 +52,11 @@ Outcome<Frame> Frame::Read(std::string_view given) {
     };
     const std::vector<std::string_view> words = WordsOf(given);
     const std::string_view name = words.empty() ? std::string_view() : words[0];
-    const std::string unknown = "\"" + std::string(given) +
-                                "\" is no frame; write 5min, 1h, 1d, 1W, 1M, '1h 09:30 America/New_York', 100ticks, "
-                                "5bars, 10000volume, 1e6value, 2range, 2renko or heikinashi";
+    const auto unknown = [&] {
+        return wrong("\"" + std::string(given) +
+                     "\" is no frame; write 5min, 1h, 1d, 1W, 1M, '1h 09:30 America/New_York', 100ticks, 5bars, "
+                     "10000volume, 1e6value, 2range, 2renko or heikinashi");
+    };
     Frame frame;
     if (EqualIgnoringCase(name, "heikinashi") && words.size() == 1) {
         frame.kind = FrameKind::HeikinAshi;
@@ -64,7 +66,7 @@ Outcome<Frame> Frame::Read(std::string_view given) {
     const auto [number, error] = std::from_chars(name.data(), name.data() + name.size(), frame.size);
     const std::string_view digits = name.substr(0, static_cast<std::size_t>(number - name.data()));
     const std::string_view unit = name.substr(digits.size());
-    if (error != std::errc() || unit.empty()) return wrong(unknown);
+    if (error != std::errc() || unit.empty()) return unknown();
     if (!(frame.size > 0.0 && frame.size < 1e300)) return wrong("the size of a frame is above 0");
 
     struct Named {
@@ -89,7 +91,7 @@ Outcome<Frame> Frame::Read(std::string_view given) {
     });
     const auto sized =
         std::ranges::find_if(Kinds, [&](const Sized& known) { return EqualIgnoringCase(unit, known.name); });
-    if (span == std::end(Spans) && sized == std::end(Kinds)) return wrong(unknown);
+    if (span == std::end(Spans) && sized == std::end(Kinds)) return unknown();
     const bool isWhole = frame.size == std::floor(frame.size) && frame.size <= 1e6;
     if (sized != std::end(Kinds)) {
         if (words.size() > 1) return wrong("only frames of time have a session");
@@ -101,7 +103,7 @@ Outcome<Frame> Frame::Read(std::string_view given) {
     }
     if (!isWhole) return wrong("a frame of time is a whole number of its unit, at most a million");
     frame.unit = span->unit;
-    frame.isWeeks = span->name == "W";
+    frame.startsOnMonday = span->name == "W";
     frame.length = static_cast<std::int64_t>(frame.size) * span->length;
     constexpr std::int64_t DayLength = 86400;
     if (frame.IsBelowDay() && frame.length >= DayLength)
@@ -152,7 +154,7 @@ Stretch Frame::Around(std::int64_t time) const {
         return {begin, std::min(begin + length, end)};
     }
     if (unit == Unit::Day) {
-        const std::int64_t origin = isWeeks ? FirstMonday : 0;
+        const std::int64_t origin = startsOnMonday ? FirstMonday : 0;
         const std::int64_t first = FloorTo(day.time_since_epoch().count() - origin, length) + origin;
         return {number(StartOf(local_days(days(first)))), number(StartOf(local_days(days(first + length))))};
     }

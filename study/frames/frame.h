@@ -27,17 +27,17 @@ struct Stretch {
 
 class Frame {
 public:
-    // Reads a frame, in any letter case but for W and M:
+    // Reads a frame, in any letter case but for M, which is a month while 1m is refused:
     //
     //     1s 5min 1h 1d 1W 1M 1Y  [session's start, as in 09:30, or start-end]  [zone]
     //     100ticks 5bars 10000volume 1e6value 2.5range 2renko heikinashi
     //
-    // Days begin at the session's start, midnight unless it is given, by the clocks of the zone, UTC unless it is given.
-    // Stretches below a day are counted from there on, weeks begin on Monday, months on the first.
+    // A day begins at the session's start by the clocks of the zone: at midnight and in UTC where these are not given.
+    // Seconds, minutes and hours are counted from there on. Weeks begin on Monday, months on the first.
     static Outcome<Frame> Read(std::string_view text);
 
     FrameKind Kind() const { return kind; }
-    // As `Read` takes it, in one form.
+    // As `Read` takes it, with one blank between its words.
     const std::string& Text() const { return text; }
     // What `Kind` asks for: a count, volume, value, range or height.
     double Size() const { return size; }
@@ -46,13 +46,12 @@ public:
 
     bool IsBelowDay() const { return unit == Unit::Second; }
     Stretch Around(std::int64_t time) const;
-    // Whether a time lies in the hours of a session whose start and end are given.
+    // Whether the session has an end of its own, not the start of the next one.
     bool HasSessionEnd() const { return sessionEnd > sessionStart; }
     // The session of the day that a time belongs to. Without an end it is a whole day long.
     Stretch SessionAround(std::int64_t time) const;
-    // The most that a bar of the frame holds of bars that are themselves so many seconds long. Where that is 0, for not
-    // known, they are taken to be a minute long, or a day in frames of days or longer. Frames that go by volume or price
-    // tell nothing, and give 1.
+    // How many bars of so many seconds a bar of the frame can hold. A length of 0 is not known: it counts as a minute, or
+    // as a day in frames of a day and longer. It is 1 for frames that go by volume or price, where nobody knows.
     std::size_t MostBars(double barSeconds) const;
     // The length of a stretch in seconds, the shortest one where months differ; 0 for frames that are not of time.
     double Seconds() const;
@@ -70,7 +69,7 @@ private:
     double size = 0.0;
     Unit unit = Unit::Second;
     std::int64_t length = 0;  // in that unit
-    bool isWeeks = false;
+    bool startsOnMonday = false;
     std::chrono::seconds sessionStart{};
     std::chrono::seconds sessionEnd{};
     Zone zone;

@@ -31,15 +31,13 @@ ColumnRule RuleOf(std::string_view column) {
     return found == std::end(Rules) ? ColumnRule::Last : found->rule;
 }
 
-std::vector<std::string_view> ColumnsOf(FrameKind kind) {
-    switch (kind) {
-    case FrameKind::Volume: return {"volume"};
-    case FrameKind::Value: return {"close", "volume"};
-    case FrameKind::Range: return {"high", "low", "close"};
-    case FrameKind::Renko: return {"close", "volume"};
-    case FrameKind::HeikinAshi: return {"open", "high", "low", "close"};
-    default: return {};
-    }
+FrameColumns FrameColumns::Among(const std::vector<std::string>& names) {
+    const auto find = [&](std::string_view name) {
+        const auto found =
+            std::ranges::find_if(names, [&](const std::string& known) { return EqualIgnoringCase(known, name); });
+        return found == names.end() ? None : static_cast<std::size_t>(found - names.begin());
+    };
+    return {find("time"), find("open"), find("high"), find("low"), find("close"), find("volume")};
 }
 
 std::vector<std::size_t> FrameColumns::ReadBy(FrameKind kind, const char*& missing) const {
@@ -49,20 +47,19 @@ std::vector<std::size_t> FrameColumns::ReadBy(FrameKind kind, const char*& missi
         read.push_back(column);
     };
     missing = nullptr;
-    const bool hasRange = high != None && low != None;
     switch (kind) {
     case FrameKind::Time: need(time, "time"); break;
     case FrameKind::Count: break;
     case FrameKind::Value: need(close, "close"); [[fallthrough]];
     case FrameKind::Volume: need(volume, "volume"); break;
     case FrameKind::Range:
-        if (hasRange) {
-            read = {high, low};
-        } else {
-            need(close, "close");
-        }
+        need(Highest(), "close");
+        need(Lowest(), "close");
         break;
-    case FrameKind::Renko: need(close, "close"); break;
+    case FrameKind::Renko:
+        need(close, "close");
+        if (volume != None) read.push_back(volume);
+        break;
     case FrameKind::HeikinAshi:
         need(open, "open");
         need(high, "high");
@@ -73,8 +70,8 @@ std::vector<std::size_t> FrameColumns::ReadBy(FrameKind kind, const char*& missi
     return read;
 }
 
-// Whether a bar is not the forming one's any more.
-bool FrameBar::Begins(State& state, const double* row) const {
+// Whether a new bar begins with `row`.
+bool FrameBar::Begins(const State& state, const double* row) const {
     switch (kind) {
     case FrameKind::Time: {
         const double time = row[at.time];
@@ -84,8 +81,7 @@ bool FrameBar::Begins(State& state, const double* row) const {
     case FrameKind::Volume:
     case FrameKind::Value: return state.amount >= size;
     case FrameKind::Range: {
-        const bool hasRange = at.high != FrameColumns::None && at.low != FrameColumns::None;
-        const double high = row[hasRange ? at.high : at.close], low = row[hasRange ? at.low : at.close];
+        const double high = row[at.Highest()], low = row[at.Lowest()];
         if (!IsNumber(high) || !IsNumber(low) || IsUndefined(state.low)) return false;
         return std::max(high, state.high) - std::min(low, state.low) > size;
     }
@@ -120,8 +116,7 @@ void FrameBar::Count(State& state, const double* row) const {
     case FrameKind::Volume: state.amount += Amount(row[at.volume]); break;
     case FrameKind::Value: state.amount += Amount(row[at.close] * Amount(row[at.volume])); break;
     case FrameKind::Range: {
-        const bool hasRange = at.high != FrameColumns::None && at.low != FrameColumns::None;
-        const double high = row[hasRange ? at.high : at.close], low = row[hasRange ? at.low : at.close];
+        const double high = row[at.Highest()], low = row[at.Lowest()];
         if (!IsNumber(high) || !IsNumber(low)) break;
         state.high = IsUndefined(state.high) ? high : std::max(state.high, high);
         state.low = IsUndefined(state.low) ? low : std::min(state.low, low);
@@ -131,7 +126,7 @@ void FrameBar::Count(State& state, const double* row) const {
     }
 }
 
-// How many bricks the price adds, upwards or, below 0, downwards. Volume waits for the next brick.
+// How many bricks the price adds: above 0 upwards, below 0 downwards. Its volume waits in the state for the next brick.
 double FrameBar::BricksOf(State& state, const double* row) const {
     if (at.volume != FrameColumns::None) state.amount += Amount(row[at.volume]);
     const double price = row[at.close];

@@ -4,9 +4,11 @@
 #include "sarvane/component.h"
 #include "sarvane/values.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,9 +21,6 @@ enum class ColumnRule : unsigned char { First, Greatest, Least, Last, Sum, Start
 // the time at which the frame starts, or its first bar, for "time", and else the last value.
 ColumnRule RuleOf(std::string_view column);
 
-// Names of the columns that a frame of this kind may go by, without that of the time.
-std::vector<std::string_view> ColumnsOf(FrameKind kind);
-
 // Where a frame finds what it goes by, among the values of a bar.
 struct FrameColumns {
     static constexpr std::size_t None = static_cast<std::size_t>(-1);
@@ -29,19 +28,24 @@ struct FrameColumns {
     std::size_t open = None, high = None, low = None, close = None;
     std::size_t volume = None;
 
+    // Where columns of these names stand, in any letter case.
+    static FrameColumns Among(const std::vector<std::string>& names);
     // The columns that a frame of this kind reads; `missing` becomes the name of one that is not there but must be.
     std::vector<std::size_t> ReadBy(FrameKind kind, const char*& missing) const;
+    // What the greatest and the least price of a bar are for frames by range: the close alone where one is missing.
+    std::size_t Highest() const { return low == None ? close : high == None ? close : high; }
+    std::size_t Lowest() const { return Highest() == high ? low : close; }
 };
 
-// Makes bars of a frame from bars that come one by one. What it knows of the bar that is forming is a record, which its
-// owner keeps and copies: so a bar can be taken back, and comes again with other values.
+// Makes bars of a frame from bars that come one by one. The longer bar that is not complete yet is the forming one. What is
+// known of it lies in a State and in an array of its values, which the caller keeps: whoever copies both can go back.
 //
-// A bar without a time, or with one before the start of the forming bar, belongs to that. A bar is closed when the next
-// one begins. Bricks of Renko begin at multiples of their height from the first price on; one is added when the price
-// lies a whole brick above or below the last one (Steve Nison, Beyond Candlesticks, 1994). The closing price of a
-// Heikin-Ashi bar is the mean of the four prices, and its open the middle of the last such bar (Dan Valcu, Using the
-// Heikin-Ashi Technique, Technical Analysis of Stocks & Commodities, February 2004). Bars of volume and value as Marcos
-// Lopez de Prado, Advances in Financial Machine Learning, 2018, chapter 2, has them.
+// A bar without a time belongs to the forming one, and so does one whose time lies before the forming bar's begin. A bar is
+// closed when the next one begins.
+//
+// Sources. Volume and value: Marcos Lopez de Prado, Advances in Financial Machine Learning, 2018, chapter 2. Renko: Steve
+// Nison, Beyond Candlesticks, 1994; bricks begin at multiples of their height from the first price on. Heikin-Ashi: Dan
+// Valcu, Using the Heikin-Ashi Technique, Technical Analysis of Stocks & Commodities, February 2004.
 class FrameBar {
 public:
     struct State {
@@ -63,11 +67,12 @@ public:
 
     FrameBar(std::shared_ptr<const Frame> made, const FrameColumns& where, std::vector<Column> read)
         : frame(std::move(made)), at(where), columns(std::move(read)), kind(frame->Kind()), size(frame->Size()) {
-        for (const Column& column : columns) (column.rule == ColumnRule::Last ? lastValues : others).push_back(column);
+        const auto isLast = [](const Column& column) { return column.rule == ColumnRule::Last; };
+        others = std::ranges::partition(columns, isLast).begin() - columns.begin();
     }
 
-    // Takes the next bar into `state` and `bar`. `close` is called, and may fail, as often as a bar is closed by it, ahead
-    // of any change of `bar`. Answers S_FALSE if the forming bar stays as it is, or a failure.
+    // Takes the next bar, `row`, into `state` and the forming bar, `bar`. `close` is called each time that the forming bar is
+    // complete, while `bar` still holds it. Answers S_OK, the failure of `close`, or E_INVALIDARG for too many bricks.
     template <class Close>
     HRESULT Take(State& state, const double* row, double* bar, Close close) const {
         if (StaysInStretch(state, row)) {
@@ -77,21 +82,23 @@ public:
         return TakeOther(state, row, bar, close);
     }
 
-    // Whether a bar belongs to the stretch of time of the forming one. Then `Add` takes it, into what was `before`.
+    // Whether `row` belongs to the stretch of time of the forming bar. Then `bar` becomes what was `before`, and `row`.
     bool StaysInStretch(const State& state, const double* row) const {
         return kind == FrameKind::Time && !(row[at.time] >= state.end) && state.hasBar;
     }
     void Add(const double* row, const double* before, double* bar) const {
-        for (const Column& column : lastValues) {
-            const double value = row[column.source];
-            bar[column.target] = IsUndefined(value) ? before[column.target] : value;
+        const auto firstOther = columns.begin() + others;
+        for (auto column = columns.begin(); column != firstOther; ++column) {
+            const double value = row[column->source];
+            bar[column->target] = IsUndefined(value) ? before[column->target] : value;
         }
-        for (const Column& column : others) {
-            const double value = row[column.source], whole = before[column.target];
-            bar[column.target] = IsUndefined(value) ? whole : Combined(column.rule, whole, value);
+        for (auto column = firstOther; column != columns.end(); ++column) {
+            const double value = row[column->source], whole = before[column->target];
+            bar[column->target] = IsUndefined(value) ? whole : Combined(column->rule, whole, value);
         }
     }
-    // For any other bar.
+
+private:
     template <class Close>
     HRESULT TakeOther(State& state, const double* row, double* bar, Close close) const {
         if (kind == FrameKind::Renko) {
@@ -104,7 +111,7 @@ public:
                 }
                 AddBrick(state, step, row, bar);
             }
-            return bricks != 0.0 ? S_OK : S_FALSE;
+            return S_OK;
         }
         if (!state.hasBar || Begins(state, row)) {
             if (state.hasBar) {
@@ -119,7 +126,6 @@ public:
         return S_OK;
     }
 
-private:
     static double Combined(ColumnRule rule, double whole, double value) {
         if (IsUndefined(whole)) return rule == ColumnRule::Start ? whole : value;
         switch (rule) {
@@ -129,7 +135,7 @@ private:
         default: return whole;
         }
     }
-    bool Begins(State& state, const double* row) const;
+    bool Begins(const State& state, const double* row) const;
     void Start(State& state, const double* row, double* bar) const;
     void Count(State& state, const double* row) const;
     double BricksOf(State& state, const double* row) const;
@@ -139,8 +145,8 @@ private:
     std::shared_ptr<const Frame> frame;
     mutable Stretch begun;  // last: a tick begins it again
     FrameColumns at;
-    std::vector<Column> columns;
-    std::vector<Column> lastValues, others;  // the same by their rule
+    std::vector<Column> columns;  // those that keep the last value come first
+    std::ptrdiff_t others;        // place of the first one behind these
     FrameKind kind;
     double size;
 };

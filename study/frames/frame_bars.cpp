@@ -10,19 +10,15 @@ namespace {
 
 constexpr std::int64_t Second = 1000000000;  // in nanoseconds
 
-// The second that a time lies in. As a double it is exact, so that no time is rounded into the next stretch.
-double SecondOf(std::int64_t time) { return static_cast<double>(time / Second - (time % Second < 0 ? 1 : 0)); }
+// The second that a time lies in. A double holds it exactly, so that no time is rounded into the next stretch.
+std::int64_t SecondOf(std::int64_t time) { return time / Second - (time % Second < 0 ? 1 : 0); }
 
 }  // namespace
 
 Outcome<FrameBars> FrameBars::Over(std::shared_ptr<const Frame> frame, const std::vector<std::string>& columns,
                                    const FrameBarsSettings& settings) {
-    const auto find = [&](std::string_view name) {
-        const auto found =
-            std::ranges::find_if(columns, [&](const std::string& column) { return EqualIgnoringCase(column, name); });
-        return found == columns.end() ? FrameColumns::None : static_cast<std::size_t>(found - columns.begin());
-    };
-    const FrameColumns at = {columns.size(), find("open"), find("high"), find("low"), find("close"), find("volume")};
+    FrameColumns at = FrameColumns::Among(columns);
+    at.time = columns.size();  // behind the row's own values
     const char* missing = nullptr;
     at.ReadBy(frame->Kind(), missing);
     if (missing) {
@@ -48,9 +44,8 @@ FrameBars::FrameBars(std::shared_ptr<const Frame> made, FrameBar taker, std::vec
       lastTime(std::numeric_limits<std::int64_t>::min()) {}
 
 HRESULT FrameBars::Take(std::int64_t time, const double* row, BarRange& changed) {
-    const bool isAgain = settings.source == FrameSource::Bars && time == lastTime && hasRows;
+    const bool isAgain = settings.source == FrameSource::Bars && time == lastTime && rowCount > 0;
     const bool isLate = time < lastTime;
-    lateRows += isLate;
     if (!settings.isOpen && (isLate || isAgain)) return E_INVALIDARG;
     if (isLate) return TakeLate(time, row, changed);
     changed.first = isAgain ? countBefore - stateBefore.hasBar : times.size() - state.hasBar;
@@ -69,7 +64,7 @@ HRESULT FrameBars::Take(std::int64_t time, const double* row, BarRange& changed)
         }
         if (times.size() > count) changed.first = count;  // the bar before has closed as it was
     } else {
-        status = Append(0, time, row);
+        status = Append(time, row);
         if (times.size() > count) changed.first = count;
     }
     changed.end = times.size();
@@ -85,6 +80,7 @@ HRESULT FrameBars::TakeAgain(const double* row) {
         state = stateBefore;
         forming = formingBefore;
         Truncate(countBefore, closedBefore);
+        rowCount = rowTimes.size() - 1;
         return AppendKept(rowTimes.size() - 1);
     };
     const HRESULT status = take(row);
@@ -127,35 +123,39 @@ HRESULT FrameBars::AppendKept(std::size_t row) {
     formingBefore = forming;
     countBefore = times.size();
     closedBefore = closedCount;
-    return Append(row, rowTimes[row], rows.data() + row * width);
+    return Append(rowTimes[row], rows.data() + row * width);
 }
 
-HRESULT FrameBars::Append(std::size_t row, std::int64_t time, const double* values) {
+void FrameBars::SetPresent(std::int64_t time, const double* values) {
     std::copy_n(values, width, present.begin());
-    present[width] = SecondOf(time);
+    present[width] = static_cast<double>(SecondOf(time));
+}
+
+HRESULT FrameBars::Append(std::int64_t time, const double* values) {
+    SetPresent(time, values);
     const double end = state.end;
     const HRESULT status = bars.Take(state, present.data(), forming.data(), [&] {
-        if (times.size() == closedCount) Begin(row, time);  // a brick behind another one
+        if (times.size() == closedCount) Begin(time);  // a brick behind another one
         Close();
         return S_OK;
     });
     if (FAILED(status)) return status;
-    lastTime = time;
-    hasRows = true;
     if (state.hasBar && times.size() == closedCount) {
-        if (settings.fills && closedCount > 0) Fill(row, end, state.begin);
-        Begin(row, time);
+        if (settings.fills && closedCount > 0) Fill(end, state.begin);
+        Begin(time);
     }
+    lastTime = time;
+    ++rowCount;
     return S_OK;
 }
 
-void FrameBars::Begin(std::size_t row, std::int64_t time) {
+void FrameBars::Begin(std::int64_t time) {
     if (frame->Kind() == FrameKind::Time) {
         times.push_back(static_cast<std::int64_t>(state.begin) * Second);
     } else {
         times.push_back(times.empty() ? time : std::max(time, times.back() + 1));
     }
-    if (settings.isOpen) firstRows.push_back(row);
+    firstRows.push_back(rowCount);
 }
 
 void FrameBars::Close() {
@@ -164,7 +164,7 @@ void FrameBars::Close() {
 }
 
 // Bars for the stretches of the session between the end of one bar and the begin of the next.
-void FrameBars::Fill(std::size_t row, double end, double begin) {
+void FrameBars::Fill(double end, double begin) {
     const auto next = static_cast<std::int64_t>(begin), last = static_cast<std::int64_t>(end) - 1;
     const Stretch before = frame->SessionAround(last), behind = frame->SessionAround(next);
     const auto isIn = [](const Stretch& session, std::int64_t time) {
@@ -181,7 +181,7 @@ void FrameBars::Fill(std::size_t row, double end, double begin) {
         }
         const Stretch stretch = frame->Around(time);
         times.push_back(stretch.begin * Second);
-        if (settings.isOpen) firstRows.push_back(row);
+        firstRows.push_back(rowCount);
         const double close = closeColumn == FrameColumns::None ? UndefinedValue : closed[closeColumn].back();
         for (std::size_t column = 0; column < width; ++column) {
             std::vector<double>& values = closed[column];
@@ -209,16 +209,16 @@ void FrameBars::Truncate(std::size_t count, std::size_t closedBars) {
 bool FrameBars::RebuildOne(std::size_t place, bool isNew, BarRange& changed) {
     if (frame->Kind() != FrameKind::Time || settings.fills) return false;
     const auto bar = static_cast<std::size_t>(std::ranges::upper_bound(times, rowTimes[place]) - times.begin()) - 1;
-    if (bar >= closedCount || rowTimes[place] / Second >= frame->Around(times[bar] / Second).end) return false;
+    if (bar >= closedCount || SecondOf(rowTimes[place]) >= frame->Around(times[bar] / Second).end) return false;
     for (std::size_t later = bar + 1; isNew && later < times.size(); ++later) ++firstRows[later];
     FrameBar::State fresh;
     std::vector<double> values(width, UndefinedValue);
     for (std::size_t row = firstRows[bar]; row < firstRows[bar + 1]; ++row) {
-        std::copy_n(rows.data() + row * width, width, present.begin());
-        present[width] = SecondOf(rowTimes[row]);
+        SetPresent(rowTimes[row], rows.data() + row * width);
         bars.Take(fresh, present.data(), values.data(), [] { return S_OK; });
     }
     for (std::size_t column = 0; column < width; ++column) closed[column][bar] = values[column];
+    rowCount = rowTimes.size();
     if (bar == closedBefore) {  // it was forming ahead of the last row, which may come again
         stateBefore = fresh;
         formingBefore = values;
@@ -241,6 +241,7 @@ HRESULT FrameBars::Rebuild(std::size_t place, BarRange& changed) {
     }
     state = {};
     Truncate(first, first);
+    rowCount = row;
     HRESULT status = S_OK;
     for (; row < rowTimes.size() && SUCCEEDED(status); ++row) status = AppendKept(row);
     changed = {first, times.size()};

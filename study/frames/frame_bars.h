@@ -48,22 +48,23 @@ public:
     double Value(std::size_t column, std::size_t bar) const {
         return bar == closedCount ? forming[column] : closed[column][bar];
     }
-    // Rows that came behind one with a later time.
-    std::size_t LateRows() const { return lateRows; }
+    // The first row that a bar is made of, counted from 0; for a bar that fills a gap the first one behind it.
+    std::size_t FirstRow(std::size_t bar) const { return firstRows[bar]; }
 
 private:
     FrameBars(std::shared_ptr<const Frame> made, FrameBar taker, std::vector<ColumnRule> byColumn, std::size_t closes,
               const FrameBarsSettings& how);
 
-    HRESULT Append(std::size_t row, std::int64_t time, const double* values);
+    HRESULT Append(std::int64_t time, const double* values);
     HRESULT AppendKept(std::size_t row);
     HRESULT TakeAgain(const double* row);
     HRESULT TakeLate(std::int64_t time, const double* row, BarRange& changed);
     bool RebuildOne(std::size_t place, bool isNew, BarRange& changed);
     HRESULT Rebuild(std::size_t place, BarRange& changed);
-    void Begin(std::size_t row, std::int64_t time);
+    void Begin(std::int64_t time);
     void Close();
-    void Fill(std::size_t row, double end, double begin);
+    void Fill(double end, double begin);
+    void SetPresent(std::int64_t time, const double* values);
     void Truncate(std::size_t bars, std::size_t closedBars);
 
     std::shared_ptr<const Frame> frame;
@@ -78,16 +79,15 @@ private:
     std::vector<double> forming;              // values of the last bar
     std::vector<std::vector<double>> closed;  // of those ahead of it, by column
     std::size_t closedCount = 0;
-    std::vector<std::int64_t> times;  // by bar
-    std::size_t lateRows = 0;
+    std::vector<std::int64_t> times;     // by bar
+    std::vector<std::size_t> firstRows;  // by bar
     std::int64_t lastTime;
-    bool hasRows = false;
+    std::size_t rowCount = 0;
 
     // What an open series keeps.
     std::vector<std::int64_t> rowTimes;
     std::vector<double> rows;
-    std::vector<std::size_t> firstRows;  // by bar
-    FrameBar::State stateBefore;         // ahead of the last row
+    FrameBar::State stateBefore;  // ahead of the last row
     std::vector<double> formingBefore;
     std::size_t countBefore = 0, closedBefore = 0;
 };

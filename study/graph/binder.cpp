@@ -568,9 +568,7 @@ Outcome<Operand> Binder::BindFrame(const Expression& call, const Scope& scope) {
     if (isClosed && !EqualIgnoringCase(ParameterText(call.parts[2], scope), "closed")) {
         return Fault(call.parts[2], scope, "write at(1W, x), or at(1W, x, closed) for the last closed bar");
     }
-    FrameColumns at;
-    const auto find = [&](std::string_view name) { return FindColumn(name).value_or(FrameColumns::None); };
-    at = {find("time"), find("open"), find("high"), find("low"), find("close"), find("volume")};
+    const FrameColumns at = FrameColumns::Among(columns);
     const char* missing = nullptr;
     at.ReadBy(frame->Kind(), missing);
     if (missing) {

@@ -116,10 +116,7 @@ HRESULT Graph::Step(const double* row, int bar) {
 HRESULT Graph::Step(int bar) {
     if (isStopped) return E_OUTOFMEMORY;
     isStopped = true;
-    double* const place = values.data();
-    for (const auto& node : nodes) {
-        if (const HRESULT status = node->Step(place, bar); FAILED(status)) return status;
-    }
+    if (const HRESULT status = StepEach(nodes, values.data(), bar); FAILED(status)) return status;
     isStopped = false;
     return S_OK;
 }

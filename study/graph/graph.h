@@ -29,12 +29,13 @@ class Frame;
 // What at(frame, x) shows: the longer bar that forms, or the last one that is closed.
 enum class FrameView { Forming, Closed };
 
-// Which longer bars a node goes by, and the graph that it drives over them, whose columns are those of the graph around it.
+// Of a node for at(frame, x): the frame, and the inner graph, which calculates x over the longer bars. Its columns are those
+// of the outer graph, which holds the node.
 struct FrameText {
     std::shared_ptr<const Frame> frame;
     FrameView view;
-    Graph* inner;                // belongs to the node; whoever runs it must reset the graph around it afterwards
-    std::vector<Place> results;  // places of the inner graph that the node's outputs come from
+    Graph* inner;                // belongs to the node; who runs it by itself must reset the outer graph afterwards
+    std::vector<Place> results;  // places in the inner graph of what the node gives
 };
 
 // What a node was made of, for people.
@@ -101,7 +102,7 @@ public:
     bool DropsHigherSlots() const { return dropsHigherSlots; }
     // Tells how an operator that was added keeps snapshots.
     void NoteSlots(const std::string& keyword, bool keepsSnapshots, bool dropsHigher);
-    // Notes that a node of this graph drives another one, with a slot more than this one has.
+    // Notes that a node of this graph holds another graph, which needs a slot more than this one.
     void NoteInner(const Graph& inner);
     // The greatest number of a snapshot.
     short MostSlot() const { return mostSlot; }
@@ -125,10 +126,7 @@ public:
         const std::span<const std::unique_ptr<Node>> steps = nodes;
         for (int bar = 0; bar < count; ++bar) {
             before(bar);
-            HRESULT status = S_OK;
-            for (const auto& node : steps) {
-                if (status = node->Step(place, bar); FAILED(status)) break;
-            }
+            const HRESULT status = StepEach(steps, place, bar);
             after(bar);
             if (FAILED(status)) return status;
         }
@@ -142,16 +140,11 @@ public:
     HRESULT Restore(short slot);
     void SetPriceStep(double step);
 
-    // The same for a graph inside a node, whose own graph keeps account of slots and failures: nothing but the nodes. A
-    // status other than S_OK ends a step; all nodes are saved and restored to the last.
-    HRESULT StepNodes() {
-        double* const place = values.data();
-        for (const auto& node : nodes) {
-            if (const HRESULT status = node->Step(place, 0); FAILED(status)) return status;
-        }
-        return S_OK;
-    }
-    // Restores and steps each node in turn: none reads what a later one remembers.
+    // The same for a graph that is held by a node of another one. That one keeps account of slots and failures, so that
+    // these calls only go through the nodes. Each longer bar is the last one when it comes, and has the index 0.
+    HRESULT StepNodes() { return StepEach(nodes, values.data(), 0); }
+    // Restores and steps each node in turn, which is the same as restoring all of them first: what a node remembers is
+    // changed by no node ahead of it.
     HRESULT StepNodesFrom(short slot) {
         double* const place = values.data();
         for (const auto& node : nodes) {
@@ -181,6 +174,12 @@ public:
     const double* Values() const { return values.data(); }
 
 private:
+    static HRESULT StepEach(std::span<const std::unique_ptr<Node>> steps, double* place, int bar) {
+        for (const auto& node : steps) {
+            if (const HRESULT status = node->Step(place, bar); FAILED(status)) return status;
+        }
+        return S_OK;
+    }
     static std::string KeyOf(const std::string& rule, const std::vector<Place>& inputs);
     std::size_t NodeBehind(Place place) const;
     void RemoveFrom(std::size_t firstNode);
