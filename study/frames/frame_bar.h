@@ -68,7 +68,7 @@ public:
     FrameBar(std::shared_ptr<const Frame> made, const FrameColumns& where, std::vector<Column> read)
         : frame(std::move(made)), at(where), columns(std::move(read)), kind(frame->Kind()), size(frame->Size()) {
         const auto isLast = [](const Column& column) { return column.rule == ColumnRule::Last; };
-        others = std::ranges::partition(columns, isLast).begin() - columns.begin();
+        others = std::partition(columns.begin(), columns.end(), isLast) - columns.begin();
     }
 
     // Takes the next bar, `row`, into `state` and the forming bar, `bar`. `close` is called each time that the forming bar is
