@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstddef>
+
 namespace sarvane::study {
 
-// Makes room for one more element, so that adding it can't fail. Grows as adding does: not with every element.
+// Makes room for `more` elements, so that adding them can't fail. Grows as adding does: not with every element.
 template <class List>
-void MakeRoom(List& list) {
-    if (list.size() == list.capacity()) list.reserve(2 * list.size() + 1);
+void MakeRoom(List& list, std::size_t more = 1) {
+    if (list.capacity() - list.size() < more) list.reserve(2 * list.size() + more);
 }
 
 }  // namespace sarvane::study

@@ -307,7 +307,7 @@ Json ExplanationJson(const Recording& run) {
     const auto nodes = run.Nodes();
     for (std::size_t n = 0; n < nodes.size(); ++n) {
         const NodeText& node = nodes[n];
-        if (node.outputCount == 0) continue;
+        if (node.outputCount == 0 || node.text.empty()) continue;  // says nothing to people
         Json made = {{"part", fmt::format("#{}", n + 1)}, {"text", node.text}, {"reads", Json::array()}};
         for (std::size_t i = 0; i < node.inputs.size(); ++i) {
             Json input = {{"from", PlaceName(run, node.inputs[i])}, {"value", ValueJson(run.Value(node.inputs[i]))}};

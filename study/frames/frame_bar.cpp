@@ -13,6 +13,16 @@ constexpr double LatestTime = 1e11;  // seconds; farther than any bar
 
 bool IsNumber(double value) { return std::isfinite(value) && !IsUndefined(value); }
 
+double Combined(ColumnRule rule, double whole, double value) {
+    if (IsUndefined(whole)) return rule == ColumnRule::Start ? whole : value;
+    switch (rule) {
+    case ColumnRule::Greatest: return value > whole || value != value ? value : whole;
+    case ColumnRule::Least: return value < whole || value != value ? value : whole;
+    case ColumnRule::Sum: return whole + value;
+    default: return whole;
+    }
+}
+
 // What counts towards a volume or a value.
 double Amount(double value) { return IsNumber(value) && value > 0.0 ? value : 0.0; }
 
@@ -68,6 +78,13 @@ std::vector<std::size_t> FrameColumns::ReadBy(FrameKind kind, const char*& missi
         break;
     }
     return read;
+}
+
+void FrameBar::AddOthers(const double* row, const double* before, double* bar) const {
+    for (const Column& column : others) {
+        const double value = row[column.source], whole = before[column.target];
+        bar[column.target] = IsUndefined(value) ? whole : Combined(column.rule, whole, value);
+    }
 }
 
 // Whether a new bar begins with `row`.

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -67,35 +69,36 @@ public:
 
     FrameBar(std::shared_ptr<const Frame> made, const FrameColumns& where, std::vector<Column> read)
         : frame(std::move(made)), at(where), columns(std::move(read)), kind(frame->Kind()), size(frame->Size()) {
+        clock = kind == FrameKind::Time ? at.time : 0;
         const auto isLast = [](const Column& column) { return column.rule == ColumnRule::Last; };
-        others = std::partition(columns.begin(), columns.end(), isLast) - columns.begin();
+        std::ranges::copy_if(columns, std::back_inserter(lasts), isLast);
+        std::ranges::remove_copy_if(columns, std::back_inserter(others), isLast);
     }
 
     // Takes the next bar, `row`, into `state` and the forming bar, `bar`. `close` is called each time that the forming bar is
     // complete, while `bar` still holds it. Answers S_OK, the failure of `close`, or E_INVALIDARG for too many bricks.
     template <class Close>
     HRESULT Take(State& state, const double* row, double* bar, Close close) const {
-        if (StaysInStretch(state, row)) {
+        if (kind == FrameKind::Time && IsAhead(row, StretchEnd(state))) {
             Add(row, bar, bar);
             return S_OK;
         }
         return TakeOther(state, row, bar, close);
     }
 
-    // Whether `row` belongs to the stretch of time of the forming bar. Then `bar` becomes what was `before`, and `row`.
-    bool StaysInStretch(const State& state, const double* row) const {
-        return kind == FrameKind::Time && !(row[at.time] >= state.end) && state.hasBar;
+    // Where the stretch of time of the forming bar ends; ahead of all times if the frame goes by something else. A row
+    // ahead of it only adds to the forming bar.
+    double StretchEnd(const State& state) const {
+        return kind == FrameKind::Time && state.hasBar ? state.end : -std::numeric_limits<double>::infinity();
     }
+    bool IsAhead(const double* row, double end) const { return row[clock] < end; }
+    // Makes of `bar` what was `before`, and `row`.
     void Add(const double* row, const double* before, double* bar) const {
-        const auto firstOther = columns.begin() + others;
-        for (auto column = columns.begin(); column != firstOther; ++column) {
-            const double value = row[column->source];
-            bar[column->target] = IsUndefined(value) ? before[column->target] : value;
+        for (const Column& column : lasts) {
+            const double value = row[column.source];
+            bar[column.target] = IsUndefined(value) ? before[column.target] : value;
         }
-        for (auto column = firstOther; column != columns.end(); ++column) {
-            const double value = row[column->source], whole = before[column->target];
-            bar[column->target] = IsUndefined(value) ? whole : Combined(column->rule, whole, value);
-        }
+        if (!others.empty()) AddOthers(row, before, bar);
     }
 
 private:
@@ -126,15 +129,7 @@ private:
         return S_OK;
     }
 
-    static double Combined(ColumnRule rule, double whole, double value) {
-        if (IsUndefined(whole)) return rule == ColumnRule::Start ? whole : value;
-        switch (rule) {
-        case ColumnRule::Greatest: return value > whole || value != value ? value : whole;
-        case ColumnRule::Least: return value < whole || value != value ? value : whole;
-        case ColumnRule::Sum: return whole + value;
-        default: return whole;
-        }
-    }
+    void AddOthers(const double* row, const double* before, double* bar) const;
     bool Begins(const State& state, const double* row) const;
     void Start(State& state, const double* row, double* bar) const;
     void Count(State& state, const double* row) const;
@@ -145,8 +140,9 @@ private:
     std::shared_ptr<const Frame> frame;
     mutable Stretch begun;  // last: a tick begins it again
     FrameColumns at;
-    std::vector<Column> columns;  // those that keep the last value come first
-    std::ptrdiff_t others;        // place of the first one behind these
+    std::size_t clock = 0;  // column of the time; any other one if the frame does not go by time
+    std::vector<Column> columns;
+    std::vector<Column> lasts, others;  // those that keep the last value, and the others
     FrameKind kind;
     double size;
 };

@@ -604,6 +604,12 @@ Operand Binder::AddFrame(const std::shared_ptr<const Frame>& frame, const FrameC
     std::ranges::for_each(bound.prices, show);
     for (const NamedOutput& output : bound.outputs) show(output.place);
 
+    // The outer graph wants the results one behind the other, as the last values of the inner one.
+    if (view == FrameView::Forming && !inner->EndsWith(shown)) {
+        inner->AddNode("copy", "", shown, shown.size(),
+                       [&](Place to) { return std::make_unique<CopyNode>(shown, to); });
+    }
+
     std::set<Place> used;  // columns
     const auto use = [&](Place place) {
         if (place < columns.size()) used.insert(place);
@@ -621,12 +627,13 @@ Operand Binder::AddFrame(const std::shared_ptr<const Frame>& frame, const FrameC
     std::string rule = "at " + frame->Text() + end + " {" + inner->Rules() + "}";
     for (const Place place : shown) rule.append(" ").append(std::to_string(place));
     Graph* driven = nullptr;  // by a new node; an equal one has its own
-    const Place first = graph->AddNode(
-        rule, written(bound.text), std::vector<Place>(used.begin(), used.end()), shown.size(), [&](Place to) {
-            graph->NoteInner(*inner);
-            driven = inner.get();
-            return std::make_unique<FrameNode>(FrameBar(frame, at, rules), view, std::move(inner), width, shown, to);
-        });
+    const Place first = graph->AddFrameNode(rule, written(bound.text), std::vector<Place>(used.begin(), used.end()),
+                                            shown.size(), view == FrameView::Forming, *inner, [&](Place to) {
+                                                graph->NoteInner(*inner);
+                                                driven = inner.get();
+                                                return std::make_unique<FrameNode>(FrameBar(frame, at, rules), view,
+                                                                                   std::move(inner), width, shown, to);
+                                            });
 
     if (driven) graph->Note(first, FrameText{frame, view, driven, shown});
 

@@ -12,119 +12,121 @@ FrameNode::FrameNode(FrameBar bars, FrameView what, std::unique_ptr<Graph> graph
     if (view == FrameView::Closed) shown.assign(sources.size(), UndefinedValue);
 }
 
-// Each longer bar is the last one when it comes.
 HRESULT FrameNode::Reset(const RunStart& start) {
+    stands = Standing::AtHome;
+    record = closed = nullptr;
     forming = {};
     std::ranges::fill(shown, UndefinedValue);
-    restored = sameStretch = nullptr;
     home = 0;
-    stands = Inner::AtHome;
-    return inner->Reset({0, start.holdsInputs});
+    const HRESULT status = inner->Reset({0, start.holdsInputs, true});
+    bar = inner->Columns();
+    return status;
 }
 
 // A tick of a bar inside of the longer one comes most often, and is kept short.
 HRESULT FrameNode::Step(double* values, int) {
-    const Record* const before = restored;
-    if (!before || !frame.StaysInStretch(before->forming, values)) [[unlikely]]
+    if (stands != Standing::Restored || !frame.IsAhead(values, record->end)) [[unlikely]]
         return StepOther(values);
-    frame.Add(values, before->bar.data(), inner->Columns());
-    restored = nullptr;
-    sameStretch = before;
-    stands = Inner::Ahead;
-    const HRESULT status = inner->StepNodesFrom(home);
-    double* result = values + output;
-    for (const Place source : sources) *result++ = inner->Values()[source];
-    return status;
+    stands = Standing::Ticked;
+    frame.Add(values, record->bar.data(), bar);
+    return S_OK;
 }
 
 [[gnu::noinline]] HRESULT FrameNode::StepOther(double* values) {
+    const Record* const since = stands == Standing::Restored ? record : nullptr;
+    int closes = 0;
     TakeRecord();
-    const HRESULT taken = frame.Take(forming, values, inner->Columns(), [this] { return Close(); });
+    const HRESULT taken = frame.Take(
+        forming, values, bar, [&] { return ++closes == 1 && since && since == closed ? CloseAgain() : Close(); });
     if (FAILED(taken)) return taken;
-    double* result = values + output;
     if (view == FrameView::Closed) {
-        std::ranges::copy(shown, result);
-        return S_OK;
+        std::ranges::copy(shown, values + output);
+        return SkipsInner;
     }
     if (!forming.hasBar) {
-        std::fill_n(result, sources.size(), UndefinedValue);
-        return S_OK;
+        std::fill_n(values + output, sources.size(), UndefinedValue);
+        return SkipsInner;
     }
-    const HRESULT status = StepForming();
-    for (const Place source : sources) *result++ = inner->Values()[source];
-    return status;
+    return StartForming(closes == 1 ? since : nullptr);
+}
+
+// Gets the inner graph ready to take in the forming bar. The state ahead of that bar lies above all slots that the host
+// has saved: a save may give up those above it.
+HRESULT FrameNode::StartForming(const Record* closedSince) {
+    if (home == 0) {
+        home = static_cast<short>(records.size() + 1);
+        closed = nullptr;
+        if (const HRESULT status = inner->SaveNodes(home); status != S_OK)
+            return FAILED(status) ? status : E_UNEXPECTED;
+        closed = closedSince;
+        closedHome = home;
+    }
+    const HRESULT status = GoHome();
+    if (status != S_OK) return FAILED(status) ? status : E_UNEXPECTED;
+    stands = Standing::Ahead;
+    return S_OK;
 }
 
 HRESULT FrameNode::GoHome() {
-    return std::exchange(stands, Inner::AtHome) == Inner::AtHome ? S_OK : inner->RestoreNodes(home);
+    return std::exchange(stands, Standing::AtHome) == Standing::AtHome ? S_OK : inner->RestoreNodes(home);
 }
 
 // The forming bar is as it was when the inner graph took it in, if it did.
 HRESULT FrameNode::Close() {
-    if (stands != Inner::Ahead) {
-        HRESULT status = GoHome();
-        if (status == S_OK) status = inner->StepNodes();
-        if (status != S_OK) return SUCCEEDED(status) ? E_UNEXPECTED : status;
+    if (std::exchange(stands, Standing::AtHome) == Standing::AtHome) {
+        if (const HRESULT status = inner->StepNodes(); FAILED(status)) return status;
     }
-    stands = Inner::AtHome;
     home = 0;
     for (std::size_t i = 0; i < shown.size(); ++i) shown[i] = inner->Values()[sources[i]];
     return S_OK;
 }
 
-// The state ahead of the forming bar lies above all slots that the host has saved: a save may give up those above it.
-HRESULT FrameNode::StepForming() {
-    if (home == 0) {
-        home = static_cast<short>(records.size() + 1);
-        if (const HRESULT status = inner->SaveNodes(home); status != S_OK) return status;
-    }
-    if (const HRESULT status = GoHome(); status != S_OK) return status;
-    stands = Inner::Ahead;
-    return inner->StepNodes();
+HRESULT FrameNode::CloseAgain() {
+    home = closedHome;
+    const HRESULT status = inner->RestoreNodes(home);
+    return status == S_OK || FAILED(status) ? status : E_UNEXPECTED;
 }
 
 HRESULT FrameNode::Save(short slot) {
     const auto place = static_cast<std::size_t>(slot) - 1;
     while (records.size() <= place) {
-        auto record = std::make_unique<Record>();  // a whole one, or none if memory runs out
-        record->bar.resize(width, UndefinedValue);
-        record->shown.resize(shown.size(), UndefinedValue);
-        records.push_back(std::move(record));
+        auto made = std::make_unique<Record>(static_cast<short>(records.size() + 1));
+        made->bar.resize(width, UndefinedValue);
+        made->shown.resize(shown.size(), UndefinedValue);
+        records.push_back(std::move(made));  // a whole one, or none if memory runs out
     }
     TakeRecord();
-    HRESULT status = GoHome();
-    if (status == S_OK && home != slot) status = inner->SaveNodes(slot);
-    if (status != S_OK) return status;
-    home = slot;
-    Record& record = *records[place];
-    record.forming = forming;
-    std::copy_n(inner->Columns(), width, record.bar.begin());
-    std::ranges::copy(shown, record.shown.begin());
+    closed = nullptr;
+    if (const HRESULT status = GoHome(); status != S_OK) return status;
+    if (home != slot) {
+        home = 0;  // until the save is whole
+        HRESULT status = inner->SaveNodes(slot);
+        if (status == S_OK)
+            status = inner->RestoreNodes(slot);  // the ticks to come find the state shared with the slot
+        if (status != S_OK) return status;
+        home = slot;
+    }
+    Record& saved = *records[place];
+    saved.forming = forming;
+    saved.end = frame.StretchEnd(view == FrameView::Forming ? forming : FrameBar::State());
+    std::copy_n(bar, width, saved.bar.begin());
+    std::ranges::copy(shown, saved.shown.begin());
     return S_OK;
 }
 
-// The inner graph of a forming bar goes back when it is needed: mostly it takes in a bar at once.
 HRESULT FrameNode::Restore(short slot) {
-    const auto place = static_cast<std::size_t>(slot) - 1;
-    if (place >= records.size()) return S_FALSE;
-    restored = records[place].get();
-    home = slot;
-    stands = Inner::Away;
-    return view == FrameView::Forming ? S_OK : RestoreClosed();
-}
-
-[[gnu::noinline]] HRESULT FrameNode::RestoreClosed() {
-    TakeRecord();
-    return GoHome();
+    record = records[static_cast<std::size_t>(slot) - 1].get();
+    stands = Standing::Restored;
+    return S_OK;
 }
 
 void FrameNode::TakeRecord() {
-    if (const Record* const record = std::exchange(sameStretch, nullptr)) forming = record->forming;
-    if (!restored) return;
-    const Record& record = *std::exchange(restored, nullptr);
-    forming = record.forming;
-    std::ranges::copy(record.bar, inner->Columns());
-    std::ranges::copy(record.shown, shown.begin());
+    if (stands != Standing::Restored && stands != Standing::Ticked) return;
+    forming = record->forming;
+    home = record->slot;
+    std::ranges::copy(record->shown, shown.begin());
+    if (std::exchange(stands, stands == Standing::Ticked ? Standing::Ahead : Standing::AtHome) == Standing::Restored)
+        std::ranges::copy(record->bar, bar);
 }
 
 }  // namespace sarvane::study

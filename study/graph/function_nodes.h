@@ -60,6 +60,21 @@ private:
     Place input, output;
 };
 
+// Puts values from different places one behind the other.
+class CopyNode final : public Node {
+public:
+    CopyNode(std::vector<Place> from, Place to) : inputs(std::move(from)), output(to) {}
+    HRESULT Step(double* values, int) override {
+        double* result = values + output;
+        for (const Place input : inputs) *result++ = values[input];
+        return S_OK;
+    }
+
+private:
+    std::vector<Place> inputs;
+    Place output;
+};
+
 // if(condition, a, b): `a` where the condition is not 0, `b` where it is.
 class ChoiceNode final : public Node {
 public:

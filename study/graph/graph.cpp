@@ -11,6 +11,7 @@ Place Graph::AddConstant(double value) {
     MakeRoom(values);
     const auto [known, isNew] = constants.try_emplace(std::bit_cast<std::uint64_t>(value), values.size());
     if (isNew) values.push_back(value);
+    present = values.data();
     return known->second;
 }
 
@@ -18,6 +19,44 @@ std::string Graph::KeyOf(const std::string& rule, const std::vector<Place>& inpu
     std::string key = rule;
     for (const Place input : inputs) key.append(" @").append(std::to_string(input));
     return key;
+}
+
+// The output of a node that is there already, which then has one more use.
+std::optional<Place> Graph::UseAgain(const std::string& key) {
+    const auto known = byKey.find(key);
+    if (known == byKey.end()) return std::nullopt;
+    NodeText& node = texts[known->second];
+    ++node.uses;
+    return node.output;
+}
+
+// Nothing below the key's entry can fail: a node is added whole or not at all.
+void Graph::Append(const std::string& key, NodeText text, std::unique_ptr<Node> node) {
+    values.resize(text.output + text.outputCount, UndefinedValue);
+    present = values.data();
+    MakeRoom(texts);
+    MakeRoom(nodes);
+    MakeRoom(steps);
+    byKey.emplace(key, nodes.size());
+    texts.push_back(std::move(text));
+    steps.push_back({node.get(), 0});
+    nodes.push_back(std::move(node));
+}
+
+// `around` has room for the values and the steps.
+void Graph::MoveInto(Graph& around, Place block) {
+    std::ranges::copy(values, around.values.begin() + static_cast<std::ptrdiff_t>(block));
+    for (const NodeStep& step : steps) around.steps.push_back({step.node, block + step.place});
+    std::vector<double>().swap(values);
+    present = nullptr;
+    outer = &around;
+    outerPlace = block;
+}
+
+bool Graph::EndsWith(const std::vector<Place>& outputs) const {
+    if (texts.empty() || texts.back().outputCount != outputs.size()) return false;
+    Place next = texts.back().output;
+    return std::ranges::all_of(outputs, [&](Place output) { return output == next++; }) && next == values.size();
 }
 
 // The node that writes a place; the number of nodes if none does.
@@ -73,6 +112,7 @@ Place Graph::CloseLoop(Place memory, Place value, const std::string& text) {
 
 void Graph::RemoveFrom(std::size_t firstNode) {
     values.resize(texts[firstNode].output);
+    steps.erase(std::ranges::find(steps, nodes[firstNode].get(), &NodeStep::node), steps.end());
     texts.resize(firstNode);
     nodes.resize(firstNode);
     std::erase_if(byKey, [&](const auto& entry) { return entry.second >= firstNode; });
@@ -101,6 +141,7 @@ std::string Graph::Rules() const {
 
 HRESULT Graph::Reset(const RunStart& start) {
     isStopped = true;
+    if (outer) present = outer->present + outerPlace;
     for (const auto& node : nodes) {
         if (const HRESULT status = node->Reset(start); FAILED(status)) return status;
     }
@@ -109,14 +150,16 @@ HRESULT Graph::Reset(const RunStart& start) {
 }
 
 HRESULT Graph::Step(const double* row, int bar) {
-    std::copy_n(row, columns, values.begin());
-    return Step(bar);
+    std::copy_n(row, columns, Columns());
+    return StepColumns(bar);
 }
 
-HRESULT Graph::Step(int bar) {
+HRESULT Graph::Step(int bar) { return StepColumns(bar); }
+
+inline HRESULT Graph::StepColumns(int bar) {
     if (isStopped) return E_OUTOFMEMORY;
     isStopped = true;
-    if (const HRESULT status = StepEach(nodes, values.data(), bar); FAILED(status)) return status;
+    if (const HRESULT status = StepEach(steps, Columns(), bar); FAILED(status)) return status;
     isStopped = false;
     return S_OK;
 }

@@ -57,6 +57,8 @@ struct NodeText {
 class Graph {
 public:
     explicit Graph(std::size_t columnCount) : values(columnCount, UndefinedValue), columns(columnCount) {}
+    Graph(const Graph&) = delete;
+    Graph& operator=(const Graph&) = delete;
 
     Place AddConstant(double value);
 
@@ -66,21 +68,27 @@ public:
     Place AddNode(const std::string& rule, const std::string& text, std::vector<Place> inputs, std::size_t outputCount,
                   Make make) {
         const std::string key = KeyOf(rule, inputs);
-        if (const auto known = byKey.find(key); known != byKey.end()) {
-            ++texts[known->second].uses;
-            return texts[known->second].output;
-        }
+        if (const auto known = UseAgain(key)) return *known;
         const Place output = values.size();
         std::unique_ptr<Node> node = make(output);
         if (!node) return NoPlace;
-        // Nothing below the key's entry can fail: a node is added whole or not at all.
-        NodeText made = {rule, text, std::move(inputs), output, outputCount};
-        values.resize(output + outputCount, UndefinedValue);
-        MakeRoom(texts);
-        MakeRoom(nodes);
-        byKey.emplace(key, nodes.size());
-        texts.push_back(std::move(made));
-        nodes.push_back(std::move(node));
+        Append(key, {rule, text, std::move(inputs), output, outputCount}, std::move(node));
+        return output;
+    }
+    // The same for a node with a graph of its own, `inner`, which is complete. Its values move into this graph's array, and
+    // its nodes are stepped and restored behind the node. The node's outputs are the last of these values if they
+    // `areInside`, and else stand behind them.
+    template <class Make>
+    Place AddFrameNode(const std::string& rule, const std::string& text, std::vector<Place> inputs,
+                       std::size_t outputCount, bool areInside, Graph& inner, Make make) {
+        const std::string key = KeyOf(rule, inputs);
+        if (const auto known = UseAgain(key)) return *known;
+        const Place block = values.size(), behind = block + inner.values.size();
+        const Place output = areInside ? behind - outputCount : behind;
+        std::unique_ptr<Node> node = make(output);
+        MakeRoom(steps, 1 + inner.steps.size());
+        Append(key, {rule, text, std::move(inputs), output, outputCount}, std::move(node));
+        inner.MoveInto(*this, block);
         return output;
     }
 
@@ -92,6 +100,8 @@ public:
     Place CloseLoop(Place memory, Place value, const std::string& text);
 
     std::span<const NodeText> Nodes() const { return texts; }
+    // Whether the last values of all are the outputs of one node, and these.
+    bool EndsWith(const std::vector<Place>& outputs) const;
     // Notes which operator writes from a place on.
     void Note(Place output, OperatorText called) { texts[NodeBehind(output)].called = std::move(called); }
     void Note(Place output, FrameText frame) { texts[NodeBehind(output)].frame = std::move(frame); }
@@ -122,18 +132,18 @@ public:
     HRESULT StepAll(int count, Before before, After after) {
         if (isStopped) return E_OUTOFMEMORY;
         isStopped = true;
-        double* const place = values.data();
-        const std::span<const std::unique_ptr<Node>> steps = nodes;
+        double* const place = Columns();
+        const std::span<const NodeStep> each = steps;
         for (int bar = 0; bar < count; ++bar) {
             before(bar);
-            const HRESULT status = StepEach(steps, place, bar);
+            const HRESULT status = StepEach(each, place, bar);
             after(bar);
             if (FAILED(status)) return status;
         }
         isStopped = false;
         return S_OK;
     }
-    double* Columns() { return values.data(); }
+    double* Columns() { return present; }
     // Copy the running state to a snapshot and back. Slot 0 is the running state itself. S_FALSE, with nothing done, for
     // a negative slot and one that was not saved. E_INVALIDARG for a save above `MostSlot`.
     HRESULT Save(short slot);
@@ -142,19 +152,8 @@ public:
 
     // The same for a graph that is held by a node of another one. That one keeps account of slots and failures, so that
     // these calls only go through the nodes. Each longer bar is the last one when it comes, and has the index 0.
-    HRESULT StepNodes() { return StepEach(nodes, values.data(), 0); }
-    // Restores and steps each node in turn, which is the same as restoring all of them first: what a node remembers is
-    // changed by no node ahead of it.
-    HRESULT StepNodesFrom(short slot) {
-        double* const place = values.data();
-        for (const auto& node : nodes) {
-            HRESULT status = node->Restore(slot);
-            if (status == S_OK) status = node->Step(place, 0);
-            if (status != S_OK) [[unlikely]]
-                return status;
-        }
-        return S_OK;
-    }
+    HRESULT StepNodes() { return StepEach(steps, Columns(), 0); }
+    std::size_t StepCount() const { return steps.size(); }
     HRESULT SaveNodes(short slot) {
         for (const auto& node : nodes) {
             if (const HRESULT status = node->Save(slot); status != S_OK) return status;
@@ -162,31 +161,48 @@ public:
         return S_OK;
     }
     HRESULT RestoreNodes(short slot) {
-        HRESULT worst = S_OK;
-        for (const auto& node : nodes) {
-            if (const HRESULT status = node->Restore(slot); status != S_OK && !FAILED(worst)) [[unlikely]]
-                worst = status;
-        }
-        return worst;
-    }
-
-    // The values of the last bar that was taken in.
-    const double* Values() const { return values.data(); }
-
-private:
-    static HRESULT StepEach(std::span<const std::unique_ptr<Node>> steps, double* place, int bar) {
-        for (const auto& node : steps) {
-            if (const HRESULT status = node->Step(place, bar); FAILED(status)) return status;
+        for (const NodeStep& step : steps) {
+            if (const HRESULT status = step.node->Restore(slot); status != S_OK) [[unlikely]]
+                return status;
         }
         return S_OK;
     }
+
+    // The values of the last bar that was taken in.
+    const double* Values() const { return present; }
+
+private:
+    // A node of this graph, or of one that a node ahead of it holds.
+    struct NodeStep {
+        Node* node;
+        Place place;  // of the first value of the node's graph
+    };
+
+    static HRESULT StepEach(std::span<const NodeStep> steps, double* values, int bar) {
+        for (auto step = steps.begin(); step != steps.end(); ++step) {
+            const HRESULT status = step->node->Step(values + step->place, bar);
+            if (status != S_OK) [[unlikely]] {
+                if (FAILED(status)) return status;
+                if (status == SkipsInner) step += static_cast<std::ptrdiff_t>(step->node->InnerSteps());
+            }
+        }
+        return S_OK;
+    }
+    HRESULT StepColumns(int bar);
+    std::optional<Place> UseAgain(const std::string& key);
+    void Append(const std::string& key, NodeText text, std::unique_ptr<Node> node);
+    void MoveInto(Graph& around, Place block);
     static std::string KeyOf(const std::string& rule, const std::vector<Place>& inputs);
     std::size_t NodeBehind(Place place) const;
     void RemoveFrom(std::size_t firstNode);
 
-    std::vector<double> values;
+    std::vector<double> values;       // of this graph and of those that its nodes hold
+    Graph* outer = nullptr;           // if not null, its array holds the values of this graph instead
+    Place outerPlace = 0;             // from here on
+    double* present = values.data();  // the values; of a graph that a node holds, from its reset on
     std::size_t columns;
     std::vector<std::unique_ptr<Node>> nodes;  // each behind those that it reads
+    std::vector<NodeStep> steps;               // what a bar goes through, in this order
     std::vector<NodeText> texts;               // by node
     std::map<std::string, std::size_t> byKey;  // to the node
     std::map<std::uint64_t, Place> constants;  // by their bits

@@ -20,7 +20,11 @@ inline constexpr Place NoPlace = static_cast<Place>(-1);
 struct RunStart {
     int lastBar = 0;           // index of the series' last bar, where it is known; else 0
     bool holdsInputs = false;  // bar arithmetic repeats a missing input
+    bool isLonger = false;     // over longer bars, each of which is the last one when it comes: its index is 0
 };
+
+// What a node answers to Step if the nodes of the graph that it holds must not be stepped on this bar.
+inline constexpr HRESULT SkipsInner = 2;
 
 class Node {
 public:
@@ -33,6 +37,8 @@ public:
     // like a stack: a save may give up the slots above.
     virtual HRESULT Save(short) { return S_OK; }
     virtual HRESULT Restore(short) { return S_OK; }
+    // How many steps of the graph around it belong to the graph that it holds.
+    virtual std::size_t InnerSteps() const { return 0; }
     // Hands over the price step to round to.
     virtual void SetPriceStep(double) {}
 };

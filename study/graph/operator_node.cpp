@@ -29,6 +29,7 @@ void OperatorNode::SetPriceStep(double step) {
 HRESULT OperatorNode::Reset(const RunStart& start) {
     for (double& value : in) value = UndefinedValue;  // no seeds
     steppedSinceSave = false;
+    indexMask = start.isLonger ? 0 : -1;
     return barOp ? barOp->ResetBar(start.holdsInputs ? 1 : 0, start.lastBar, inCount, in.data())
                  : op->Reset(inCount, in.data());
 }
@@ -46,7 +47,7 @@ HRESULT OperatorNode::StepOnCopy(double* values, int bar) {
 
 inline HRESULT OperatorNode::StepOn(const double* inputs, double* values, int bar) {
     steppedSinceSave = true;
-    return barOp ? barOp->CalculateBar(bar, inCount, inputs, outCount, values + output)
+    return barOp ? barOp->CalculateBar(bar & indexMask, inCount, inputs, outCount, values + output)
                  : op->Calculate(inCount, inputs, outCount, values + output);
 }
 

@@ -34,6 +34,7 @@ private:
     bool readsInPlace;  // the inputs stand one behind the other among the values of the graph, and need no copy
     Place firstSource;  // if so
     int outCount;
+    int indexMask = -1;  // 0 where every bar has the index 0
     Place output;
     bool keepsSnapshots;  // else restoring succeeds on any slot, and takes back the last bar
     bool steppedSinceSave = false;
