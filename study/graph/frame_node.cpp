@@ -90,7 +90,8 @@ HRESULT FrameNode::CloseAgain() {
 HRESULT FrameNode::Save(short slot) {
     const auto place = static_cast<std::size_t>(slot) - 1;
     while (records.size() <= place) {
-        auto made = std::make_unique<Record>(static_cast<short>(records.size() + 1));
+        auto made = std::make_unique<Record>();
+        made->slot = static_cast<short>(records.size() + 1);
         made->bar.resize(width, UndefinedValue);
         made->shown.resize(shown.size(), UndefinedValue);
         records.push_back(std::move(made));  // a whole one, or none if memory runs out

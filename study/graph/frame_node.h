@@ -32,11 +32,11 @@ public:
 private:
     // What a snapshot holds beside the inner graph's.
     struct Record {
-        short slot;
-        FrameBar::State forming = {};
-        double end = UndefinedValue;     // a bar ahead of this time only adds to the forming one
-        std::vector<double> bar = {};    // the forming bar, by column of the inner graph
-        std::vector<double> shown = {};  // results of the last closed bar
+        short slot = 0;
+        FrameBar::State forming;
+        double end = UndefinedValue;  // a bar ahead of this time only adds to the forming one
+        std::vector<double> bar;      // the forming bar, by column of the inner graph
+        std::vector<double> shown;    // results of the last closed bar
     };
 
     // Where the inner graph stands, and what tells of the forming bar.
